@@ -1,0 +1,49 @@
+# How every target of the tree is compiled, and how a library of ours is made.
+
+add_library(bx_options INTERFACE)
+target_compile_options(bx_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
+  -Woverloaded-virtual -Werror
+  # Decoded numbers are part of the contract: no fused multiply-add may change them.
+  -ffp-contract=off)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # A library with GNU-unique symbols is never unloaded by dlclose.
+  target_compile_options(bx_options INTERFACE -fno-gnu-unique)
+endif()
+if(BX_SANITIZE)
+  target_compile_options(bx_options INTERFACE -fsanitize=${BX_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(bx_options INTERFACE -fsanitize=${BX_SANITIZE})
+  if(BX_SANITIZE MATCHES "undefined")
+    target_compile_options(bx_options INTERFACE -fno-sanitize-recover=undefined)
+  endif()
+endif()
+
+# bx_library(NAME SOURCES ... DEPENDS ...): the shared library NAME that hosts load, and NAME_static, the same
+# objects with their internal functions reachable, for tests, benchmarks and fuzzers. DEPENDS names other
+# libraries of ours without a suffix; LIBRARIES names anything else.
+function(bx_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;LIBRARIES" ${ARGN})
+  add_library(${name}_objects OBJECT ${ARG_SOURCES})
+  target_compile_definitions(${name}_objects PRIVATE ${name}_EXPORTS)
+  target_link_libraries(${name}_objects PRIVATE bx_options PUBLIC ${ARG_LIBRARIES})
+  target_include_directories(${name}_objects PUBLIC ${CMAKE_SOURCE_DIR}/include PRIVATE ${CMAKE_SOURCE_DIR}/src)
+  add_library(${name} SHARED)
+  add_library(${name}_static STATIC)
+  foreach(suffix "" "_static")
+    target_link_libraries(${name}${suffix} PRIVATE bx_options ${name}_objects PUBLIC ${ARG_LIBRARIES})
+    target_include_directories(${name}${suffix} PUBLIC ${CMAKE_SOURCE_DIR}/include)
+    foreach(dependency ${ARG_DEPENDS})
+      target_link_libraries(${name}${suffix} PUBLIC ${dependency}${suffix})
+    endforeach()
+  endforeach()
+  target_include_directories(${name}_static PUBLIC ${CMAKE_SOURCE_DIR}/src)
+endfunction()
+
+# bx_test(NAME SOURCES ... LIBRARIES ...): one test program, its cases known to ctest one by one.
+function(bx_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src)
+  target_link_libraries(${name} PRIVATE bx_options ${ARG_LIBRARIES} GTest::gmock_main)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()

@@ -1,0 +1,146 @@
+// The serial link to one target device: what the device library asks of BX_SERIAL_COM.
+//
+// A payload is the bytes of one command, answer or record, without the link's own framing. A request payload ends
+// with calculateSum of the bytes before it; answers and records carry no sum byte.
+//
+// Every member that sends is synchronous: it sends one request, blocks until its answer has come or a time-out has
+// passed, runs the reply handler on the calling thread, and then returns. The bound is 1.3 s for a line that
+// acknowledges nothing (twice that when the exchange also begins the session, which the first one after openPort
+// does) and else 2 s after the last sign of the answer. A false result sets the error flag; BXSerialLink.h tells the
+// reason.
+//
+// Threads: exchanges of one link take turns when they are called from several threads. Everything may be called from
+// inside a handler. A handler that throws fails its exchange: the link is released and the request returns false.
+// No handler runs with a lock of the link held.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bx/export.h"
+
+namespace BX {
+
+namespace link {
+class Link;
+}
+
+class BX_SERIAL_COM_API BXSerialCom {
+ public:
+  enum DeviceMode : std::int32_t {
+    NO_MODE = 0,         // before any mode was commanded; never sent by the device library
+    CLASSIC_STREAM = 1,  // streams records, classic
+    INFORMATION = 2,     // connect: device information is read
+    FIELD_STREAM = 3,    // streams records, field
+    RESTING = 4,         // after connect, after every transfer, after training
+    TRANSFER = 6,        // target transfer, settings write, stored results
+  };
+
+  // Items for sendDeviceInfoCommand. The texts are this library's own names; the wire carries a one-byte code.
+  static const std::string DEVICE_INFO_SERIAL_NUMBER;
+  static const std::string DEVICE_INFO_USAGE_INFORMATION;
+  static const std::string DEVICE_INFO_ID;
+  static const std::string DEVICE_INFO_PROGRAM;
+  static const std::string DEVICE_INFO_DATE;
+  static const std::string DEVICE_INFO_TIME;
+  static const std::string DEVICE_INFO_ERROR_COUNTERS;
+  static const std::string DEVICE_INFO_STORED_RESULTS;
+
+  BXSerialCom();
+  // A copy has the port name and is closed: no mode, no callbacks, no thread, no descriptor, no error.
+  BXSerialCom(const BXSerialCom& other);
+  BXSerialCom& operator=(const BXSerialCom& other);
+  // Closes the port, as closePort does.
+  ~BXSerialCom();
+
+  // ---- Port. None of these exchanges anything with the device; the first exchange begins the session.
+
+  // Remembers the port name (such as /dev/ttyUSB0); opens nothing. False, and nothing changes, while the port is open.
+  bool initializePort(const std::string& port);
+  // Opens the remembered port for exclusive use, raw, without flow control, discarding unread input. True at once when
+  // it is open already. False when it cannot be opened or is in use by another program.
+  bool openPort();
+  // Closes the port. True when it was open. An exchange under way on another thread fails at once. Called outside a
+  // handler: no handler runs any more when it returns. Called inside one: none starts afterwards. The callbacks stay.
+  bool closePort();
+  // Whether the port is open and has not been hung up.
+  bool isConnected() const;
+
+  // ---- Exchanges.
+
+  // 73 sum, answered by 59 73.
+  bool sendStartupCommand();
+  // 6F mode sum, answered by 59 6F. While a stream runs, that answer is also the end of the stream: the listening
+  // thread hands it to the stream handler, then this returns. `endsStream` is a hint that this link has no use for.
+  // Does not touch currentDeviceMode.
+  bool setDeviceMode(const DeviceMode& mode, bool endsStream);
+  // 63 item sum, answered by 59 63 item text. Any answer but a refusal succeeds and goes to `callback`, or to the
+  // function of setCallBackFunction when `callback` is empty. False without sending for an unknown item.
+  bool sendDeviceInfoCommand(const std::string& item, std::function<void()> callback);
+  // 65 frame sum, answered by 59 65 frame content. Any answer but a refusal succeeds and goes to the function of
+  // setCallBackFunction.
+  bool getParameterSetFrame(unsigned char frame);
+  // Sends `bytes` as they stand. True when the answer begins 59 `ack`; `callback`, when given, then reads it. The last
+  // argument is without effect.
+  bool sendBytesAckReturn(std::vector<unsigned char>& bytes, const unsigned char& ack, std::function<void()> callback,
+                          bool unused);
+  // Sends `bytes` as they stand. True when the answer begins 59 `ack`; it goes to the function of setCallBackFunction.
+  bool sendDownloadTargetRequest(std::vector<unsigned char>& bytes, const unsigned char& ack);
+  // Sends `bytes` as they stand. The answer is any number of records and a closing 59 62; once it is whole, `callback`
+  // runs for each payload in order, the closing one last. A transfer that fails half-way delivers nothing.
+  bool sendDownloadRequest(std::vector<unsigned char>& bytes, std::function<void()> callback);
+  // 70 sum, answered by 59 70. Any answer but a refusal succeeds and goes to the function of setCallBackFunction.
+  bool poll();
+
+  // ---- Bytes.
+
+  // The sum of `bytes`, modulo 256: the last byte of every request payload.
+  unsigned char calculateSum(const std::vector<unsigned char>& bytes) const;
+  // Makes `bytes` the four bytes of `value`, least significant first.
+  void intToByteArray(std::vector<unsigned char>& bytes, int value) const;
+  // Inside a handler: the payload that it is called for. Elsewhere: the last payload that a reply handler was given.
+  std::vector<unsigned char> getReceivedBytes() const;
+
+  // ---- Callbacks. Empty functions are allowed and are not called.
+
+  void setCallBackFunction(std::function<void()> callback);
+  // The stream handler: runs on the listening thread, once for each streamed payload, in order.
+  void setProcessTrainingCallback(std::function<void()> callback);
+  // Called with the port name when the port is hung up while a stream is listened to: the last thing that the
+  // listening thread does. The device may be removed and this link destroyed inside it.
+  void setRemoveDeviceCallback(std::function<bool(const char*)> callback);
+
+  // ---- Stream.
+
+  // Starts the listening thread. Running and streaming are true when this returns. Payloads that came since the mode's
+  // answer reach the handler first. Nothing happens when the port is not open or the thread runs already.
+  void startSessionListening();
+  // False ends the listening thread once the payloads that have arrived so far are handled.
+  void setRunning(const bool& running);
+  // Whether a stream is listened to. Cleared by every way out of the listening thread: the end of the stream,
+  // setRunning(false), closePort, a hang-up, a lost session, a handler that throws.
+  bool getStreaming() const;
+  void setStreaming(const bool& streaming);
+
+  // ---- Flags that handlers set and that this link, which waits for answers itself, only keeps.
+
+  void setClearBuffer(const bool& clear);
+  void setReadyToSend(const bool& ready);
+  void setWaitingForAck(bool waiting);
+  void setIsStartup(bool startup);
+
+  // The error flag: set by each failed or refused exchange, until it is set back.
+  bool getError() const;
+  void setError(bool error);
+
+  // The mode that the device library last commanded. Read and written by it alone.
+  DeviceMode currentDeviceMode = NO_MODE;
+
+ private:
+  std::shared_ptr<link::Link> link_;
+};
+
+}  // namespace BX

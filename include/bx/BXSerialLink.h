@@ -1,0 +1,77 @@
+// What our own link offers a host beyond the contract of BXSerialCom.h: time-outs and line speed, the reason of the
+// last failure, statistics, and transports other than a serial port.
+//
+// All functions may be called from any thread at any time.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "bx/export.h"
+
+namespace BX::link {
+
+struct Options {
+  // Line speed in bits a second, eight data bits, no parity, one stop bit; ten bits travel for each byte.
+  unsigned baud = 115200;
+  // A frame is sent again when it is not acknowledged this long after its last byte has left; each further wait is
+  // half as long again.
+  std::chrono::milliseconds resend{100};
+  // How often a frame is sent in all before the session is given up.
+  int sends = 5;
+  // The longest wait for an answer, restarted by each of its frames.
+  std::chrono::milliseconds reply{2000};
+  // While a stream is listened to, a line that has been silent this long is asked for a sign of life.
+  std::chrono::milliseconds keepAlive{2000};
+};
+
+// For ports that are opened from now on, in the whole process.
+BX_SERIAL_COM_API void setOptions(const Options& options);
+BX_SERIAL_COM_API Options getOptions();
+
+// Why the last failed opening or exchange on `port` failed, as one line without the port's name ("in use by another
+// program", "no answer within 2.0 s", ...). Empty when none has failed. Outlives the link.
+BX_SERIAL_COM_API std::string lastError(const std::string& port);
+
+// Counted since the port was last opened.
+struct Statistics {
+  std::uint64_t payloadsSent = 0;      // acknowledged by the device
+  std::uint64_t payloadsReceived = 0;  // delivered, each once
+  std::uint64_t framesSent = 0;
+  std::uint64_t framesResent = 0;
+  std::uint64_t framesReceived = 0;
+  std::uint64_t framesDamaged = 0;  // received with a wrong checksum or length, and dropped
+  std::uint64_t answersLate = 0;    // came after their request had been given up, and were dropped
+};
+BX_SERIAL_COM_API Statistics statistics(const std::string& port);
+
+// A line of bytes to a device. The link calls every member from one thread of its own.
+class BX_SERIAL_COM_API Transport {
+ public:
+  struct Events {
+    // Bytes have arrived. May be called from any thread; returns at once.
+    std::function<void(std::span<const std::uint8_t>)> received;
+    // The line is gone, and why. Called once at most, with no `received` after it.
+    std::function<void(const std::string& reason)> hungUp;
+  };
+  virtual ~Transport();
+  // Throws std::runtime_error with the reason when the line cannot be had.
+  virtual void open(Events events) = 0;
+  // Queues the bytes and returns at once.
+  virtual void write(std::vector<std::uint8_t> bytes) = 0;
+  // Idempotent. Bytes queued just before are still sent when that needs no waiting. No event comes once it returned.
+  virtual void close() = 0;
+};
+
+using TransportFactory = std::function<std::unique_ptr<Transport>(const std::string& port)>;
+
+// From now on openPort gets the line of exactly this port name from `factory`; an empty function brings the serial
+// port back.
+BX_SERIAL_COM_API void setTransport(const std::string& port, TransportFactory factory);
+
+}  // namespace BX::link

@@ -1,0 +1,11 @@
+// The process-wide debug hook.
+#pragma once
+
+#include "bx/export.h"
+
+extern "C" {
+
+// Sets the hook to a function that does nothing: `hook` is neither kept nor called, whatever it is, and no log text
+// ever reaches it. It is kept for hosts that call it at start-up. Must not run while another thread uses the library.
+BX_DEVICE_API void SetDebugFunction(void (*hook)(const char*));
+}

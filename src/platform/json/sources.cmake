@@ -1,0 +1,1 @@
+list(APPEND morva_sources)

@@ -1,0 +1,44 @@
+// The frame of the link: 0x00, a COBS-encoded body, 0x00. The body is content followed by its CRC-32 (IEEE 802.3,
+// most significant byte first). Delimiters at both ends: garbage between frames never costs the frame after it.
+// No I/O here.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <vector>
+
+namespace BX::link {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline constexpr std::uint8_t frameDelimiter = 0x00;
+inline constexpr std::size_t checksumSize = 4;
+// Two header bytes and the longest payload part that one COBS block of 254 bytes holds beside them.
+inline constexpr std::size_t maxContentSize = 2 + 240;
+
+// `content` of 1 to maxContentSize bytes as it travels, delimiters included.
+Bytes encodeFrame(std::span<const std::uint8_t> content);
+
+// Cuts a stream of bytes, arriving in pieces of any size, into the contents of its sound frames.
+class FrameDecoder {
+ public:
+  using Sink = std::function<void(std::span<const std::uint8_t> content)>;
+
+  // Calls `sink` for each frame that `bytes` completes; the span lives until the sink returns.
+  void feed(std::span<const std::uint8_t> bytes, const Sink& sink);
+  // Forgets a frame that has begun.
+  void reset();
+  // Frames that were dropped: a wrong checksum, a broken encoding, too short or too long.
+  std::uint64_t damaged() const { return damaged_; }
+
+ private:
+  void finish(const Sink& sink);
+
+  Bytes encoded_;
+  bool overlong_ = false;
+  std::uint64_t damaged_ = 0;
+};
+
+}  // namespace BX::link

@@ -1,0 +1,1 @@
+list(APPEND serial_sources)

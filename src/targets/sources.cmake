@@ -1,0 +1,1 @@
+list(APPEND device_sources)
