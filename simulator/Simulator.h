@@ -1,0 +1,95 @@
+// A simulated target device, running on a thread of its own at the far end of a line.
+//
+// It models the device, not the library that talks to it: it stores what the wire carried and answers by the wire's
+// layouts.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bx/BXSerialLink.h"
+
+namespace BX::sim {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// A scripted answer: given for every request that begins with `request`, in place of the built-in one; the longest
+// match counts. An empty reply refuses the request.
+struct ScriptedReply {
+  Bytes request;
+  Bytes reply;
+};
+
+struct StoredRecord {
+  std::uint8_t block = 0;
+  std::uint8_t page = 0;
+  Bytes payload;
+};
+
+struct Options {
+  // Payloads to stream in training, from the first at each start, then silence; without: the built-in shooter.
+  std::optional<std::vector<Bytes>> stream;
+  std::vector<StoredRecord> stored;
+  std::vector<ScriptedReply> script;
+  std::uint64_t seed = 1;
+  double rate = 50;    // payloads a second in training
+  unsigned baud = 0;   // pace bytes as such a line would; 0: as fast as they go
+  std::chrono::milliseconds latency{0};  // what the device sends reaches the host this much later
+  // Time-outs of the device's end of the link.
+  std::chrono::milliseconds resend{100};
+  int sends = 5;
+  // Each payload once, sum byte included, when it is delivered: "> HEX" from the host, "< HEX" to the host. Called on
+  // the simulator's thread.
+  std::function<void(const std::string& line)> transcript;
+};
+
+// Readers of the tool's file formats; they throw std::runtime_error with "FILE:LINE: reason".
+std::vector<Bytes> readStreamFile(const std::string& path);
+std::vector<StoredRecord> readStoredFile(const std::string& path);
+std::vector<ScriptedReply> readScriptFile(const std::string& path);
+
+class Simulator {
+ public:
+  // Opens `line` and starts; throws what the line's open throws.
+  Simulator(Options options, std::unique_ptr<link::Transport> line);
+  // Sends what is under way, then closes the line: the host sees a hang-up.
+  ~Simulator();
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
+
+  // Any thread. Payloads that were delivered so far, as the transcript has them.
+  std::vector<std::string> transcript() const;
+  // Any thread. Blocks until the transcript holds at least `count` lines that begin with `prefix`, or `timeout` passes.
+  bool awaitTranscript(const std::string& prefix, std::size_t count,
+                       std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
+  // Any thread. Cuts the line at once.
+  void hangUp();
+
+ private:
+  class Core;
+  std::unique_ptr<Core> core_;
+};
+
+// The device's end of a new pseudo-terminal, in raw mode. Posix only.
+class PtyLine : public link::Transport {
+ public:
+  PtyLine();  // throws std::system_error
+  ~PtyLine() override;
+  // What the host opens, such as /dev/pts/4.
+  const std::string& name() const;
+  void open(Events events) override;
+  void write(std::vector<std::uint8_t> bytes) override;
+  void close() override;
+
+ private:
+  class Port;
+  std::shared_ptr<Port> port_;
+};
+
+}  // namespace BX::sim

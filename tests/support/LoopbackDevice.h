@@ -1,0 +1,42 @@
+// A simulated device behind a port name of its own, in this process, with no fixed waits: what most tests stand on.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "bx/BXSerialLink.h"
+#include "platform/serial/LoopbackLine.h"
+#include "platform/time/TimeSeam.h"
+#include "simulator/Simulator.h"
+
+namespace BX::test {
+
+class LoopbackDevice {
+ public:
+  explicit LoopbackDevice(sim::Options options = {}, std::string portName = "loopback")
+      : port(std::move(portName)), simulator(std::move(options), line.deviceEnd()) {
+    link::setTransport(port, [this](const std::string&) { return line.hostEnd(); });
+    platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
+  }
+  ~LoopbackDevice() {
+    link::setTransport(port, {});
+    platform::replaceTime({});
+  }
+  LoopbackDevice(const LoopbackDevice&) = delete;
+  LoopbackDevice& operator=(const LoopbackDevice&) = delete;
+
+  // What the host has sent so far, in order: hexadecimal payloads that begin with `prefix` (upper-case hex).
+  std::vector<std::string> sent(const std::string& prefix = "") const {
+    std::vector<std::string> payloads;
+    for (const auto& entry : simulator.transcript()) {
+      if (entry.starts_with("> " + prefix)) payloads.push_back(entry.substr(2));
+    }
+    return payloads;
+  }
+
+  const std::string port;
+  link::LoopbackLine line;
+  sim::Simulator simulator;
+};
+
+}  // namespace BX::test
