@@ -1,1 +1,2 @@
-list(APPEND device_sources)
+list(APPEND device_sources
+  device/DebugHook.cpp)
