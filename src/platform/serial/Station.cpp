@@ -1,0 +1,333 @@
+#include "platform/serial/Station.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/serial/Control.h"
+
+namespace BX::link {
+
+namespace {
+
+// Longer payloads than any host or device sends end the session instead of filling the memory.
+constexpr std::size_t maxPayloadSize = std::size_t{64} << 20U;
+constexpr std::uint64_t bitsPerByte = 10;  // start bit, eight data bits, stop bit
+
+std::chrono::nanoseconds timeOnLine(std::size_t bytes, unsigned baud) {
+  if (baud == 0) return {};
+  return std::chrono::nanoseconds(bytes * bitsPerByte * 1'000'000'000U / baud);
+}
+
+}  // namespace
+
+Station::Station(Role role, const Timing& timing) : role_(role), timing_(timing) {}
+
+void Station::reset() {
+  parts_.clear();
+  messages_.clear();
+  inFlight_ = 0;
+  firstInFlight_ = 0;
+  expected_ = 0;
+  assembling_ = {};
+  rejected_ = false;
+  pollPending_ = false;
+  acknowledgeNow_ = false;
+  acknowledgeAt_.reset();
+  resendAt_.reset();
+  wait_ = timing_.resend;
+  sends_ = 0;
+}
+
+void Station::restart() {
+  reset();
+  state_ = State::Down;
+  output_ = {};
+}
+
+void Station::goDown(const std::string& reason) {
+  reset();
+  state_ = State::Down;
+  output_.down = reason;
+}
+
+void Station::connect(Time now) {
+  reset();
+  state_ = State::Connecting;
+  sends_ = 1;
+  transmitUnnumbered(SABM, now);
+  armResend(now);
+}
+
+void Station::disconnect(Time now) {
+  if (state_ == State::Down) return;
+  if (state_ == State::Up && (acknowledgeNow_ || acknowledgeAt_)) transmitSupervisory(RR, now);
+  transmitUnnumbered(DISC, now);
+  reset();
+  state_ = State::Down;
+}
+
+void Station::setKeepAlive(std::chrono::milliseconds silence, Time now) {
+  timing_.keepAlive = silence;
+  lastHeard_ = now;
+}
+
+void Station::send(Message message, Time now) {
+  if (state_ == State::Down) {
+    if (role_ == Role::Secondary) return;
+    connect(now);
+  }
+  const auto& payload = message.payload;
+  std::size_t at = 0;
+  do {
+    const std::size_t size = std::min(maxPartSize, payload.size() - at);
+    Part part;
+    part.data.assign(payload.begin() + static_cast<std::ptrdiff_t>(at),
+                     payload.begin() + static_cast<std::ptrdiff_t>(at + size));
+    at += size;
+    part.endsMessage = at == payload.size();
+    part.info = static_cast<std::uint8_t>((message.tag & tagMask) | (message.moreFollows ? payloadsFollow : 0U) |
+                                          (part.endsMessage ? 0U : partsFollow));
+    parts_.push_back(std::move(part));
+  } while (at < payload.size());
+  messages_.push_back(std::move(message));
+}
+
+void Station::receive(std::span<const std::uint8_t> content, Time now) {
+  if (content.empty()) return;
+  const std::uint8_t control = content[0];
+  lastHeard_ = now;
+  if (isUnnumbered(control)) {
+    receiveUnnumbered(withoutPollFinal(control), now);
+    return;
+  }
+  if (state_ != State::Up) {
+    if (role_ == Role::Secondary && (isInformation(control) || hasPollFinal(control))) transmitUnnumbered(DM, now);
+    return;
+  }
+  if (!acknowledgeUpTo(receiveNumber(control), now)) return;
+  if (isInformation(control)) {
+    receiveInformation(content, now);
+    return;
+  }
+  if (supervisoryKind(control) == REJ) {
+    recover(now);
+  } else if (hasPollFinal(control)) {
+    // The final bit answers our poll; a poll of the peer's comes only while none of ours is pending.
+    if (pollPending_) {
+      checkpoint(now);
+    } else {
+      transmitSupervisory(RR | pollFinal, now);
+    }
+  }
+}
+
+void Station::receiveUnnumbered(std::uint8_t control, Time now) {
+  if (role_ == Role::Secondary) {
+    if (control != SABM && control != DISC) return;
+    const bool begins = control == SABM;
+    if (state_ == State::Up) output_.down = "the host began anew";
+    reset();
+    output_.delivered.clear();
+    output_.acknowledged.clear();
+    state_ = begins ? State::Up : State::Down;
+    output_.sessionBegan = begins;
+    transmitUnnumbered(UA, now);
+    return;
+  }
+  if (control == UA && state_ == State::Connecting) {
+    state_ = State::Up;
+    resendAt_.reset();
+    wait_ = timing_.resend;
+    sends_ = 0;
+    output_.sessionBegan = true;
+  } else if (control == DM && state_ == State::Up) {
+    goDown("the device has restarted");
+  }
+}
+
+bool Station::acknowledgeUpTo(std::uint8_t number, Time now) {
+  const std::size_t count = numbersBetween(firstInFlight_, number);
+  if (count > inFlight_) return false;
+  if (count == 0) return true;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (parts_.front().endsMessage) {
+      output_.acknowledged.push_back(std::move(messages_.front()));
+      messages_.pop_front();
+    }
+    parts_.pop_front();
+  }
+  firstInFlight_ = number;
+  inFlight_ -= count;
+  wait_ = timing_.resend;
+  sends_ = 1;
+  resendAt_.reset();
+  if (inFlight_ > 0) {
+    armResend(now);
+  } else {
+    pollPending_ = false;
+  }
+  return true;
+}
+
+void Station::receiveInformation(std::span<const std::uint8_t> content, Time now) {
+  const bool poll = hasPollFinal(content[0]);
+  if (content.size() < 2) return;
+  if (sendNumber(content[0]) == expected_) {
+    expected_ = numberAfter(expected_);
+    rejected_ = false;
+    acceptPart(content[1], content.subspan(2), now);
+    if (poll && state_ == State::Up) transmitSupervisory(RR | pollFinal, now);
+    return;
+  }
+  // The number before the expected one can only be a repetition: no gap is ever that wide.
+  const bool repeated = numberAfter(sendNumber(content[0])) == expected_;
+  if (poll) {
+    transmitSupervisory(RR | pollFinal, now);
+  } else if (!repeated && !rejected_) {
+    rejected_ = true;
+    transmitSupervisory(REJ, now);
+  } else {
+    acknowledgeNow_ = true;
+  }
+}
+
+void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, Time now) {
+  assembling_.payload.insert(assembling_.payload.end(), data.begin(), data.end());
+  if (assembling_.payload.size() > maxPayloadSize) {
+    goDown("a payload is too long");
+    return;
+  }
+  assembling_.tag = info & tagMask;
+  assembling_.moreFollows = (info & payloadsFollow) != 0;
+  const bool ends = (info & partsFollow) == 0;
+  // A request or the end of an answer will soon be followed by a frame that can carry the acknowledgement.
+  if (ends && assembling_.tag != streamTag && !assembling_.moreFollows) {
+    acknowledgeAt_ = now + timing_.acknowledgeDelay;
+  } else {
+    acknowledgeNow_ = true;
+  }
+  if (ends) output_.delivered.push_back(std::exchange(assembling_, {}));
+}
+
+// The peer has told what it has: all that is still unacknowledged was lost.
+void Station::checkpoint(Time now) {
+  pollPending_ = false;
+  for (std::size_t i = 0; i < inFlight_; ++i) transmitPart(i, false, now);
+  framesResent_ += inFlight_;
+  if (inFlight_ > 0) {
+    armResend(now);
+  } else {
+    resendAt_.reset();
+    sends_ = 0;
+  }
+}
+
+// Repeats the oldest frame and asks what the peer has; nothing new is sent until it has told.
+void Station::recover(Time now) {
+  if (pollPending_ || inFlight_ == 0) return;
+  pollPending_ = true;
+  transmitPart(0, true, now);
+  ++framesResent_;
+  armResend(now);
+}
+
+void Station::resendExpired(Time now) {
+  resendAt_.reset();
+  if (sends_ >= timing_.sends) {
+    goDown(state_ == State::Connecting ? "no device answers" : "the device no longer acknowledges");
+    return;
+  }
+  ++sends_;
+  wait_ += wait_ / 2;
+  if (state_ == State::Connecting) {
+    transmitUnnumbered(SABM, now);
+  } else {
+    pollPending_ = true;
+    if (inFlight_ > 0) {
+      transmitPart(0, true, now);
+    } else {
+      transmitSupervisory(RR | pollFinal, now);
+    }
+  }
+  ++framesResent_;
+  armResend(now);
+}
+
+void Station::advance(Time now) {
+  if (acknowledgeAt_ && *acknowledgeAt_ <= now) acknowledgeNow_ = true;
+  if (resendAt_ && *resendAt_ <= now) resendExpired(now);
+  const bool watches = timing_.keepAlive.count() > 0 && state_ == State::Up && !resendAt_;
+  if (watches && lastHeard_ + timing_.keepAlive <= now) {
+    pollPending_ = true;
+    sends_ = 1;
+    wait_ = timing_.resend;
+    transmitSupervisory(RR | pollFinal, now);
+    armResend(now);
+  }
+}
+
+std::optional<Station::Time> Station::deadline() const {
+  std::optional<Time> earliest = acknowledgeAt_;
+  const auto consider = [&earliest](Time time) {
+    if (!earliest || time < *earliest) earliest = time;
+  };
+  if (resendAt_) {
+    consider(*resendAt_);
+  } else if (timing_.keepAlive.count() > 0 && state_ == State::Up) {
+    consider(lastHeard_ + timing_.keepAlive);
+  }
+  return earliest;
+}
+
+Station::Output Station::take(Time now) {
+  pump(now);
+  if (state_ == State::Up && acknowledgeNow_) transmitSupervisory(RR, now);
+  return std::exchange(output_, {});
+}
+
+void Station::pump(Time now) {
+  while (state_ == State::Up && !pollPending_ && inFlight_ < window && inFlight_ < parts_.size()) {
+    if (inFlight_ == 0) {
+      wait_ = timing_.resend;
+      sends_ = 1;
+    }
+    ++inFlight_;
+    transmitPart(inFlight_ - 1, false, now);
+    if (!resendAt_) armResend(now);
+  }
+}
+
+void Station::armResend(Time now) { resendAt_ = std::max(lineFree_, now) + wait_; }
+
+void Station::transmitPart(std::size_t index, bool poll, Time now) {
+  const Part& part = parts_[index];
+  Bytes content;
+  content.reserve(2 + part.data.size());
+  const std::uint8_t control = informationControl(numberAfter(firstInFlight_, index), expected_);
+  content.push_back(static_cast<std::uint8_t>(control | (poll ? pollFinal : 0U)));
+  content.push_back(part.info);
+  content.insert(content.end(), part.data.begin(), part.data.end());
+  acknowledgeNow_ = false;
+  acknowledgeAt_.reset();
+  transmit(content, now);
+}
+
+void Station::transmitSupervisory(std::uint8_t control, Time now) {
+  acknowledgeNow_ = false;
+  acknowledgeAt_.reset();
+  const std::uint8_t content = withReceiveNumber(control, expected_);
+  transmit({&content, 1}, now);
+}
+
+void Station::transmitUnnumbered(std::uint8_t control, Time now) {
+  const std::uint8_t content = control | pollFinal;
+  transmit({&content, 1}, now);
+}
+
+void Station::transmit(std::span<const std::uint8_t> content, Time now) {
+  output_.frames.push_back(encodeFrame(content));
+  ++framesSent_;
+  lineFree_ = std::max(lineFree_, now) + timeOnLine(output_.frames.back().size(), timing_.baud);
+}
+
+}  // namespace BX::link
