@@ -1,0 +1,46 @@
+// What the payloads of all subsystems have in common.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "bx/BXSerialCom.h"
+#include "platform/Numbers.h"
+
+namespace BX::wire {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// The first byte of every answer; the letter of the request follows it.
+inline constexpr std::uint8_t replyMark = 0x59;  // 'Y'
+
+// The first byte of every request that this library builds itself.
+namespace letter {
+inline constexpr std::uint8_t storedResults = 0x62;      // 'b', pages and clears
+inline constexpr std::uint8_t information = 0x63;        // 'c'
+inline constexpr std::uint8_t parameterSet = 0x64;       // 'd', writing a frame
+inline constexpr std::uint8_t parameterSetRead = 0x65;   // 'e'
+inline constexpr std::uint8_t silhouetteUpload = 0x66;   // 'f'
+inline constexpr std::uint8_t silhouetteRequest = 0x67;  // 'g'
+inline constexpr std::uint8_t ringUpload = 0x6C;         // 'l'
+inline constexpr std::uint8_t ringRequest = 0x6D;        // 'm'
+}  // namespace letter
+
+// The low 16 bits, most significant byte first.
+inline void append16(Bytes& frame, std::int64_t value) {
+  frame.push_back(platform::lowByte(value >> 8));
+  frame.push_back(platform::lowByte(value));
+}
+
+// The sum byte is the link's to define, so it goes on where a frame is sent, not where it is built.
+inline void seal(const BXSerialCom& link, Bytes& frame) { frame.push_back(link.calculateSum(frame)); }
+
+// Sends a frame that lacks its sum byte yet; true when the device accepted it. The acknowledgement carries the
+// frame's own first byte.
+inline bool sendForAcknowledgement(BXSerialCom& link, Bytes frame) {
+  seal(link, frame);
+  return link.sendBytesAckReturn(frame, frame.front(), std::function<void()>(), false);
+}
+
+}  // namespace BX::wire
