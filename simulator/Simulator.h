@@ -38,8 +38,8 @@ struct Options {
   std::vector<StoredRecord> stored;
   std::vector<ScriptedReply> script;
   std::uint64_t seed = 1;
-  double rate = 50;    // payloads a second in training
-  unsigned baud = 0;   // pace bytes as such a line would; 0: as fast as they go
+  double rate = 50;                      // payloads a second in training
+  unsigned baud = 0;                     // pace bytes as such a line would; 0: as fast as they go
   std::chrono::milliseconds latency{0};  // what the device sends reaches the host this much later
   // Time-outs of the device's end of the link.
   std::chrono::milliseconds resend{100};
