@@ -117,6 +117,7 @@ class BX_DEVICE_API BXDevice {
   Json processMeasurementData(const Bytes& frame);
 
   std::string deviceName;
+  std::string portName;  // as the link remembers it; kept by copies
   std::map<std::int32_t, Bytes> deviceFrames;
   bool deviceInitialized = false;
   bool downloadingTrainingData = false;
