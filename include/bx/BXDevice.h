@@ -96,6 +96,8 @@ class BX_DEVICE_API BXDevice {
   void processDownloadTrainingData();
   void processStoredData();
   void downloadFinished();
+  bool downloadStoredTargets();
+  void decodeStoredRecords();
 
   unsigned char createParameterControlByte1();
   bool createParameterControlByte2();
