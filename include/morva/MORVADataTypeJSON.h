@@ -31,22 +31,26 @@ class MORVA_API MORVADataTypeJSON {
   virtual ~MORVADataTypeJSON();
 
   // The RapidJSON document itself, for what the accessors of KeyedAccess.h do not offer. Values that are added to it
-  // must come from its own allocator.
+  // must come from its own allocator, and it must not be swapped with or moved into another RapidJSON document: its
+  // allocator belongs to this object. RapidJSON's own Accept, CopyFrom and == take stack for each level of nesting.
+  // Compare with typed getters: under C++20 `value == 1` calls itself without end in RapidJSON 1.1.0.
   rapidjson::Document& getDocument();
   const rapidjson::Document& getDocument() const;
 
   // Replaces the document by what `text` says. False when `text` is not one JSON value; the document is then as it
-  // was. Numbers are read with full precision, so that a text round trip changes no double. Nesting costs no stack.
+  // was. Numbers are read with full precision, so that a text round trip changes no double. Texts are taken as they
+  // are, valid UTF-8 or not, and may hold zero bytes (\u0000). Nesting costs no stack, here and in copies and toString.
   bool parseString(const std::string& text);
 
   // The document as JSON text without white space, members in their order. A number that JSON cannot write (an
   // infinity, not a number) is written as null.
-  const std::string toString() const;
+  const std::string toString() const;  // NOLINT(readability-const-return-type): the signature that hosts link
 
   // A text value owned by this document: for keys and texts that are added to it. Embedded zero bytes are kept.
   rapidjson::Value copyStringToValue(const std::string& text);
 
-  // Adds deep copies of `source`'s members (of its elements) to `target`, a value of this document's own allocator.
+  // Adds deep copies of `source`'s members (of its elements) to the end of `target`, an object (an array) of this
+  // document's own allocator.
   void iterateAndSetValues(const rapidjson::Value::ConstObject& source, rapidjson::Value& target);
   void iterateAndSetValues(const rapidjson::Value::ConstArray& source, rapidjson::Value& target);
 

@@ -1,1 +1,4 @@
-list(APPEND morva_sources)
+list(APPEND morva_sources
+  platform/json/KeyedAccess.cpp
+  platform/json/MORVADataTypeJSON.cpp
+)
