@@ -9,6 +9,7 @@
 // connectDevice, disconnectDevice, transfers, settings and clears must wait until the stream has ended.
 #pragma once
 
+#include <atomic>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
@@ -91,6 +92,7 @@ class BX_DEVICE_API BXDevice {
   void processDeviceInfo();
   void processGetParameterSetFrames();
   void processTrainingData();
+  Json processRecord(const Bytes& bytes);
   void processPoll();
   void processTargetDownload();
   void processDownloadTrainingData();
@@ -122,8 +124,8 @@ class BX_DEVICE_API BXDevice {
   std::string portName;  // as the link remembers it; kept by copies
   std::map<std::int32_t, Bytes> deviceFrames;
   bool deviceInitialized = false;
-  bool downloadingTrainingData = false;
-  bool downloadingTarget = false;
+  std::atomic<bool> downloadingTrainingData{false};
+  std::atomic<bool> downloadingTarget{false};
   BXSerialCom serialCom;
   std::string targetType;
   std::int32_t currentRingTargetNumber = 255;

@@ -1,1 +1,6 @@
-list(APPEND device_sources)
+list(APPEND device_sources
+  config/ControlByteSettings.cpp
+  config/ControlBytes.cpp
+  config/DeviceSetup.cpp
+  config/ParameterSetExchange.cpp
+  config/ParameterSetFrame.cpp)

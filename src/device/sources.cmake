@@ -1,2 +1,2 @@
-list(APPEND device_sources
-  device/DebugHook.cpp)
+list(APPEND device_sources device / BXDevice.cpp device / DebugHook.cpp device / InformationReply.cpp device /
+     Stream.cpp)

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <vector>
 
 #include "bx/BXSerialCom.h"
@@ -14,6 +15,11 @@ using Bytes = std::vector<std::uint8_t>;
 
 // The first byte of every answer; the letter of the request follows it.
 inline constexpr std::uint8_t replyMark = 0x59;  // 'Y'
+
+// Whether `bytes` is an answer that names `letter`, as most answers do.
+constexpr bool isReply(std::span<const std::uint8_t> bytes, std::uint8_t letter) {
+  return bytes.size() >= 2 && bytes[0] == replyMark && bytes[1] == letter;
+}
 
 // The first byte of every request that this library builds itself.
 namespace letter {
@@ -41,6 +47,12 @@ inline void seal(const BXSerialCom& link, Bytes& frame) { frame.push_back(link.c
 inline bool sendForAcknowledgement(BXSerialCom& link, Bytes frame) {
   seal(link, frame);
   return link.sendBytesAckReturn(frame, frame.front(), std::function<void()>(), false);
+}
+
+// Asks for a part of a stored target; the reply goes to the link's reply handler. True when there was one.
+inline bool requestTarget(BXSerialCom& link, Bytes request) {
+  seal(link, request);
+  return link.sendDownloadTargetRequest(request, request.front());
 }
 
 }  // namespace BX::wire
