@@ -1,1 +1,5 @@
-list(APPEND device_sources)
+list(APPEND device_sources
+  records/DeviceRecords.cpp
+  records/RecordDecoder.cpp
+  records/RecordDocument.cpp
+)
