@@ -125,7 +125,7 @@ class BX_SERIAL_COM_API BXSerialCom {
   bool getStreaming() const;
   void setStreaming(const bool& streaming);
 
-  // ---- Flags that handlers set and that this link, which waits for answers itself, only keeps.
+  // ---- Flags that the device library sets for links that need them. This link waits for answers itself: no effect.
 
   void setClearBuffer(const bool& clear);
   void setReadyToSend(const bool& ready);

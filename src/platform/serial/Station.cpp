@@ -11,6 +11,7 @@ namespace {
 
 // Longer payloads than any host or device sends end the session instead of filling the memory.
 constexpr std::size_t maxPayloadSize = std::size_t{64} << 20U;
+constexpr int acknowledgeShare = 5;
 constexpr std::uint64_t bitsPerByte = 10;  // start bit, eight data bits, stop bit
 
 std::chrono::nanoseconds timeOnLine(std::size_t bytes, unsigned baud) {
@@ -20,7 +21,8 @@ std::chrono::nanoseconds timeOnLine(std::size_t bytes, unsigned baud) {
 
 }  // namespace
 
-Station::Station(Role role, const Timing& timing) : role_(role), timing_(timing) {}
+Station::Station(Role role, const Timing& timing, std::uint8_t session)
+    : role_(role), timing_(timing), session_(session) {}
 
 void Station::reset() {
   parts_.clear();
@@ -44,7 +46,8 @@ void Station::restart() {
   output_ = {};
 }
 
-void Station::goDown(const std::string& reason) {
+void Station::goDown(const std::string& reason, Time now) {
+  if (role_ == Role::Secondary) transmitUnnumbered(DM, now);
   reset();
   state_ = State::Down;
   output_.down = reason;
@@ -53,8 +56,9 @@ void Station::goDown(const std::string& reason) {
 void Station::connect(Time now) {
   reset();
   state_ = State::Connecting;
+  ++session_;
   sends_ = 1;
-  transmitUnnumbered(SABM, now);
+  transmitSession(SABM, now);
   armResend(now);
 }
 
@@ -97,13 +101,14 @@ void Station::receive(std::span<const std::uint8_t> content, Time now) {
   const std::uint8_t control = content[0];
   lastHeard_ = now;
   if (isUnnumbered(control)) {
-    receiveUnnumbered(withoutPollFinal(control), now);
+    receiveUnnumbered(content, now);
     return;
   }
   if (state_ != State::Up) {
     if (role_ == Role::Secondary && (isInformation(control) || hasPollFinal(control))) transmitUnnumbered(DM, now);
     return;
   }
+  const bool pollWasPending = pollPending_;
   if (!acknowledgeUpTo(receiveNumber(control), now)) return;
   if (isInformation(control)) {
     receiveInformation(content, now);
@@ -112,37 +117,48 @@ void Station::receive(std::span<const std::uint8_t> content, Time now) {
   if (supervisoryKind(control) == REJ) {
     recover(now);
   } else if (hasPollFinal(control)) {
-    // The final bit answers our poll; a poll of the peer's comes only while none of ours is pending.
-    if (pollPending_) {
+    // Without addresses poll and final look alike: only a primary polls by a supervisory frame.
+    if (pollWasPending) {
       checkpoint(now);
-    } else {
+    } else if (role_ == Role::Secondary) {
       transmitSupervisory(RR | pollFinal, now);
     }
   }
 }
 
-void Station::receiveUnnumbered(std::uint8_t control, Time now) {
-  if (role_ == Role::Secondary) {
-    if (control != SABM && control != DISC) return;
-    const bool begins = control == SABM;
+void Station::receiveUnnumbered(std::span<const std::uint8_t> content, Time now) {
+  const std::uint8_t control = withoutPollFinal(content[0]);
+  const std::uint8_t session = content.size() > 1 ? content[1] : 0;
+  if (role_ == Role::Primary) {
+    if (control == UA && state_ == State::Connecting && session == session_) {
+      sessionIsUp();
+    } else if (control == DM && state_ == State::Up) {
+      goDown("the device has restarted", now);
+    }
+  } else if (control == SABM) {
     if (state_ == State::Up) output_.down = "the host began anew";
-    reset();
+    session_ = session;
     output_.delivered.clear();
-    output_.acknowledged.clear();
-    state_ = begins ? State::Up : State::Down;
-    output_.sessionBegan = begins;
-    transmitUnnumbered(UA, now);
-    return;
+    sessionIsUp();
+    transmitSession(UA, now);
+  } else if (control == DISC) {
+    if (state_ == State::Up) output_.down = "the host disconnected";
+    reset();
+    state_ = State::Down;
   }
-  if (control == UA && state_ == State::Connecting) {
-    state_ = State::Up;
-    resendAt_.reset();
-    wait_ = timing_.resend;
-    sends_ = 0;
-    output_.sessionBegan = true;
-  } else if (control == DM && state_ == State::Up) {
-    goDown("the device has restarted");
+}
+
+void Station::sessionIsUp() {
+  // A primary has queued its first message already.
+  auto parts = std::exchange(parts_, {});
+  auto messages = std::exchange(messages_, {});
+  reset();
+  if (role_ == Role::Primary) {
+    parts_ = std::move(parts);
+    messages_ = std::move(messages);
   }
+  state_ = State::Up;
+  output_.sessionBegan = true;
 }
 
 bool Station::acknowledgeUpTo(std::uint8_t number, Time now) {
@@ -194,7 +210,7 @@ void Station::receiveInformation(std::span<const std::uint8_t> content, Time now
 void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, Time now) {
   assembling_.payload.insert(assembling_.payload.end(), data.begin(), data.end());
   if (assembling_.payload.size() > maxPayloadSize) {
-    goDown("a payload is too long");
+    goDown("a payload is too long", now);
     return;
   }
   assembling_.tag = info & tagMask;
@@ -202,7 +218,7 @@ void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, 
   const bool ends = (info & partsFollow) == 0;
   // A request or the end of an answer will soon be followed by a frame that can carry the acknowledgement.
   if (ends && assembling_.tag != streamTag && !assembling_.moreFollows) {
-    acknowledgeAt_ = now + timing_.acknowledgeDelay;
+    acknowledgeAt_ = now + timing_.resend / acknowledgeShare;
   } else {
     acknowledgeNow_ = true;
   }
@@ -234,13 +250,13 @@ void Station::recover(Time now) {
 void Station::resendExpired(Time now) {
   resendAt_.reset();
   if (sends_ >= timing_.sends) {
-    goDown(state_ == State::Connecting ? "no device answers" : "the device no longer acknowledges");
+    goDown(state_ == State::Connecting ? "no device answers" : "the device no longer acknowledges", now);
     return;
   }
   ++sends_;
   wait_ += wait_ / 2;
   if (state_ == State::Connecting) {
-    transmitUnnumbered(SABM, now);
+    transmitSession(SABM, now);
   } else {
     pollPending_ = true;
     if (inFlight_ > 0) {
@@ -317,6 +333,11 @@ void Station::transmitSupervisory(std::uint8_t control, Time now) {
   acknowledgeAt_.reset();
   const std::uint8_t content = withReceiveNumber(control, expected_);
   transmit({&content, 1}, now);
+}
+
+void Station::transmitSession(std::uint8_t control, Time now) {
+  const std::array<std::uint8_t, 2> content{static_cast<std::uint8_t>(control | pollFinal), session_};
+  transmit(content, now);
 }
 
 void Station::transmitUnnumbered(std::uint8_t control, Time now) {

@@ -32,12 +32,13 @@ struct Message {
 
 enum class Role { Primary, Secondary };
 
+// Time-outs are told in BXSerialLink.h. The acknowledgement of a request or of an answer's end waits a fifth of
+// `resend` for a frame that can carry it.
 struct Timing {
   unsigned baud = 115200;  // 0: bytes take no time
   std::chrono::milliseconds resend{100};
   int sends = 5;
-  std::chrono::milliseconds acknowledgeDelay{20};  // how long the end of an answer may wait for a frame to ride on
-  std::chrono::milliseconds keepAlive{0};          // silence after which the peer is asked for a sign of life; 0: never
+  std::chrono::milliseconds keepAlive{0};  // silence after which the peer is asked for a sign of life; 0: never
 };
 
 class Station {
@@ -54,7 +55,8 @@ class Station {
     std::optional<std::string> down;    // the session ended, and why
   };
 
-  Station(Role role, const Timing& timing);
+  // `session` is where a primary starts to number its sessions: better not where the last process did.
+  Station(Role role, const Timing& timing, std::uint8_t session = 0);
 
   State state() const { return state_; }
   // Primary: begins a clean session. What was queued before is forgotten.
@@ -89,8 +91,9 @@ class Station {
   };
 
   void reset();
-  void goDown(const std::string& reason);
-  void receiveUnnumbered(std::uint8_t control, Time now);
+  void goDown(const std::string& reason, Time now);
+  void sessionIsUp();
+  void receiveUnnumbered(std::span<const std::uint8_t> content, Time now);
   void receiveInformation(std::span<const std::uint8_t> content, Time now);
   void acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, Time now);
   bool acknowledgeUpTo(std::uint8_t number, Time now);
@@ -99,6 +102,7 @@ class Station {
   void transmit(std::span<const std::uint8_t> content, Time now);
   void transmitPart(std::size_t index, bool poll, Time now);
   void transmitSupervisory(std::uint8_t control, Time now);
+  void transmitSession(std::uint8_t control, Time now);
   void transmitUnnumbered(std::uint8_t control, Time now);
   void pump(Time now);
   void armResend(Time now);
@@ -106,23 +110,24 @@ class Station {
 
   Role role_;
   Timing timing_;
+  std::uint8_t session_;  // SABM and UA carry it, so that a late UA begins nothing
   State state_ = State::Down;
   Output output_;
 
-  std::deque<Part> parts_;         // in flight first, then waiting
-  std::size_t inFlight_ = 0;       // how many of parts_ were sent and not acknowledged
-  std::deque<Message> messages_;   // whole, until acknowledged
+  std::deque<Part> parts_;          // in flight first, then waiting
+  std::size_t inFlight_ = 0;        // how many of parts_ were sent and not acknowledged
+  std::deque<Message> messages_;    // whole, until acknowledged
   std::uint8_t firstInFlight_ = 0;  // number of parts_.front()
   std::uint8_t expected_ = 0;       // number of the next frame from the peer
   Message assembling_;
-  bool rejected_ = false;      // a gap was reported and not yet filled
-  bool pollPending_ = false;   // a frame with the poll bit awaits its answer
+  bool rejected_ = false;     // a gap was reported and not yet filled
+  bool pollPending_ = false;  // a frame with the poll bit awaits its answer
   bool acknowledgeNow_ = false;
   std::optional<Time> acknowledgeAt_;
   std::optional<Time> resendAt_;
   std::chrono::milliseconds wait_{0};
   int sends_ = 0;
-  Time lineFree_{};   // when the last byte that was handed over has left
+  Time lineFree_{};  // when the last byte that was handed over has left
   Time lastHeard_{};
   std::uint64_t framesSent_ = 0;
   std::uint64_t framesResent_ = 0;

@@ -1,1 +1,12 @@
-list(APPEND serial_sources)
+list(APPEND serial_sources
+  platform/serial/BXSerialCom.cpp
+  platform/serial/Engine.cpp
+  platform/serial/Frame.cpp
+  platform/serial/Link.cpp
+  platform/serial/Listening.cpp
+  platform/serial/LoopbackLine.cpp
+  platform/serial/Payload.cpp
+  platform/serial/PortBook.cpp
+  platform/serial/SerialPortHandle.cpp
+  platform/serial/SerialPortTransport.cpp
+  platform/serial/Station.cpp)

@@ -1,0 +1,110 @@
+#include "bx/BXSerialCom.h"
+
+#include <utility>
+
+#include "platform/serial/Link.h"
+
+namespace BX {
+
+namespace {
+
+using link::withSum;
+namespace letter = link::letter;
+
+}  // namespace
+
+const std::string BXSerialCom::DEVICE_INFO_SERIAL_NUMBER = "SERIAL_NUMBER";
+const std::string BXSerialCom::DEVICE_INFO_USAGE_INFORMATION = "USAGE_INFORMATION";
+const std::string BXSerialCom::DEVICE_INFO_ID = "ID";
+const std::string BXSerialCom::DEVICE_INFO_PROGRAM = "PROGRAM";
+const std::string BXSerialCom::DEVICE_INFO_DATE = "DATE";
+const std::string BXSerialCom::DEVICE_INFO_TIME = "TIME";
+const std::string BXSerialCom::DEVICE_INFO_ERROR_COUNTERS = "ERROR_COUNTERS";
+const std::string BXSerialCom::DEVICE_INFO_STORED_RESULTS = "STORED_RESULTS";
+
+BXSerialCom::BXSerialCom() : link_(std::make_shared<link::Link>(std::string())) {}
+
+BXSerialCom::BXSerialCom(const BXSerialCom& other) : link_(std::make_shared<link::Link>(other.link_->port())) {}
+
+BXSerialCom& BXSerialCom::operator=(const BXSerialCom& other) {
+  if (this == &other) return *this;
+  auto copy = std::make_shared<link::Link>(other.link_->port());
+  link_->shutDown();
+  link_ = std::move(copy);
+  currentDeviceMode = NO_MODE;
+  return *this;
+}
+
+BXSerialCom::~BXSerialCom() { link_->shutDown(); }
+
+bool BXSerialCom::initializePort(const std::string& port) { return link_->setPort(port); }
+bool BXSerialCom::openPort() { return link_->open(); }
+bool BXSerialCom::closePort() { return link_->close(); }
+bool BXSerialCom::isConnected() const { return link_->isConnected(); }
+
+bool BXSerialCom::sendStartupCommand() { return link_->exchange(withSum({letter::startup}), {letter::startup}, {}); }
+
+bool BXSerialCom::setDeviceMode(const DeviceMode& mode, [[maybe_unused]] bool endsStream) {
+  return link_->changeMode(static_cast<std::uint8_t>(mode));
+}
+
+bool BXSerialCom::sendDeviceInfoCommand(const std::string& item, std::function<void()> callback) {
+  const auto code = link::informationCode(item);
+  if (!code) return link_->fail("there is no information item \"" + item + "\"");
+  return link_->exchange(withSum({letter::information, *code}), {}, callback ? callback : link_->replyHandler());
+}
+
+bool BXSerialCom::getParameterSetFrame(unsigned char frame) {
+  return link_->exchange(withSum({letter::parameterSet, frame}), {}, link_->replyHandler());
+}
+
+bool BXSerialCom::sendBytesAckReturn(std::vector<unsigned char>& bytes, const unsigned char& ack,
+                                     std::function<void()> callback, [[maybe_unused]] bool unused) {
+  return link_->exchange(bytes, {ack}, callback);
+}
+
+bool BXSerialCom::sendDownloadTargetRequest(std::vector<unsigned char>& bytes, const unsigned char& ack) {
+  return link_->exchange(bytes, {ack}, link_->replyHandler());
+}
+
+bool BXSerialCom::sendDownloadRequest(std::vector<unsigned char>& bytes, std::function<void()> callback) {
+  return link_->exchange(bytes, {letter::storedPage}, callback);
+}
+
+bool BXSerialCom::poll() { return link_->exchange(withSum({letter::poll}), {}, link_->replyHandler()); }
+
+unsigned char BXSerialCom::calculateSum(const std::vector<unsigned char>& bytes) const { return link::sumOf(bytes); }
+
+void BXSerialCom::intToByteArray(std::vector<unsigned char>& bytes, int value) const {
+  const auto bits = static_cast<std::uint32_t>(value);
+  bytes.clear();
+  for (unsigned shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<unsigned char>(bits >> shift));
+}
+
+std::vector<unsigned char> BXSerialCom::getReceivedBytes() const { return link_->receivedBytes(); }
+
+void BXSerialCom::setCallBackFunction(std::function<void()> callback) { link_->setReplyHandler(std::move(callback)); }
+
+void BXSerialCom::setProcessTrainingCallback(std::function<void()> callback) {
+  link_->setStreamHandler(std::move(callback));
+}
+
+void BXSerialCom::setRemoveDeviceCallback(std::function<bool(const char*)> callback) {
+  link_->setRemoveHandler(std::move(callback));
+}
+
+void BXSerialCom::startSessionListening() { link_->startListening(); }
+void BXSerialCom::setRunning(const bool& running) { link_->setRunning(running); }
+bool BXSerialCom::getStreaming() const { return link_->streaming(); }
+void BXSerialCom::setStreaming(const bool& streaming) { link_->setStreaming(streaming); }
+
+// This link waits for each answer itself; there is nothing to release or to clear.
+void BXSerialCom::setClearBuffer([[maybe_unused]] const bool& clear) {}
+void BXSerialCom::setReadyToSend([[maybe_unused]] const bool& ready) {}
+void BXSerialCom::setWaitingForAck([[maybe_unused]] bool waiting) {}
+void BXSerialCom::setIsStartup([[maybe_unused]] bool startup) {}
+
+bool BXSerialCom::getError() const { return link_->error(); }
+void BXSerialCom::setError(bool error) { link_->setError(error); }
+
+}  // namespace BX

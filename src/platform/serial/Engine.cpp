@@ -1,0 +1,136 @@
+#include "platform/serial/Engine.h"
+
+#include <boost/asio/dispatch.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/post.hpp>
+#include <random>
+
+#include "platform/serial/SerialPortTransport.h"
+
+namespace BX::link {
+
+namespace {
+
+std::unique_ptr<Transport> makeTransport(boost::asio::io_context& context, const std::string& port, unsigned baud) {
+  if (auto transport = transportFor(port)) return transport;
+  return std::make_unique<SerialPortTransport>(context, port, baud);
+}
+
+Timing timingOf(const Options& options) {
+  return {.baud = options.baud, .resend = options.resend, .sends = options.sends, .keepAlive = {}};
+}
+
+}  // namespace
+
+Engine::Engine(const std::string& port, const Options& options, Listener& listener)
+    : options_(options),
+      listener_(listener),
+      counters_(newCounters(port)),
+      station_(Role::Primary, timingOf(options), static_cast<std::uint8_t>(std::random_device{}())),
+      transport_(makeTransport(context_, port, options.baud)) {
+  const auto copied = [this](std::span<const std::uint8_t> bytes) {
+    boost::asio::post(context_, [this, data = Bytes(bytes.begin(), bytes.end())] { onReceived(data); });
+  };
+  Transport::Events events;
+  events.received = [this, copied](std::span<const std::uint8_t> bytes) {
+    if (context_.get_executor().running_in_this_thread()) {
+      onReceived(bytes);
+    } else {
+      copied(bytes);
+    }
+  };
+  events.hungUp = [this](const std::string& reason) {
+    boost::asio::post(context_, [this, reason] { onTransportHungUp(reason); });
+  };
+  transport_->open(std::move(events));
+  thread_ = std::thread([this] {
+    const auto work = boost::asio::make_work_guard(context_);
+    context_.run();
+  });
+}
+
+Engine::~Engine() { stop(); }
+
+void Engine::submit(Message message) {
+  boost::asio::post(context_, [this, message = std::move(message)]() mutable {
+    if (hungUp_) return;
+    station_.send(std::move(message), Clock::now());
+    settle();
+  });
+}
+
+void Engine::watch(bool on) {
+  boost::asio::post(context_, [this, on] {
+    if (hungUp_) return;
+    station_.setKeepAlive(on ? options_.keepAlive : std::chrono::milliseconds{0}, Clock::now());
+    armTimer();
+  });
+}
+
+void Engine::stop() {
+  if (!thread_.joinable()) return;
+  boost::asio::post(context_, [this] {
+    if (!hungUp_) {
+      station_.disconnect(Clock::now());
+      settle();
+    }
+    timer_.cancel();
+    transport_->close();
+    context_.stop();
+  });
+  thread_.join();
+}
+
+void Engine::onReceived(std::span<const std::uint8_t> bytes) {
+  if (hungUp_) return;
+  const auto now = Clock::now();
+  decoder_.feed(bytes, [&](std::span<const std::uint8_t> content) {
+    ++counters_->framesReceived;
+    station_.receive(content, now);
+  });
+  counters_->framesDamaged = decoder_.damaged();
+  settle();
+}
+
+void Engine::onTransportHungUp(const std::string& reason) {
+  if (hungUp_) return;
+  hungUp_ = true;
+  timer_.cancel();
+  transport_->close();
+  station_.restart();
+  listener_.onHungUp(reason);
+}
+
+void Engine::settle() {
+  Station::Output output = station_.take(Clock::now());
+  Bytes outgoing;
+  for (const Bytes& frame : output.frames) outgoing.insert(outgoing.end(), frame.begin(), frame.end());
+  if (!outgoing.empty()) transport_->write(std::move(outgoing));
+  counters_->framesSent = station_.framesSent();
+  counters_->framesResent = station_.framesResent();
+  counters_->payloadsSent += output.acknowledged.size();
+  counters_->payloadsReceived += output.delivered.size();
+  if (output.sessionBegan) listener_.onSessionBegan();
+  if (!output.acknowledged.empty()) listener_.onAcknowledged();
+  for (Message& message : output.delivered) {
+    if (!listener_.onDelivered(std::move(message))) ++counters_->answersLate;
+  }
+  if (output.down) listener_.onSessionLost(*output.down);
+  armTimer();
+}
+
+// A timer that is due no later is left alone: it fires, finds nothing due, and is set again.
+void Engine::armTimer() {
+  const auto deadline = station_.deadline();
+  if (!deadline || (armedFor_ && *armedFor_ <= *deadline)) return;
+  armedFor_ = deadline;
+  timer_.expires_at(*deadline);
+  timer_.async_wait([this](const boost::system::error_code& error) {
+    if (error || hungUp_) return;
+    armedFor_.reset();
+    station_.advance(Clock::now());
+    settle();
+  });
+}
+
+}  // namespace BX::link

@@ -1,0 +1,276 @@
+#include "platform/serial/Link.h"
+
+#include <exception>
+#include <stdexcept>
+#include <utility>
+
+#include "platform/serial/Control.h"
+
+namespace BX::link {
+
+namespace {
+
+constexpr auto closedText = "the port is not open";
+constexpr auto closedMeanwhileText = "closed by the host";
+// More payloads than any page holds fail the exchange instead of filling the memory.
+constexpr std::size_t maxAnswerPayloads = 100'000;
+
+bool isModeAnswer(const Bytes& payload) {
+  return payload.size() >= 2 && payload[0] == letter::accepted && payload[1] == letter::mode;
+}
+
+std::string secondsText(std::chrono::milliseconds time) {
+  const auto tenths = time.count() / 100;
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
+}
+
+}  // namespace
+
+// ---- Port
+
+std::string Link::port() const {
+  const Lock lock(mutex_);
+  return port_;
+}
+
+bool Link::setPort(const std::string& port) {
+  const std::scoped_lock lifecycle(lifecycle_);
+  const Lock lock(mutex_);
+  if (engine_) return false;
+  port_ = port;
+  return true;
+}
+
+bool Link::open() {
+  if (isConnected()) return true;
+  close();  // what is left of a port that was hung up
+  const std::scoped_lock lifecycle(lifecycle_);
+  const std::string name = port();
+  const Options options = getOptions();
+  std::unique_ptr<Engine> engine;
+  try {
+    {
+      const Lock lock(mutex_);
+      if (engine_) return true;  // opened by another thread meanwhile
+      options_ = options;
+      hungUp_.reset();
+      sessionUp_ = false;
+      streamed_.clear();
+    }
+    engine = std::make_unique<Engine>(name, options, *this);
+  } catch (const std::exception& reason) {
+    setLastError(name, reason.what());
+    return false;
+  }
+  const Lock lock(mutex_);
+  engine_ = std::move(engine);
+  opening_ = gate_.open();
+  return true;
+}
+
+bool Link::close() {
+  std::unique_ptr<Engine> engine;
+  {
+    const std::scoped_lock lifecycle(lifecycle_);
+    const Lock lock(mutex_);
+    engine = std::move(engine_);
+    opening_ = HandlerGate::closed;
+    running_ = false;
+    failPending(closedMeanwhileText);
+  }
+  changed_.notify_all();
+  if (engine) engine->stop();
+  const bool inside = gate_.inside();
+  gate_.close();
+  if (!inside) joinListening();
+  return engine != nullptr;
+}
+
+void Link::shutDown() {
+  close();
+  const Lock lock(mutex_);
+  replyHandler_ = nullptr;
+  streamHandler_ = nullptr;
+  removeHandler_ = nullptr;
+  // Only inside a handler can it still run: it keeps this object until it ends.
+  if (listening_.joinable()) listening_.detach();
+}
+
+bool Link::isConnected() const {
+  const Lock lock(mutex_);
+  return engine_ && !hungUp_;
+}
+
+// ---- What the engine's thread files
+
+void Link::onSessionBegan() {
+  const Lock lock(mutex_);
+  sessionUp_ = true;
+  if (pending_ != nullptr) pending_->lastSign = Clock::now();
+}
+
+void Link::onAcknowledged() {
+  const Lock lock(mutex_);
+  if (pending_ != nullptr) pending_->lastSign = Clock::now();
+}
+
+bool Link::onDelivered(Message message) {
+  const Lock lock(mutex_);
+  changed_.notify_all();
+  if (message.tag == streamTag) {
+    streamed_.push_back(std::move(message));
+    return true;
+  }
+  if (pending_ == nullptr || pending_->tag != message.tag || pending_->arrived) return false;
+  pending_->lastSign = Clock::now();
+  pending_->arrived = !message.moreFollows;
+  if (pending_->changesMode && pending_->arrived && isModeAnswer(message.payload)) {
+    if (listens_) {
+      streamed_.push_back(std::move(message));  // the end of the stream: the listening thread reads it
+      return true;
+    }
+    streamed_.clear();  // what an earlier stream has left is no part of the next one
+  }
+  pending_->answer.push_back(std::move(message.payload));
+  pending_->complete = pending_->arrived;
+  if (pending_->answer.size() > maxAnswerPayloads) failPending("the answer has no end");
+  return true;
+}
+
+void Link::onSessionLost(const std::string& reason) {
+  const Lock lock(mutex_);
+  sessionUp_ = false;
+  failPending(reason);
+  if (listens_) {
+    error_ = true;
+    setLastError(port_, reason);
+  }
+  changed_.notify_all();
+}
+
+void Link::onHungUp(const std::string& reason) {
+  const Lock lock(mutex_);
+  hungUp_ = reason;
+  sessionUp_ = false;
+  failPending(reason);
+  if (listens_) {
+    error_ = true;
+    setLastError(port_, reason);
+  }
+  changed_.notify_all();
+}
+
+void Link::failPending(const std::string& reason) {
+  if (pending_ != nullptr && !pending_->complete && !pending_->failure) pending_->failure = reason;
+}
+
+// ---- Exchanges
+
+bool Link::exchange(const Bytes& request, const Expected& expected, const Handler& handler) {
+  const auto self = shared_from_this();  // the handler may destroy what it is called for
+  const auto answer = this->request(request, expected, false);
+  return answer && handOver(*answer, handler);
+}
+
+bool Link::changeMode(std::uint8_t mode) {
+  return request(withSum({letter::mode, mode}), {letter::mode}, true).has_value();
+}
+
+std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& expected, bool changesMode) {
+  Pending pending;
+  Answer answer;
+  std::optional<std::string> failure;
+  {
+    Lock lock(mutex_);
+    changed_.wait(lock, [this] { return !exchanging_; });
+    if (!engine_ || hungUp_) {
+      failure = hungUp_.value_or(closedText);
+    } else {
+      exchanging_ = true;
+      pending_ = &pending;
+      lastTag_ = static_cast<std::uint8_t>(lastTag_ % maxTag + 1);
+      pending.tag = lastTag_;
+      pending.changesMode = changesMode;
+      pending.lastSign = Clock::now();
+      answer.opening = opening_;
+      engine_->submit({pending.tag, false, payload});
+      failure = awaitAnswer(lock, pending);
+      pending_ = nullptr;
+      exchanging_ = false;
+    }
+  }
+  changed_.notify_all();
+  if (!failure) failure = failureOf(payload, expected, pending.answer.back());
+  if (failure) {
+    fail(*failure);
+    return std::nullopt;
+  }
+  answer.payloads = std::move(pending.answer);
+  return answer;
+}
+
+std::optional<std::string> Link::awaitAnswer(Lock& lock, Pending& pending) {
+  const auto over = [&] { return pending.complete || pending.failure; };
+  while (!over()) {
+    if (pending.arrived) {
+      changed_.wait(lock, over);  // the listening thread has it, behind what was streamed before
+    } else if (changed_.wait_until(lock, pending.lastSign + options_.reply) == std::cv_status::timeout && !over() &&
+               !pending.arrived && Clock::now() >= pending.lastSign + options_.reply) {
+      pending.failure = "no answer within " + secondsText(options_.reply);
+    }
+  }
+  return pending.failure;
+}
+
+bool Link::fail(const std::string& reason) {
+  error_ = true;
+  setLastError(port(), reason);
+  return false;
+}
+
+bool Link::handOver(const Answer& answer, const Handler& handler) {
+  if (!handler) return true;
+  try {
+    for (const Bytes& payload : answer.payloads) {
+      {
+        const Lock lock(mutex_);
+        replyBytes_ = payload;
+      }
+      if (!gate_.run(answer.opening, handler)) return fail(closedMeanwhileText);
+    }
+  } catch (const std::exception& reason) {
+    return fail(std::string("the answer could not be read: ") + reason.what());
+  } catch (...) {
+    return fail("the answer could not be read");
+  }
+  return true;
+}
+
+Bytes Link::receivedBytes() const {
+  const Lock lock(mutex_);
+  return isListeningThread() ? streamBytes_ : replyBytes_;
+}
+
+// ---- Callbacks
+
+void Link::setReplyHandler(Handler handler) {
+  const Lock lock(mutex_);
+  replyHandler_.swap(handler);
+}
+
+Link::Handler Link::replyHandler() const {
+  const Lock lock(mutex_);
+  return replyHandler_;
+}
+
+void Link::setStreamHandler(Handler handler) {
+  const Lock lock(mutex_);
+  streamHandler_.swap(handler);
+}
+
+void Link::setRemoveHandler(std::function<bool(const char*)> handler) {
+  const Lock lock(mutex_);
+  removeHandler_.swap(handler);
+}
+
+}  // namespace BX::link

@@ -1,0 +1,139 @@
+// The listening thread of a link.
+#include <utility>
+
+#include "platform/serial/Link.h"
+
+namespace BX::link {
+
+namespace {
+
+// The device ends a stream by itself with this payload.
+bool isEndOfStream(const Message& message) {
+  return message.tag == streamTag && message.payload.size() == 1 && message.payload[0] == letter::accepted;
+}
+
+}  // namespace
+
+void Link::startListening() {
+  HandlerGate::Opening opening = HandlerGate::closed;
+  {
+    const Lock lock(mutex_);
+    if (listens_ || !engine_ || hungUp_) return;
+    opening = opening_;
+    listens_ = true;
+    endSeen_ = false;
+    toDrain_ = 0;
+    running_ = true;
+    streaming_ = true;
+    engine_->watch(true);
+  }
+  joinListening();  // an earlier one, which has ended
+  const Lock lock(mutex_);
+  listening_ = std::thread([self = shared_from_this(), opening] { self->listen(opening); });
+}
+
+void Link::setRunning(bool running) {
+  const Lock lock(mutex_);
+  if (!running && isListeningThread()) endSeen_ = true;
+  if (!running && running_) toDrain_ = streamed_.size();
+  running_ = running;
+  changed_.notify_all();
+}
+
+void Link::listen(HandlerGate::Opening opening) {
+  listeningId_ = std::this_thread::get_id();
+  while (hearNext(opening)) {
+  }
+  endListening();
+  listeningId_ = std::thread::id();
+}
+
+// Waits for the next payload and handles it; false when the stream is over.
+bool Link::hearNext(HandlerGate::Opening opening) {
+  Message message;
+  {
+    Lock lock(mutex_);
+    changed_.wait(lock, [&] { return !streamed_.empty() || !running_ || !sessionUp_ || opening != opening_; });
+    if (endSeen_ || opening != opening_ || streamed_.empty()) return false;
+    if (!running_) {
+      if (toDrain_ == 0) return false;
+      --toDrain_;
+    }
+    message = std::move(streamed_.front());
+    streamed_.pop_front();
+  }
+  return handleStreamed(opening, message);
+}
+
+bool Link::handleStreamed(HandlerGate::Opening opening, const Message& message) {
+  Handler handler;
+  {
+    const Lock lock(mutex_);
+    streamBytes_ = message.payload;
+    handler = streamHandler_;
+  }
+  bool goesOn = true;
+  try {
+    goesOn = gate_.run(opening, handler);
+  } catch (const std::exception& reason) {
+    goesOn = fail(std::string("a streamed payload could not be read: ") + reason.what());
+  } catch (...) {
+    goesOn = fail("a streamed payload could not be read");
+  }
+  if (message.tag != streamTag) {
+    const Lock lock(mutex_);
+    completePending(message.tag, message.payload);
+    changed_.notify_all();
+    return false;
+  }
+  return goesOn && !isEndOfStream(message);
+}
+
+// The end of the listening thread, whatever the reason.
+void Link::endListening() {
+  std::function<bool(const char*)> removed;
+  std::string name;
+  HandlerGate::Opening opening = HandlerGate::closed;
+  {
+    const Lock lock(mutex_);
+    running_ = false;
+    streaming_ = false;
+    listens_ = false;
+    if (engine_ && !hungUp_) engine_->watch(false);
+    // A mode's answer that was meant for this thread is now read by the exchange itself.
+    std::erase_if(streamed_, [this](Message& message) {
+      if (message.tag == streamTag) return false;
+      completePending(message.tag, std::move(message.payload));
+      return true;
+    });
+    if (hungUp_ && engine_) removed = removeHandler_;
+    name = port_;
+    opening = opening_;
+    changed_.notify_all();
+  }
+  if (!removed) return;
+  try {
+    gate_.run(opening, [&] { removed(name.c_str()); });
+  } catch (...) {
+    // The host's callback failed; there is nobody left to tell.
+    fail("the remove-device callback failed");
+  }
+}
+
+void Link::completePending(std::uint8_t tag, Bytes payload) {
+  if (pending_ == nullptr || pending_->tag != tag) return;
+  pending_->answer.push_back(std::move(payload));
+  pending_->complete = true;
+}
+
+void Link::joinListening() {
+  std::thread ended;
+  {
+    const Lock lock(mutex_);
+    if (isListeningThread()) return;
+    ended.swap(listening_);
+  }
+  if (ended.joinable()) ended.join();
+}
+
+}  // namespace BX::link

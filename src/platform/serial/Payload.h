@@ -1,0 +1,43 @@
+// The payloads that the link itself builds, and how answers are judged. Pure functions. Every request is a letter, its
+// arguments and the sum byte.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "platform/serial/Frame.h"
+
+namespace BX::link {
+
+namespace letter {
+inline constexpr std::uint8_t startup = 0x73;       // s
+inline constexpr std::uint8_t mode = 0x6F;          // o
+inline constexpr std::uint8_t information = 0x63;   // c
+inline constexpr std::uint8_t parameterSet = 0x65;  // e
+inline constexpr std::uint8_t poll = 0x70;          // p
+inline constexpr std::uint8_t storedPage = 0x62;    // b
+inline constexpr std::uint8_t accepted = 0x59;      // Y, first byte of an answer; alone: the end of a stream
+inline constexpr std::uint8_t refused = 0x4E;       // N, then the letter of the request
+}  // namespace letter
+
+std::uint8_t sumOf(std::span<const std::uint8_t> bytes);
+
+// `bytes` and their sum byte.
+Bytes withSum(std::initializer_list<std::uint8_t> bytes);
+
+// The code of an information item (one of BXSerialCom::DEVICE_INFO_...), or nothing for any other text.
+std::optional<std::uint8_t> informationCode(const std::string& item);
+
+// What makes an answer a success.
+struct Expected {
+  // The letter that must follow the device's 59; without: any answer, which the handler then judges.
+  std::optional<std::uint8_t> letter;
+};
+
+// Why `answer`, the last payload that answers `request`, is no success; nothing when it is one.
+std::optional<std::string> failureOf(const Bytes& request, const Expected& expected, const Bytes& answer);
+
+}  // namespace BX::link

@@ -1,0 +1,31 @@
+// What the link knows of ports by name, for the whole process: options, transports, last errors and counters.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "bx/BXSerialLink.h"
+
+namespace BX::link {
+
+struct Counters {
+  std::atomic<std::uint64_t> payloadsSent{0};
+  std::atomic<std::uint64_t> payloadsReceived{0};
+  std::atomic<std::uint64_t> framesSent{0};
+  std::atomic<std::uint64_t> framesResent{0};
+  std::atomic<std::uint64_t> framesReceived{0};
+  std::atomic<std::uint64_t> framesDamaged{0};
+  std::atomic<std::uint64_t> answersLate{0};
+};
+
+void setLastError(const std::string& port, const std::string& reason);
+
+// Fresh counters, which statistics(port) reads from now on.
+std::shared_ptr<Counters> newCounters(const std::string& port);
+
+// The transport set for this name, or null when it is a serial port.
+std::unique_ptr<Transport> transportFor(const std::string& port);
+
+}  // namespace BX::link

@@ -1,0 +1,18 @@
+// Opening a serial port by the rules of the operating system: the only file of the link that differs between systems.
+#pragma once
+
+#include <string>
+
+namespace BX::link {
+
+// Opens the port for exclusive use and puts it in raw mode, without flow control and without hanging up at close.
+// Nothing about the port changes unless it is ours. Throws std::runtime_error with the reason ("in use by another
+// program", "no such port", "permission denied", ...).
+int openSerialPort(const std::string& port);
+
+void discardInput(int handle);
+
+// Lets others open the port again; to be called before it is closed.
+void releaseSerialPort(int handle);
+
+}  // namespace BX::link

@@ -1,0 +1,100 @@
+#include "platform/serial/SerialPortTransport.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/error.hpp>
+#include <boost/asio/write.hpp>
+#include <cerrno>
+#include <stdexcept>
+
+#include "platform/serial/SerialPortHandle.h"
+
+namespace BX::link {
+
+namespace {
+
+// What a port reports whose adapter was pulled out or whose far end is gone.
+bool isHangUp(const boost::system::error_code& error) {
+  return error == boost::asio::error::eof || error.value() == EIO || error.value() == ENXIO || error.value() == ENODEV;
+}
+
+void setLine(boost::asio::serial_port& serial, unsigned baud) {
+  using Base = boost::asio::serial_port_base;
+  serial.set_option(Base::baud_rate(baud));
+  serial.set_option(Base::character_size(8));
+  serial.set_option(Base::parity(Base::parity::none));
+  serial.set_option(Base::stop_bits(Base::stop_bits::one));
+  serial.set_option(Base::flow_control(Base::flow_control::none));
+}
+
+}  // namespace
+
+SerialPortTransport::SerialPortTransport(boost::asio::io_context& context, std::string port, unsigned baud)
+    : name_(std::move(port)), baud_(baud), port_(std::make_shared<Port>(context)) {}
+
+SerialPortTransport::~SerialPortTransport() { SerialPortTransport::close(); }
+
+void SerialPortTransport::open(Events events) {
+  const auto handle = openSerialPort(name_);
+  port_->serial.assign(handle);
+  try {
+    setLine(port_->serial, baud_);
+  } catch (const boost::system::system_error&) {
+    close();
+    throw std::runtime_error("the port does not take " + std::to_string(baud_) + " baud");
+  }
+  discardInput(handle);
+  port_->events = std::move(events);
+  port_->read();
+}
+
+void SerialPortTransport::write(std::vector<std::uint8_t> bytes) {
+  if (port_->closed) return;
+  port_->waiting.insert(port_->waiting.end(), bytes.begin(), bytes.end());
+  if (port_->outgoing.empty()) port_->writeNext();
+}
+
+void SerialPortTransport::close() {
+  if (port_->closed) return;
+  port_->closed = true;
+  port_->events = {};
+  if (!port_->serial.is_open()) return;
+  releaseSerialPort(port_->serial.native_handle());
+  boost::system::error_code ignored;
+  port_->serial.close(ignored);
+}
+
+void SerialPortTransport::Port::read() {
+  serial.async_read_some(boost::asio::buffer(incoming), [self = shared_from_this()](const auto& error, std::size_t n) {
+    if (self->closed) return;
+    if (error) {
+      self->fail(error);
+      return;
+    }
+    self->events.received(std::span(self->incoming).first(n));
+    if (!self->closed) self->read();
+  });
+}
+
+void SerialPortTransport::Port::writeNext() {
+  outgoing.swap(waiting);
+  boost::asio::async_write(serial, boost::asio::buffer(outgoing),
+                           [self = shared_from_this()](const auto& error, std::size_t) {
+                             self->outgoing.clear();
+                             if (self->closed) return;
+                             if (error) {
+                               self->fail(error);
+                             } else if (!self->waiting.empty()) {
+                               self->writeNext();
+                             }
+                           });
+}
+
+// A port that has failed is never read again: re-arming the read of a hung-up port would burn the processor.
+void SerialPortTransport::Port::fail(const boost::system::error_code& error) {
+  if (error == boost::asio::error::operation_aborted || !events.hungUp) return;
+  const auto hungUp = std::move(events.hungUp);
+  events.hungUp = nullptr;
+  hungUp(isHangUp(error) ? "the port was hung up" : error.message());
+}
+
+}  // namespace BX::link
