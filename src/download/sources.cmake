@@ -1,1 +1,3 @@
-list(APPEND device_sources)
+list(APPEND device_sources
+  download/StoredResults.cpp
+  download/StoredResultsWire.cpp)

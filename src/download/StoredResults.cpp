@@ -1,0 +1,131 @@
+#include "bx/BXDevice.h"
+#include "device/DebugLog.h"
+#include "download/StoredResultsWire.h"
+#include "platform/AtExit.h"
+#include "records/RecordFormat.h"
+
+namespace BX {
+
+namespace shot = records::shot;
+
+namespace {
+
+// Asks for a page or a clear; `handler` gets the records and the closing answer.
+bool requestPage(BXSerialCom& link, std::uint8_t block, std::uint8_t page, const std::function<void()>& handler) {
+  auto request = download::pageRequest(block, page);
+  wire::seal(link, request);
+  return link.sendDownloadRequest(request, handler);
+}
+
+bool requestPages(BXSerialCom& link, const std::vector<wire::Bytes>& pages, const std::function<void()>& handler) {
+  for (const auto& entry : pages) {
+    for (std::uint8_t page = 0; page < entry[1]; ++page) {
+      if (!requestPage(link, entry[0], page, handler)) return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+void BXDevice::sendDownloadFrame() {
+  ringTargets.clear();
+  silhouetteTargets.clear();
+  log("SENDDLFRAME: ");
+  downloadingTrainingData = true;
+  const platform::AtExit finish([this] { downloadFinished(); });
+  trainingFrames.clear();
+  storedResultPages.clear();
+
+  log("SENDDLFRAME: devuce info stored results");
+  const auto pageTableHandler = [this] { processDownloadTrainingData(); };
+  if (!serialCom.sendDeviceInfoCommand(BXSerialCom::DEVICE_INFO_STORED_RESULTS, pageTableHandler)) return;
+
+  log("SENDDLFRAME: page results");
+  if (!requestPages(serialCom, storedResultPages, [this] { processStoredData(); })) return;
+  log("SENDDLFRAME: download accepted");
+
+  if (!downloadStoredTargets()) return;
+  decodeStoredRecords();
+  log("COMPLETED FRAMES!!!");
+}
+
+bool BXDevice::downloadStoredTargets() {
+  for (const auto& frame : storedShotFrames) {
+    log("SHOT");
+    const std::int32_t ringNumber = frame[shot::ringTargetOffset];
+    if (ringNumber < records::noTarget && !ringTargets.contains(ringNumber)) {
+      log("RING FOUND!");
+      currentRingTargetNumber = ringNumber;
+      if (!downloadRingTarget(ringNumber)) {
+        log("Failed to download Ring");
+        return false;
+      }
+    }
+    const std::int32_t silhouetteNumber = frame[shot::silhouetteTargetOffset];
+    if (silhouetteNumber < records::noTarget && !silhouetteTargets.contains(silhouetteNumber)) {
+      log("SIL FOUND!");
+      currentSilhouetteTargetNumber = silhouetteNumber;
+      if (!downloadSilhouetteTarget(silhouetteNumber)) {
+        log("Failed to download Silhouette");
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+void BXDevice::decodeStoredRecords() {
+  for (const auto& frame : storedDataFrames) {
+    switch (records::kindOf(frame)) {
+      case records::RecordKind::Measurement:
+        trainingFrames.push_back(processMeasurementData(frame));
+        break;
+      case records::RecordKind::Shot:
+        trainingFrames.push_back(processShotData(frame));
+        break;
+      case records::RecordKind::Other:
+        break;
+    }
+  }
+}
+
+void BXDevice::processDownloadTrainingData() {
+  const auto bytes = serialCom.getReceivedBytes();
+  if (download::isWholePageTable(bytes)) {
+    download::appendPages(bytes, storedResultPages);
+  } else {
+    log("SENDDLFRAME: no page table");
+  }
+  serialCom.setReadyToSend(true);
+}
+
+void BXDevice::downloadFinished() {
+  storedShotFrames.clear();
+  storedDataFrames.clear();
+  storedResultPages.clear();
+  downloadingTrainingData = false;
+}
+
+bool BXDevice::clearTrainingDataOnDevice() {
+  const auto forget = [this] {
+    trainingFrames.clear();
+    storedResultPages.clear();
+  };
+  log("Clear Training DAta");
+  forget();
+  log("SENDDLFRAME: devuce info stored results");
+  const std::function<void()> handler = [this] { processStoredData(); };
+  log("CLEAR: Start Page Results");
+  for (std::uint8_t block = 0; block < download::blocksCleared; ++block) {
+    if (!requestPage(serialCom, block, download::clearBlock, handler)) {
+      forget();
+      return false;
+    }
+  }
+  log("CLEAR: WAITING ON PAGE RESULTS");
+  forget();
+  return true;
+}
+
+}  // namespace BX

@@ -1,0 +1,67 @@
+#include "bx/BXDevice.h"
+#include "device/DebugLog.h"
+#include "morva/KeyedAccess.h"
+#include "targets/SilhouetteCodec.h"
+#include "targets/TargetKeys.h"
+
+namespace BX {
+
+namespace silhouette = targets::silhouette;
+namespace key = targets::key;
+namespace text = targets::text;
+
+namespace {
+
+void logValue(const char* label, std::int64_t value) {
+  log(label);
+  log(std::to_string(value));
+}
+
+bool sendRows(BXSerialCom& link, const MORVA::MORVADataTypeJSON& document, std::int32_t number) {
+  const auto* rows = silhouette::rowsOf(document);
+  if (rows == nullptr) return true;
+  for (rapidjson::SizeType i = 0; i < rows->Size(); ++i) {
+    if (!wire::sendForAcknowledgement(link, silhouette::rowFrame((*rows)[i], number, i))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool BXDevice::uploadSilhouetteTarget(Json& document) {
+  const auto settings = silhouette::readSettings(document);
+  logValue("Target Distance:", settings.wireDistance());
+  logValue("Target Width:", settings.targetWidth);
+  logValue("Target Height:", settings.targetHeight);
+  logValue("Target Size:", settings.wireSize());
+
+  // What the device is told of next stands here even when it refuses it.
+  silhouetteTargets[settings.number] = document;
+  numberOfPrisms = getInteger(document, key::numberOfPrisms);
+  logValue("Number of Prisms:", numberOfPrisms);
+  nominalDistance = settings.nominalDistance;
+  logValue("set nom distance in upload sil target:", nominalDistance);
+  currentSilhouetteTargetNumber = settings.number;
+
+  const auto control = createSilhouetteControlByte1(document);
+  logValue("PX:", settings.prismPlaceX);
+  logValue("PY:", settings.prismPlaceY);
+  return wire::sendForAcknowledgement(serialCom, silhouette::settingsFrame(settings, control)) &&
+         wire::sendForAcknowledgement(serialCom, silhouette::nameFrame(document, settings.number)) &&
+         sendRows(serialCom, document, settings.number);
+}
+
+unsigned char BXDevice::createSilhouetteControlByte1(Json& document) {
+  const auto metres = targets::isMetres(document);
+  distanceUnit = metres ? text::meters : text::yards;
+  logValue(metres ? "create silhouette control byte 1 - meter - distance:"
+                  : "create silhouette control byte 1 - yard - distance:",
+           nominalDistance);
+  log(targets::isMillimetres(document, key::sizeUnit) ? "create silhouette control byte 1 bit 6 - mm - distance:"
+                                                      : "create silhouette control byte 1 bit 6 - yd - distance:");
+  return silhouette::controlByte1(document);
+}
+
+unsigned char BXDevice::createSilhouetteControlByte2(Json&) { return silhouette::controlByte2; }
+
+}  // namespace BX
