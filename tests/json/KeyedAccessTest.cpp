@@ -97,7 +97,7 @@ TEST(KeyedAccess, NumbersKeepTheirPlaceTextsAndDocumentsMoveToTheEnd) {
 }
 
 TEST(KeyedAccess, SettersNeedAnObjectRoot) {
-  for (const std::string& root : {R"([1])", R"("text")", "7", "null"}) {
+  for (const char* root : {"[1]", R"("text")", "7", "null"}) {
     MORVADataTypeJSON document = parsed(root);
     EXPECT_FALSE(setInteger(document, "a", 1) || setDouble(document, "a", 1) || setBoolean(document, "a", true) ||
                  setText(document, "a", "b") || setDocument(document, "a", MORVADataTypeJSON()));
