@@ -71,6 +71,9 @@ class BX_DEVICE_API BXDevice {
   void stop();
   void poll();
   std::vector<Json> getTrainingFrames();
+  // The records that have come since, which are then forgotten, whether the device streams or not: across the end of a
+  // stream none is lost and none comes twice.
+  std::vector<Json> takeTrainingFrames();
   std::size_t trainingFrameCount() const;
   void clearTrainingFrames();
 

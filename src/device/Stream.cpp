@@ -69,6 +69,11 @@ std::vector<BXDevice::Json> BXDevice::getTrainingFrames() {
   return trainingFrames;
 }
 
+std::vector<BXDevice::Json> BXDevice::takeTrainingFrames() {
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  return std::exchange(trainingFrames, {});
+}
+
 std::size_t BXDevice::trainingFrameCount() const {
   const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
   return trainingFrames.size();
