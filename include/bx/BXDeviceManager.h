@@ -57,10 +57,23 @@ class BX_DEVICE_API BXDeviceManager {
 
  private:
   struct Entry;  // a device, and the lock under which one operation at a time uses it
+  class Turn;    // an entry that an operation uses
+  using Devices = std::map<std::string, std::shared_ptr<Entry>>;
+
+  bool retireDevice(const std::string& port, const Entry& own);
+  static void release(Entry& entry);
   std::shared_ptr<Entry> find(const std::string& port) const;
+  std::shared_ptr<Entry> extract(const std::string& port, const Entry* own = nullptr);
+  Turn take(const std::string& port) const;
+  std::vector<std::string> ports() const;
+  Devices copyDevices() const;
+  void connectInto(Json& result, const std::string& port, bool skipStartup);
+  void connectListed(Json& result, const std::string& port);
+  void drop(const std::string& port, const Turn& device);
 
   mutable std::mutex registryMutex;
-  std::map<std::string, std::shared_ptr<Entry>> devices;
+  Devices devices;
+  Devices hungUp;  // removed by their own listening thread, kept for the references that the host may hold
 };
 
 }  // namespace BX

@@ -1,1 +1,4 @@
-list(APPEND device_sources)
+list(APPEND device_sources
+  manager/Connecting.cpp
+  manager/Operations.cpp
+  manager/Registry.cpp)

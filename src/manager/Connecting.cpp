@@ -1,0 +1,88 @@
+// Connecting and disconnecting devices, one or all.
+#include <iostream>
+
+#include "manager/Entry.h"
+#include "morva/KeyedAccess.h"
+
+namespace BX {
+
+MORVA::MORVADataTypeJSON BXDeviceManager::connectDevice(const std::string& port, bool skipStartup) {
+  Json result;
+  try {
+    connectInto(result, port, skipStartup);
+  } catch (...) {  // what was read until then is the result
+  }
+  return result;
+}
+
+void BXDeviceManager::connectInto(Json& result, const std::string& port, bool skipStartup) {
+  std::shared_ptr<Entry> namesake;  // the entry whose port is this device's name: the empty name, for a kept device
+  const Turn device = take(port);
+  if (!device) return;
+  if (device->getSerialCom().isConnected()) {
+    setDocument(result, port, device->getDeviceSettings());
+    if (skipStartup) namesake = extract(device->deviceName);
+    return;
+  }
+  if (skipStartup) {
+    namesake = find(device->deviceName);
+    if (namesake && namesake->device.getSerialCom().isConnected()) {
+      extract(port, device.entry());
+      return;
+    }
+  }
+  if (!device->connectDevice(skipStartup)) return drop(port, device);
+
+  device->setRemoveDeviceCallback(
+      [this, own = device.entry()](const char* hungUpPort) { return retireDevice(hungUpPort, *own); });
+  device->setDeviceMode(BXSerialCom::RESTING, false);
+  if (!device->getParameterSetFrames()) return drop(port, device);
+  setDocument(result, port, device->getDeviceSettings());
+}
+
+MORVA::MORVADataTypeJSON BXDeviceManager::connectDevices() {
+  Json result;
+  for (const auto& port : ports()) {
+    try {
+      connectListed(result, port);
+    } catch (...) {  // a device that fails so badly is left out of the result
+    }
+  }
+  return result;
+}
+
+void BXDeviceManager::connectListed(Json& result, const std::string& port) {
+  const Turn device = take(port);
+  if (!device) return;
+  if (!device->getSerialCom().isConnected()) {
+    std::cout << "Connecting device on port: " << port << std::endl;
+    if (!device->connectDevice(false)) return drop(port, device);
+    device->setDeviceMode(BXSerialCom::RESTING, false);
+    device->getParameterSetFrames();
+  }
+  setDocument(result, port, device->getDeviceSettings());
+}
+
+// The turn is held already: release() would find the device busy.
+void BXDeviceManager::drop(const std::string& port, const Turn& device) {
+  device->disconnectDevice();
+  extract(port, device.entry());
+}
+
+void BXDeviceManager::disconnectDevice(const std::string& port) { removeDevice(port); }
+
+void BXDeviceManager::disconnectDevices() {
+  Devices registered;
+  Devices retired;
+  {
+    const std::lock_guard lock(registryMutex);
+    registered.swap(devices);
+    retired.swap(hungUp);
+  }
+  for (const auto& [port, entry] : registered) {
+    std::cout << "Disconnecting device on port: " << port << std::endl;
+    release(*entry);
+  }
+}
+
+}  // namespace BX
