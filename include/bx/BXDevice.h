@@ -1,12 +1,23 @@
 // One target device on one serial port.
 //
-// Every member that talks to the device blocks the calling thread until its exchange is over (BXSerialCom.h tells how
-// long that can take), stops at the first exchange that fails and repeats nothing: sending again is the link's work.
-// A false result leaves the link's error flag set (hasError).
+// Exchanges. A member that talks to the device blocks the calling thread until its exchanges are over. BXSerialCom.h
+// bounds one exchange: 1.3 s when nothing acknowledges (2.6 s for the first after the port was opened), otherwise 2 s
+// after the last sign of an answer; on a port that is not open it fails at once. Below, "N exchanges" means N times
+// that at worst. A member stops at the first exchange that fails, returns false and repeats nothing: sending again is
+// the link's work. What earlier exchanges changed on the device stays. A failed exchange sets the link's error flag.
 //
-// Threads: a device is used from one thread of the host at a time. While it streams, getTrainingFrames,
-// clearTrainingFrames, trainingFrameCount, isDownloading, hasError and stopThread may run beside the listening thread;
-// connectDevice, disconnectDevice, transfers, settings and clears must wait until the stream has ended.
+// Modes. The device answers transfers, settings writes and stored results in mode 6 only, and information and reads of
+// settings in any mode but a stream; its modes are listed in BXSerialCom.h. The members here do not change the mode
+// unless they say so: BXDeviceManager does that around them.
+//
+// Threads. One thread of the host uses a device at a time. While it streams, records arrive on the listening thread,
+// and beside it these may be called: getTrainingFrames, takeTrainingFrames, clearTrainingFrames, trainingFrameCount,
+// setDeviceMode, stopThread, hasError and copying. Everything else waits until the stream has ended. isDownloading and
+// hasError may be called from any thread at any time.
+//
+// Documents are values: what is passed in or returned is copied. References from the getters are to the device's own
+// documents and end with the device; changing one sends nothing. docs/ tables keys, types and units. A missing
+// boolean counts as true, an integer as 2147483647, a double as the largest one, a text as empty (KeyedAccess.h).
 #pragma once
 
 #include <atomic>
@@ -31,16 +42,33 @@ class BX_DEVICE_API BXDevice {
   using Json = MORVA::MORVADataTypeJSON;
   using Bytes = std::vector<unsigned char>;
 
+  // No port, no mode, empty documents, no target in use (255).
   BXDevice();
+  // Copies the port name, the device settings, the target, the stored targets and the numbers of the targets in use;
+  // the copy's session settings are `other`'s *target*. The copy is closed and in no mode, without callbacks and
+  // records, and reads its parameter-set frames anew. `other` may be streaming.
   BXDevice(const BXDevice& other);
   BXDevice& operator=(const BXDevice&) = delete;
+  // Waits 500 ms, then closes the port; the device is sent nothing. Waits for a handler that runs on another thread.
   ~BXDevice();
 
   // ---- Lifecycle
+
+  // Opens the port (up to 3 tries, back to back), waits 2000 ms, sends the startup command (skipped, with its wait,
+  // when `skipStartup`; its failure counts for nothing), waits 500 ms, commands mode 2 unless that was the last mode,
+  // and asks for the device information. Up to 9 exchanges. Forgets the training records. True at once, without any of
+  // this, when the port is open. False when the port cannot be opened, and then nothing has changed; or when the device
+  // refuses or does not answer, and then it is disconnected.
   bool connectDevice(bool skipStartup);
+  // Closes the port at once, sending nothing; forgets device settings, target, stored targets, records and the
+  // Unity callback. Keeps session settings, the last mode, parameter-set frames, isDeviceInitialized and the error
+  // flag.
   void disconnectDevice();
+  // Whether the device information was ever read whole.
   bool isDeviceInitialized() const;
+  // Whether stored results, or a target of them, are being fetched.
   bool isDownloading() const;
+  // The link's error flag; it stays set until it is set back. BXSerialLink.h tells the reason.
   bool hasError() const;
   void setError(bool error);
 
@@ -48,45 +76,92 @@ class BX_DEVICE_API BXDevice {
   Json& getDeviceSettings();
   Json& getSessionSettings();
   Json& getTarget();
-  const std::string& getTargetType() const;
+  const std::string& getTargetType() const;  // always empty
 
+  // Names the port; opens nothing. Without effect while the port is open.
   void setDevicePort(const std::string& port);
+  // Replaces the document, whole; sends nothing (setParameterSetFrames does).
   void setDeviceSettings(const Json& settings);
   void setSessionSettings(const Json& settings);
+  // Replaces the document, whole; sends nothing (the uploads do), and they do not read it.
   void setTarget(const Json& target);
+  // Kept and never called.
   void setCallBackFunction(std::function<void()> callBack);
+  // Kept by the link: called with the port name, on the listening thread, when the port is hung up while a stream is
+  // listened to. The device may be destroyed inside it.
   void setRemoveDeviceCallback(std::function<bool(const char*)> callback);
+  // Kept until disconnectDevice and never called.
   void setUnityCallback(void (*callback)(const char*));
+  // Commands the device into `mode`, 1 exchange; true, and nothing is sent, when that is the last mode it took. `flag`
+  // goes to the link as its hint `endsStream`. While a stream runs, success also ends the stream.
   bool setDeviceMode(const BXSerialCom::DeviceMode& mode, bool flag);
 
   // ---- Settings
+
+  // Asks for serial number, ID, program, date, time, usage information and error counters, 7 exchanges. The first five
+  // become texts of the device settings: "SerialNumber", "DeviceID", "Program", "Date", "Time".
   bool setupDeviceSettings();
+  // Reads the eleven parameter-set frames, 11 exchanges, then applies them as processDeviceFrames does. The first
+  // answer for a frame counts for the life of this object; later ones are dropped. On failure the settings are as they
+  // were. An answer that carries no frame is written to standard output ("DEF: " and its bytes in hexadecimal) and
+  // skipped.
   bool getParameterSetFrames();
+  // Writes the device settings, the session settings and the targets in use as four frames, 4 exchanges. Numbers travel
+  // as their low 8 bits, "CockingDelay" (seconds) in tenths, truncated. Mode 6.
   bool setParameterSetFrames();
+  // Sets "Mounting", "ArrowButtonsEnabled", "EvaluateSilhouette", "CountRingScore", "RegisterAllTriggers",
+  // "TargetReceiverHitIndicationBeam" and "SleepWakeUp" of the device settings from the frames read. A frame that was
+  // never read, or is too short, sets nothing, and from then on counts as read.
   void processDeviceFrames();
 
   // ---- Training
+
+  // Forgets the records, commands mode 3, or 1 when the session setting "isInFieldMode" is false (1 exchange, none when
+  // that was the last mode), and starts the listening thread, whatever came of the mode. From then on each payload adds
+  // one record, decoded, or empty when it is none. Ended by the device, the listening goes no further, but the
+  // last mode is still the stream's: set another one before the next start.
   void startThread();
+  // Ends the listening thread once the payloads that have arrived are handled; returns at once and sends nothing.
   void stopThread();
-  void stop();
+  void stop();  // does nothing
+  // Asks for a sign of life, 1 exchange. The result is in hasError.
   void poll();
+  // While the device streams: the records that came since the last call, which are then forgotten. Otherwise: a copy of
+  // all records, which stay; so after a stream, or a download, each call returns the same.
+  // Records pile up without limit until they are fetched: about 1.3 KB each.
   std::vector<Json> getTrainingFrames();
   // The records that have come since, which are then forgotten, whether the device streams or not: across the end of a
   // stream none is lost and none comes twice.
   std::vector<Json> takeTrainingFrames();
+  // How many records wait.
   std::size_t trainingFrameCount() const;
   void clearTrainingFrames();
 
-  // ---- Targets
+  // ---- Targets. Mode 6. Stored targets are kept by number until disconnectDevice, clearTargetData or the next
+  // sendDownloadFrame. Keys that `target` lacks count as missing (above); its values are not checked.
+
+  // Sends `target` in 4 exchanges. It is kept, and is the target in use, even when the device refuses it.
   bool uploadRingTarget(Json& target);
+  // Fetches the ring target stored as the low 8 bits of `number`, 4 exchanges. Of a target that is kept already, the
+  // diameters and the name are replaced and everything else stays.
   bool downloadRingTarget(const int& number);
+  // Sends `target`: 2 exchanges, and 64 more when it has a bitmap. It is kept, and is the target in use, even when the
+  // device refuses it.
   bool uploadSilhouetteTarget(Json& target);
+  // Fetches the silhouette target stored as the low 8 bits of `number`, 66 exchanges.
   bool downloadSilhouetteTarget(const int& number);
+  // Copies of the kept targets: ring targets by number, then silhouette targets by number. Sends nothing.
   std::vector<Json> getAllTargets() const;
+  // Forgets the kept targets and which are in use; sends nothing.
   void clearTargetData();
 
-  // ---- Stored results
+  // ---- Stored results. Mode 6; not while the device streams.
+
+  // Fetches every stored record and every target that stored shots name: an exchange for the table of pages, one for
+  // each page, then the targets. The records then are the training records. When any of it fails there are none, and
+  // hasError tells.
   void sendDownloadFrame();
+  // Clears the device's stored results, 7 exchanges, and forgets the training records.
   bool clearTrainingDataOnDevice();
 
  private:
