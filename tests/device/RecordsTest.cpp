@@ -63,6 +63,15 @@ TEST(ShotRecord, ReadsUnsignedFieldsAsUnsigned) {
   EXPECT_EQ(decodeShot(far, {10, "Meters", noTarget}).aim.distance, 6553.5);
 }
 
+TEST(ShotRecord, TakesLittleMemory) {
+  Shot shot = decodeShot(shotFrame, ring10Metres);
+  shot.aimingTime = 1.5;
+  auto document = shotDocument(shot);
+  auto copy = document;
+  EXPECT_LE(document.getDocument().GetAllocator().Capacity(), 1024U);
+  EXPECT_LE(copy.getDocument().GetAllocator().Capacity(), 1024U);
+}
+
 TEST(MeasurementRecord, HasItsMembersInOrderAndWithTheirTypes) {
   EXPECT_EQ(
       measurementDocument(decodeMeasurement(measurementFrame, {25, "Meters", 1}, false)).toString(),
