@@ -38,6 +38,8 @@ struct Options {
   std::vector<StoredRecord> stored;
   std::vector<ScriptedReply> script;
   std::uint64_t seed = 1;
+  // Payloads a second in training, the shooter's or the file's. The shooter's records are 20 ms apart in its own time,
+  // whatever the rate: another rate plays the same session faster or slower.
   double rate = 50;                      // payloads a second in training
   unsigned baud = 0;                     // pace bytes as such a line would; 0: as fast as they go
   std::chrono::milliseconds latency{0};  // what the device sends reaches the host this much later
@@ -47,6 +49,8 @@ struct Options {
   // Each payload once, sum byte included, when it is delivered: "> HEX" from the host, "< HEX" to the host. Called on
   // the simulator's thread.
   std::function<void(const std::string& line)> transcript;
+  // Whether Simulator::transcript() holds the lines as well; without, a device may run for weeks.
+  bool keepTranscript = true;
 };
 
 // Readers of the tool's file formats; they throw std::runtime_error with "FILE:LINE: reason".
@@ -56,9 +60,10 @@ std::vector<ScriptedReply> readScriptFile(const std::string& path);
 
 class Simulator {
  public:
-  // Opens `line` and starts; throws what the line's open throws.
+  // Opens `line` and starts; throws what the line's open throws. `hungUp` of this line means that the host has closed
+  // its end: the device rests, and the line stays open for the next host.
   Simulator(Options options, std::unique_ptr<link::Transport> line);
-  // Sends what is under way, then closes the line: the host sees a hang-up.
+  // Sends what is under way, for up to a second, then closes the line: the host sees a hang-up.
   ~Simulator();
   Simulator(const Simulator&) = delete;
   Simulator& operator=(const Simulator&) = delete;
@@ -76,7 +81,8 @@ class Simulator {
   std::unique_ptr<Core> core_;
 };
 
-// The device's end of a new pseudo-terminal, in raw mode. Posix only.
+// The device's end of a new pseudo-terminal, in raw mode. Posix only. `hungUp` means that the host has closed its end;
+// it may come once for each host, and the line stays open for the next one.
 class PtyLine : public link::Transport {
  public:
   PtyLine();  // throws std::system_error
@@ -89,7 +95,7 @@ class PtyLine : public link::Transport {
 
  private:
   class Port;
-  std::shared_ptr<Port> port_;
+  std::unique_ptr<Port> port_;
 };
 
 }  // namespace BX::sim

@@ -1,0 +1,20 @@
+#include "simulator/Simulator.h"
+
+#include "simulator/Core.h"
+
+namespace BX::sim {
+
+Simulator::Simulator(Options options, std::unique_ptr<link::Transport> line)
+    : core_(std::make_unique<Core>(std::move(options), std::move(line))) {}
+
+Simulator::~Simulator() = default;
+
+std::vector<std::string> Simulator::transcript() const { return core_->transcript().lines(); }
+
+bool Simulator::awaitTranscript(const std::string& prefix, std::size_t count, std::chrono::milliseconds timeout) const {
+  return core_->transcript().await(prefix, count, timeout);
+}
+
+void Simulator::hangUp() { core_->hangUp(); }
+
+}  // namespace BX::sim
