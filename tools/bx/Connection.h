@@ -1,0 +1,46 @@
+// One connected device, disconnected when the object goes.
+#pragma once
+
+#include <string>
+
+#include "Tool.h"
+#include "bx/BXDeviceManager.h"
+
+namespace BX::tool {
+
+using Json = MORVA::MORVADataTypeJSON;
+
+class Connection {
+ public:
+  // Connects; throws Failure.
+  Connection(const Tool& tool, std::string port);
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  const std::string& port() const { return port_; }
+  // The settings that the device reported when it was connected.
+  const Json& settings() const { return settings_; }
+  BXDeviceManager& manager() { return manager_; }
+  // Stays valid as long as the connection, also when the device hangs up.
+  BXDevice& device() { return manager_.getDevice(port_); }
+
+  // Clears the error flag, so that failed() speaks of what follows.
+  void begin() { device().setError(false); }
+  bool failed() { return device().hasError(); }
+  // Throws Failure: the port, `step`, and the link's own reason.
+  [[noreturn]] void fail(const std::string& step) const;
+
+ private:
+  std::string port_;
+  BXDeviceManager manager_;
+  Json settings_;
+};
+
+// The line for a port that could not be opened or connected, from the link's `reason`.
+std::string connectFailure(const std::string& port, bool opened, const std::string& reason);
+
+// The reason as a person wants it: a request that the device refused is told by what it asked for.
+std::string explain(const std::string& reason);
+
+}  // namespace BX::tool

@@ -1,0 +1,111 @@
+#include "Documents.h"
+
+#include <rapidjson/error/en.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include "morva/KeyedAccess.h"
+
+namespace BX::tool {
+
+namespace {
+
+std::string place(const std::string& text, std::size_t offset) {
+  const std::string before = text.substr(0, offset);
+  const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+  const auto lastBreak = before.rfind('\n');
+  const std::size_t column = lastBreak == std::string::npos ? offset + 1 : offset - lastBreak;
+  return "line " + std::to_string(line) + ", column " + std::to_string(column);
+}
+
+[[noreturn]] void refuse(const std::string& text) { throw Failure(wrongUsage, text); }
+
+std::string readFile(const std::string& path) {
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  std::string text;
+  if (file && file.peek() != std::ifstream::traits_type::eof()) text.assign(std::istreambuf_iterator<char>(file), {});
+  // A folder opens, and fails at the first byte.
+  if (errno != 0) refuse(path + ": read: " + std::generic_category().message(errno));
+  return text;
+}
+
+std::string join(const std::vector<std::string>& phrases) {
+  std::string text;
+  for (const auto& phrase : phrases) text += (text.empty() ? "" : "; ") + phrase;
+  return text;
+}
+
+// With --force a refusal is a warning.
+void report(Tool& tool, const std::string& name, const Findings& findings) {
+  if (!findings.problems.empty() && !tool.global.force) refuse(name + ": check: " + join(findings.problems));
+  for (const auto& problem : findings.problems) tool.console.warning(name + ": " + problem);
+  for (const auto& warning : findings.warnings) tool.console.warning(name + ": " + warning);
+}
+
+// The type that the file names, whatever it is; with a reason to refuse it.
+std::string typeFromFile(const Json& document, Findings& findings) {
+  const std::string type = MORVA::getText(document, "TargetType");
+  if (type.empty()) {
+    findings.problems.push_back(
+        "\"TargetType\" is neither in the file nor given by --type (without it the library "
+        "takes a silhouette)");
+  } else if (type != "RING" && type != "SILHOUETTE") {
+    findings.problems.push_back("\"TargetType\" \"" + type +
+                                "\" is neither \"RING\" nor \"SILHOUETTE\" (the library takes a silhouette)");
+  }
+  return type;
+}
+
+}  // namespace
+
+Json parseDocument(const std::string& text, const std::string& name) {
+  constexpr unsigned flags =
+      rapidjson::kParseFullPrecisionFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
+  rapidjson::Document parsed;
+  parsed.Parse<flags>(text.data(), text.size());
+  if (parsed.HasParseError()) {
+    refuse(name + ": " + place(text, parsed.GetErrorOffset()) +
+           ": not JSON: " + rapidjson::GetParseError_En(parsed.GetParseError()));
+  }
+  const auto zero = text.find('\0');
+  if (zero != std::string::npos) refuse(name + ": " + place(text, zero) + ": not JSON: a zero byte");
+  Json document;
+  if (!document.parseString(text)) refuse(name + ": read: not JSON");
+  return document;
+}
+
+Json readDocument(const std::string& path) { return parseDocument(readFile(path), path); }
+
+Json loadDocument(Tool& tool, const std::string& path, DocumentKind kind) {
+  Json document = readDocument(path);
+  report(tool, path, check(document, kind));
+  return document;
+}
+
+TargetFile loadTarget(Tool& tool, const std::string& path, const std::string& givenType) {
+  TargetFile target{.type = givenType, .document = readDocument(path)};
+  Findings findings;
+  if (givenType.empty() && target.document.getDocument().IsObject()) {
+    target.type = typeFromFile(target.document, findings);
+  }
+  // Whatever is not exactly a ring target is sent as a silhouette. A type that is not known is all there is to say.
+  if (findings.problems.empty() || tool.global.force) {
+    const auto kind = target.type == "RING" ? DocumentKind::RingTarget : DocumentKind::SilhouetteTarget;
+    const Findings more = check(target.document, kind);
+    findings.problems.insert(findings.problems.end(), more.problems.begin(), more.problems.end());
+    findings.warnings = more.warnings;
+  }
+  report(tool, path, findings);
+  return target;
+}
+
+void warnAbout(Tool& tool, const std::string& name, const Json& document, DocumentKind kind) {
+  for (const auto& warning : check(document, kind).warnings) tool.console.warning(name + ": " + warning);
+}
+
+}  // namespace BX::tool

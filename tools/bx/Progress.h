@@ -1,0 +1,38 @@
+// A progress bar for a download, drawn on a terminal while the object lives.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "Connection.h"
+
+namespace BX::tool {
+
+// "[#####.....] 5 of 10 pages"
+std::string progressBar(std::size_t done, std::size_t total);
+
+class DownloadProgress {
+ public:
+  // Asks the device how many pages there are, when standard error is a terminal; else does nothing.
+  DownloadProgress(Console& console, Connection& connection);
+  ~DownloadProgress();
+  DownloadProgress(const DownloadProgress&) = delete;
+  DownloadProgress& operator=(const DownloadProgress&) = delete;
+
+ private:
+  void draw();
+
+  Console& console_;
+  std::string port_;
+  std::size_t pages_ = 0;
+  std::uint64_t sentBefore_ = 0;
+  bool over_ = false;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::thread thread_;
+};
+
+}  // namespace BX::tool
