@@ -1,0 +1,5 @@
+# Sourced: the Debian packages that the tree needs, by purpose.
+build_packages=(g++ cmake ninja-build pkg-config libboost-dev libboost-thread-dev libboost-system-dev rapidjson-dev
+  libcli11-dev libserialport-dev)
+test_packages=(libgtest-dev libgmock-dev)
+lint_packages=(clang-format clang-tidy)
