@@ -3,12 +3,6 @@
 
 namespace BX::tool {
 
-void addConfigurationOptions(CLI::App& command, ConfigurationFiles& files) {
-  command.add_option("--device", files.device, "Device settings to write, a JSON file");
-  command.add_option("--session", files.session, "Session settings to write, a JSON file");
-  command.add_option("--target", files.target, "Target to upload, a JSON file");
-}
-
 Configuration loadConfiguration(Tool& tool, const ConfigurationFiles& files) {
   Configuration configuration;
   if (!files.session.empty()) {

@@ -111,9 +111,6 @@ class Demo {
 
 }  // namespace
 
-void addDemo(CLI::App& app, Tool& tool) {
-  auto* command = app.add_subcommand("demo", "Show the whole road against a simulated device of its own");
-  command->callback([&tool] { tool.run = [&tool] { Demo(tool).run(); }; });
-}
+void runDemo(Tool& tool) { Demo(tool).run(); }
 
 }  // namespace BX::tool

@@ -32,13 +32,6 @@ void warnAbout(Tool& tool, const std::string& name, const Json& document, Docume
 
 // ---- The files that `train` and `settings` take alike.
 
-struct ConfigurationFiles {
-  std::string device, session, target;
-  bool any() const { return !device.empty() || !session.empty() || !target.empty(); }
-};
-
-void addConfigurationOptions(CLI::App& command, ConfigurationFiles& files);
-
 struct Configuration {
   std::optional<Json> device, session;
   std::optional<TargetFile> target;

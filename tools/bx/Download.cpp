@@ -8,11 +8,6 @@ namespace BX::tool {
 
 namespace {
 
-struct Arguments {
-  std::string port;
-  std::string output;
-};
-
 Json downloadHeader(Connection& connection) {
   Json header;
   MORVA::setText(header, "start", timeNow());
@@ -25,17 +20,6 @@ Json downloadHeader(Connection& connection) {
   return header;
 }
 
-void run(Tool& tool, const Arguments& arguments) {
-  Records records(tool.console, arguments.output);
-  Connection connection(tool, arguments.port);
-  const auto session = downloadSession(tool, connection);
-  records.begin(downloadHeader(connection));
-  for (const auto& record : session) {
-    if (!records.add(record)) return;
-  }
-  tool.console.note(records.summary());
-}
-
 }  // namespace
 
 std::vector<Json> downloadSession(Tool& tool, Connection& connection) {
@@ -46,12 +30,15 @@ std::vector<Json> downloadSession(Tool& tool, Connection& connection) {
   return session;
 }
 
-void addDownload(CLI::App& app, Tool& tool) {
-  auto* command = app.add_subcommand("download", "Download the stored session, one JSON line a record");
-  auto arguments = std::make_shared<Arguments>();
-  command->add_option("PORT", arguments->port, "Serial port, such as /dev/ttyUSB0")->required();
-  command->add_option("--output", arguments->output, "Write a session file and print no records");
-  command->callback([&tool, arguments] { tool.run = [&tool, arguments] { run(tool, *arguments); }; });
+void runDownload(Tool& tool, const DownloadOptions& options) {
+  Records records(tool.console, options.output);
+  Connection connection(tool, options.port);
+  const auto session = downloadSession(tool, connection);
+  records.begin(downloadHeader(connection));
+  for (const auto& record : session) {
+    if (!records.add(record)) return;
+  }
+  tool.console.note(records.summary());
 }
 
 }  // namespace BX::tool

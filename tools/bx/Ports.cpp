@@ -1,6 +1,7 @@
 #include <libserialport.h>
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 #include "Tool.h"
@@ -66,19 +67,14 @@ Json describe(const sp_port* port) {
   return document;
 }
 
-void run(Tool& tool) {
+}  // namespace
+
+void runPorts(Tool& tool) {
   sp_port** ports = nullptr;
   if (sp_list_ports(&ports) != SP_OK) throw Failure(deviceFailed, "ports: list: the system does not tell its ports");
   const std::unique_ptr<sp_port*, void (*)(sp_port**)> owner(ports, sp_free_port_list);
   if (*ports == nullptr) tool.console.note("No serial port found.");
   for (sp_port** port = ports; *port != nullptr; ++port) tool.console.data(describe(*port).toString());
-}
-
-}  // namespace
-
-void addPorts(CLI::App& app, Tool& tool) {
-  auto* command = app.add_subcommand("ports", "List the serial ports of this machine, one JSON line each");
-  command->callback([&tool] { tool.run = [&tool] { run(tool); }; });
 }
 
 }  // namespace BX::tool

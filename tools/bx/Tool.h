@@ -1,8 +1,8 @@
-// What the subcommands share: the console, the global options, and how each adds itself to the command line.
+// What the subcommands share, and what each is told by the command line.
 #pragma once
 
-#include <CLI/CLI.hpp>
-#include <functional>
+#include <cstddef>
+#include <string>
 
 #include "Console.h"
 
@@ -19,17 +19,47 @@ struct GlobalOptions {
 struct Tool {
   Console console;
   GlobalOptions global;
-  std::function<void()> run;  // the subcommand that was chosen; throws Failure
 };
 
-// One for each file of the same name. Each sets Tool::run when its subcommand is chosen.
-void addPorts(CLI::App& app, Tool& tool);
-void addInfo(CLI::App& app, Tool& tool);
-void addSettings(CLI::App& app, Tool& tool);
-void addTarget(CLI::App& app, Tool& tool);
-void addTrain(CLI::App& app, Tool& tool);
-void addDownload(CLI::App& app, Tool& tool);
-void addClear(CLI::App& app, Tool& tool);
-void addDemo(CLI::App& app, Tool& tool);
+// Documents to write before anything else; an empty path: not given.
+struct ConfigurationFiles {
+  std::string device, session, target;
+  bool any() const { return !device.empty() || !session.empty() || !target.empty(); }
+};
+
+struct SettingsOptions {
+  std::string port;
+  ConfigurationFiles files;
+};
+
+struct TargetOptions {
+  std::string port;
+  std::string file;  // to upload; empty: download `number`
+  std::string type;  // empty: not given
+  int number = 0;
+};
+
+struct TrainOptions {
+  std::string port;
+  ConfigurationFiles files;
+  std::size_t shots = 0;  // 0: no limit
+  double seconds = 0;     // 0: no limit
+  std::string output;     // empty: standard output
+};
+
+struct DownloadOptions {
+  std::string port;
+  std::string output;  // empty: standard output
+};
+
+// The subcommands, one in each file of the same name. They throw Failure.
+void runPorts(Tool& tool);
+void runInfo(Tool& tool, const std::string& port);
+void runSettings(Tool& tool, const SettingsOptions& options);
+void runTarget(Tool& tool, const TargetOptions& options);
+void runTrain(Tool& tool, const TrainOptions& options);
+void runDownload(Tool& tool, const DownloadOptions& options);
+void runClear(Tool& tool, const std::string& port);
+void runDemo(Tool& tool);
 
 }  // namespace BX::tool

@@ -1,5 +1,7 @@
 // bx: the command-line tool for target devices.
+#include <CLI/CLI.hpp>
 #include <exception>
+#include <functional>
 
 #include "Tool.h"
 #include "bx/BXSerialLink.h"
@@ -8,33 +10,128 @@ namespace {
 
 using namespace BX::tool;
 
-void addGlobalOptions(CLI::App& app, GlobalOptions& global) {
-  app.add_flag("--skip-startup", global.skipStartup, "Connect without the startup command and its wait of 2 seconds");
-  app.add_flag("--force", global.force, "Send documents that would be refused, as the library takes them");
-  app.add_option("--baud", global.baud, "Line speed in bits a second")->check(CLI::Range(50U, 4'000'000U));
-  app.add_flag("-q,--quiet", global.quiet, "Errors only on standard error");
-  app.add_flag("-v,--verbose", global.verbose, "The library's own lines on standard error");
-  app.set_version_flag("--version", "bx " BX_VERSION);
-}
+// The command line: what it says ends up here.
+class CommandLine {
+ public:
+  explicit CommandLine(Tool& tool) : tool_(tool) {
+    app_.fallthrough();  // global options may follow the subcommand
+    app_.require_subcommand(1);
+    app_.set_version_flag("--version", "bx " BX_VERSION);
+    addGlobalOptions();
+    addSubcommand("ports", "List the serial ports of this machine, one JSON line each", [this] { runPorts(tool_); });
+    addPort(addSubcommand("info", "Connect and print the device's settings", [this] { runInfo(tool_, port_); }), port_);
+    addSettings();
+    addTarget();
+    addTrain();
+    addDownload();
+    addPort(addSubcommand("clear", "Clear the stored results of a device", [this] { runClear(tool_, port_); }), port_);
+    addSubcommand("demo", "Show the whole road against a simulated device of its own", [this] { runDemo(tool_); });
+  }
 
-void apply(Tool& tool) {
-  if (tool.global.quiet) tool.console.beQuiet();
-  if (tool.global.verbose) tool.console.showLibrary();
-  if (tool.global.baud != 0) {
+  // Throws CLI::ParseError, and Failure.
+  void parseAndRun(int argc, char** argv) {
+    app_.parse(argc, argv);
+    applyGlobalOptions();
+    run_();
+  }
+
+  std::string help() const { return app_.help(); }
+
+ private:
+  void addGlobalOptions() {
+    auto& global = tool_.global;
+    app_.add_flag("--skip-startup", global.skipStartup,
+                  "Connect without the startup command and its wait of 2 seconds");
+    app_.add_flag("--force", global.force, "Send documents that would be refused, as the library takes them");
+    app_.add_option("--baud", global.baud, "Line speed in bits a second")->check(CLI::Range(50U, 4'000'000U));
+    app_.add_flag("-q,--quiet", global.quiet, "Errors only on standard error");
+    app_.add_flag("-v,--verbose", global.verbose, "The library's own lines on standard error");
+  }
+
+  void applyGlobalOptions() {
+    const auto& global = tool_.global;
+    if (global.quiet) tool_.console.beQuiet();
+    if (global.verbose) tool_.console.showLibrary();
+    if (global.baud == 0) return;
     auto options = BX::link::getOptions();
-    options.baud = tool.global.baud;
+    options.baud = global.baud;
     BX::link::setOptions(options);
   }
-}
 
-int parseAndRun(CLI::App& app, Tool& tool, int argc, char** argv) {
+  CLI::App& addSubcommand(const char* name, const char* help, std::function<void()> run) {
+    auto* command = app_.add_subcommand(name, help);
+    command->callback([this, run] { run_ = run; });
+    return *command;
+  }
+
+  static void addPort(CLI::App& command, std::string& port) {
+    command.add_option("PORT", port, "Serial port, such as /dev/ttyUSB0")->required();
+  }
+
+  static void addFiles(CLI::App& command, ConfigurationFiles& files) {
+    command.add_option("--device", files.device, "Device settings to write, a JSON file");
+    command.add_option("--session", files.session, "Session settings to write, a JSON file");
+    command.add_option("--target", files.target, "Target to upload, a JSON file");
+  }
+
+  static void addOutput(CLI::App& command, std::string& output) {
+    command.add_option("--output", output, "Write a session file, and no records to standard output");
+  }
+
+  void addSettings() {
+    auto& command = addSubcommand("settings", "Write settings, then print what the device reports",
+                                  [this] { runSettings(tool_, settings_); });
+    addPort(command, settings_.port);
+    addFiles(command, settings_.files);
+  }
+
+  void addTarget() {
+    auto& command = addSubcommand("target", "Upload a target, or download one", [this] { runTarget(tool_, target_); });
+    addPort(command, target_.port);
+    auto* file = command.add_option("FILE", target_.file, "Target to upload, a JSON file");
+    auto* get = command.add_option("--get", target_.number, "Download the target of this number and print it");
+    get->check(CLI::Range(0, 255))->excludes(file);
+    command.add_option("--type", target_.type, "RING or SILHOUETTE; otherwise what the file's \"TargetType\" says")
+        ->check(CLI::IsMember({"RING", "SILHOUETTE"}));
+    command.final_callback([file, get] {
+      if (file->empty() && get->empty()) throw CLI::RequiredError("FILE or --get NUMBER");
+    });
+  }
+
+  void addTrain() {
+    auto& command = addSubcommand("train", "Train and print each record as a JSON line; Ctrl-C ends it",
+                                  [this] { runTrain(tool_, train_); });
+    addPort(command, train_.port);
+    addFiles(command, train_.files);
+    command.add_option("--shots", train_.shots, "End after this many shots")->check(CLI::PositiveNumber);
+    command.add_option("--seconds", train_.seconds, "End after this time")->check(CLI::PositiveNumber);
+    addOutput(command, train_.output);
+  }
+
+  void addDownload() {
+    auto& command = addSubcommand("download", "Download the stored session, one JSON line a record",
+                                  [this] { runDownload(tool_, download_); });
+    addPort(command, download_.port);
+    addOutput(command, download_.output);
+  }
+
+  Tool& tool_;
+  CLI::App app_{"Laser target devices: connect, configure, train, and read the shots back as JSON.", "bx"};
+  std::function<void()> run_;
+  std::string port_;
+  SettingsOptions settings_;
+  TargetOptions target_;
+  TrainOptions train_;
+  DownloadOptions download_;
+};
+
+int parseAndRun(Tool& tool, int argc, char** argv) {
+  CommandLine commandLine(tool);
   try {
-    app.parse(argc, argv);
-    apply(tool);
-    tool.run();
+    commandLine.parseAndRun(argc, argv);
     return done;
   } catch (const CLI::CallForHelp&) {
-    tool.console.data(app.help());
+    tool.console.data(commandLine.help());
     return done;
   } catch (const CLI::CallForVersion& version) {
     tool.console.data(version.what());
@@ -50,13 +147,7 @@ int parseAndRun(CLI::App& app, Tool& tool, int argc, char** argv) {
 int main(int argc, char** argv) {
   Tool tool;
   try {
-    CLI::App app("Laser target devices: connect, configure, train, and read the shots back as JSON.", "bx");
-    app.fallthrough();  // global options may follow the subcommand
-    app.require_subcommand(1);
-    addGlobalOptions(app, tool.global);
-    for (auto* add : {addPorts, addInfo, addSettings, addTarget, addTrain, addDownload, addClear, addDemo})
-      add(app, tool);
-    return parseAndRun(app, tool, argc, argv);
+    return parseAndRun(tool, argc, argv);
   } catch (const Failure& failure) {
     tool.console.error(failure.what());
     return failure.status();
