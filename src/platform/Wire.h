@@ -7,31 +7,17 @@
 #include <vector>
 
 #include "bx/BXSerialCom.h"
+#include "platform/Letters.h"
 #include "platform/Numbers.h"
 
 namespace BX::wire {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// The first byte of every answer; the letter of the request follows it.
-inline constexpr std::uint8_t replyMark = 0x59;  // 'Y'
-
 // Whether `bytes` is an answer that names `letter`, as most answers do.
 constexpr bool isReply(std::span<const std::uint8_t> bytes, std::uint8_t letter) {
   return bytes.size() >= 2 && bytes[0] == replyMark && bytes[1] == letter;
 }
-
-// The first byte of every request that this library builds itself.
-namespace letter {
-inline constexpr std::uint8_t storedResults = 0x62;      // 'b', pages and clears
-inline constexpr std::uint8_t information = 0x63;        // 'c'
-inline constexpr std::uint8_t parameterSet = 0x64;       // 'd', writing a frame
-inline constexpr std::uint8_t parameterSetRead = 0x65;   // 'e'
-inline constexpr std::uint8_t silhouetteUpload = 0x66;   // 'f'
-inline constexpr std::uint8_t silhouetteRequest = 0x67;  // 'g'
-inline constexpr std::uint8_t ringUpload = 0x6C;         // 'l'
-inline constexpr std::uint8_t ringRequest = 0x6D;        // 'm'
-}  // namespace letter
 
 // The low 16 bits, most significant byte first.
 inline void append16(Bytes& frame, std::int64_t value) {

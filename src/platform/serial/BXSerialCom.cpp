@@ -55,7 +55,7 @@ bool BXSerialCom::sendDeviceInfoCommand(const std::string& item, std::function<v
 }
 
 bool BXSerialCom::getParameterSetFrame(unsigned char frame) {
-  return link_->exchange(withSum({letter::parameterSet, frame}), {}, link_->replyHandler());
+  return link_->exchange(withSum({letter::parameterSetRead, frame}), {}, link_->replyHandler());
 }
 
 bool BXSerialCom::sendBytesAckReturn(std::vector<unsigned char>& bytes, const unsigned char& ack,
@@ -68,7 +68,7 @@ bool BXSerialCom::sendDownloadTargetRequest(std::vector<unsigned char>& bytes, c
 }
 
 bool BXSerialCom::sendDownloadRequest(std::vector<unsigned char>& bytes, std::function<void()> callback) {
-  return link_->exchange(bytes, {letter::storedPage}, callback);
+  return link_->exchange(bytes, {letter::storedResults}, callback);
 }
 
 bool BXSerialCom::poll() { return link_->exchange(withSum({letter::poll}), {}, link_->replyHandler()); }

@@ -16,7 +16,7 @@ constexpr auto closedMeanwhileText = "closed by the host";
 constexpr std::size_t maxAnswerPayloads = 100'000;
 
 bool isModeAnswer(const Bytes& payload) {
-  return payload.size() >= 2 && payload[0] == letter::accepted && payload[1] == letter::mode;
+  return payload.size() >= 2 && payload[0] == wire::replyMark && payload[1] == letter::mode;
 }
 
 std::string secondsText(std::chrono::milliseconds time) {

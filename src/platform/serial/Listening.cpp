@@ -9,7 +9,7 @@ namespace {
 
 // The device ends a stream by itself with this payload.
 bool isEndOfStream(const Message& message) {
-  return message.tag == streamTag && message.payload.size() == 1 && message.payload[0] == letter::accepted;
+  return message.tag == streamTag && message.payload.size() == 1 && message.payload[0] == wire::replyMark;
 }
 
 }  // namespace

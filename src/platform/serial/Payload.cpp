@@ -56,11 +56,11 @@ std::optional<std::uint8_t> informationCode(const std::string& item) {
 
 std::optional<std::string> failureOf(const Bytes& request, const Expected& expected, const Bytes& answer) {
   const std::uint8_t requestLetter = request.empty() ? std::uint8_t{0} : request[0];
-  if (answer.size() >= 2 && answer[0] == letter::refused && answer[1] == requestLetter) {
+  if (answer.size() >= 2 && answer[0] == wire::refusalMark && answer[1] == requestLetter) {
     return "refused by the device (request " + hexOf(request) + ")";
   }
   if (!expected.letter) return std::nullopt;
-  if (answer.size() >= 2 && answer[0] == letter::accepted && answer[1] == *expected.letter) return std::nullopt;
+  if (answer.size() >= 2 && answer[0] == wire::replyMark && answer[1] == *expected.letter) return std::nullopt;
   return "unexpected answer " + hexOf(answer) + " (request " + hexOf(request) + ")";
 }
 

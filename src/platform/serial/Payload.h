@@ -8,20 +8,12 @@
 #include <span>
 #include <string>
 
+#include "platform/Letters.h"
 #include "platform/serial/Frame.h"
 
 namespace BX::link {
 
-namespace letter {
-inline constexpr std::uint8_t startup = 0x73;       // s
-inline constexpr std::uint8_t mode = 0x6F;          // o
-inline constexpr std::uint8_t information = 0x63;   // c
-inline constexpr std::uint8_t parameterSet = 0x65;  // e
-inline constexpr std::uint8_t poll = 0x70;          // p
-inline constexpr std::uint8_t storedPage = 0x62;    // b
-inline constexpr std::uint8_t accepted = 0x59;      // Y, first byte of an answer; alone: the end of a stream
-inline constexpr std::uint8_t refused = 0x4E;       // N, then the letter of the request
-}  // namespace letter
+namespace letter = wire::letter;
 
 std::uint8_t sumOf(std::span<const std::uint8_t> bytes);
 
