@@ -141,13 +141,13 @@ class BX_DEVICE_API BXDevice {
   // sendDownloadFrame. Keys that `target` lacks count as missing (above); its values are not checked.
 
   // Sends `target` in 4 exchanges. It is kept, and is the target in use, even when the device refuses it.
-  bool uploadRingTarget(Json& target);
+  bool uploadRingTarget(Json& document);
   // Fetches the ring target stored as the low 8 bits of `number`, 4 exchanges. Of a target that is kept already, the
   // diameters and the name are replaced and everything else stays.
   bool downloadRingTarget(const int& number);
   // Sends `target`: 2 exchanges, and 64 more when it has a bitmap. It is kept, and is the target in use, even when the
   // device refuses it.
-  bool uploadSilhouetteTarget(Json& target);
+  bool uploadSilhouetteTarget(Json& document);
   // Fetches the silhouette target stored as the low 8 bits of `number`, 66 exchanges.
   bool downloadSilhouetteTarget(const int& number);
   // Copies of the kept targets: ring targets by number, then silhouette targets by number. Sends nothing.
@@ -177,6 +177,7 @@ class BX_DEVICE_API BXDevice {
   void processStoredData();
   void downloadFinished();
   bool downloadStoredTargets();
+  bool downloadTargetsOf(const Bytes& shotFrame);
   void decodeStoredRecords();
 
   unsigned char createParameterControlByte1();
@@ -186,14 +187,14 @@ class BX_DEVICE_API BXDevice {
   void processParameterControlByte1(const unsigned char* byte);
   void processParameterSet1OperatingModeControlByte1(const unsigned char* byte);
 
-  unsigned char createRingControlByte1(Json& target);
-  unsigned char createRingControlByte2(Json& target);
-  void processRingControlByte1(const unsigned char& byte, Json& target);
-  void processRingTarget(const Bytes& reply);
-  unsigned char createSilhouetteControlByte1(Json& target);
-  unsigned char createSilhouetteControlByte2(Json& target);
-  void processSilhouetteControlByte1(const unsigned char& byte, Json& target);
-  void processSilhouetteTarget(const Bytes& reply);
+  unsigned char createRingControlByte1(Json& document);
+  unsigned char createRingControlByte2(Json& document);
+  void processRingControlByte1(const unsigned char& byte, Json& document);
+  void processRingTarget(const Bytes& bytes);
+  unsigned char createSilhouetteControlByte1(Json& document);
+  unsigned char createSilhouetteControlByte2(Json& document);
+  void processSilhouetteControlByte1(const unsigned char& byte, Json& document);
+  void processSilhouetteTarget(const Bytes& bytes);
 
   Json processShotData(const Bytes& frame);
   Json processMeasurementData(const Bytes& frame);

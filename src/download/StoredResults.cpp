@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "bx/BXDevice.h"
 #include "device/DebugLog.h"
 #include "download/StoredResultsWire.h"
@@ -51,25 +53,28 @@ void BXDevice::sendDownloadFrame() {
 }
 
 bool BXDevice::downloadStoredTargets() {
-  for (const auto& frame : storedShotFrames) {
-    log("SHOT");
-    const std::int32_t ringNumber = frame[shot::ringTargetOffset];
-    if (ringNumber < records::noTarget && !ringTargets.contains(ringNumber)) {
-      log("RING FOUND!");
-      currentRingTargetNumber = ringNumber;
-      if (!downloadRingTarget(ringNumber)) {
-        log("Failed to download Ring");
-        return false;
-      }
+  return std::all_of(storedShotFrames.begin(), storedShotFrames.end(),
+                     [this](const Bytes& frame) { return downloadTargetsOf(frame); });
+}
+
+bool BXDevice::downloadTargetsOf(const Bytes& shotFrame) {
+  log("SHOT");
+  const std::int32_t ringNumber = shotFrame[shot::ringTargetOffset];
+  if (ringNumber < records::noTarget && !ringTargets.contains(ringNumber)) {
+    log("RING FOUND!");
+    currentRingTargetNumber = ringNumber;
+    if (!downloadRingTarget(ringNumber)) {
+      log("Failed to download Ring");
+      return false;
     }
-    const std::int32_t silhouetteNumber = frame[shot::silhouetteTargetOffset];
-    if (silhouetteNumber < records::noTarget && !silhouetteTargets.contains(silhouetteNumber)) {
-      log("SIL FOUND!");
-      currentSilhouetteTargetNumber = silhouetteNumber;
-      if (!downloadSilhouetteTarget(silhouetteNumber)) {
-        log("Failed to download Silhouette");
-        return false;
-      }
+  }
+  const std::int32_t silhouetteNumber = shotFrame[shot::silhouetteTargetOffset];
+  if (silhouetteNumber < records::noTarget && !silhouetteTargets.contains(silhouetteNumber)) {
+    log("SIL FOUND!");
+    currentSilhouetteTargetNumber = silhouetteNumber;
+    if (!downloadSilhouetteTarget(silhouetteNumber)) {
+      log("Failed to download Silhouette");
+      return false;
     }
   }
   return true;

@@ -163,7 +163,8 @@ void appendRow(std::span<const std::uint8_t> rowReply, Json& target) {
   auto& pool = root.GetAllocator();
   auto name = Value();
   auto rows = Value(rapidjson::kArrayType);
-  if (const auto old = root.FindMember(key::bitmap); old != root.MemberEnd()) {
+  if (root.HasMember(key::bitmap)) {
+    const auto old = root.FindMember(key::bitmap);
     name = std::move(old->name);
     if (old->value.IsArray() && rowReply[reply::indexOffset] != 0) rows = std::move(old->value);
     root.EraseMember(old);

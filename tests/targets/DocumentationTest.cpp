@@ -89,12 +89,5 @@ TEST(Payloads, OfTheRingExampleAreAsDocumented) {
   EXPECT_EQ(Names(transcript.end() - static_cast<std::ptrdiff_t>(block.size()), transcript.end()), block);
 }
 
-TEST(Payloads, NameTheLettersOfTheCode) {
-  const auto page = section("docs/wire.md", "Requests and answers");
-  for (const auto& letter : matches(sourceText("src/platform/Wire.h"), "constexpr std::uint8_t \\w+ = 0x(\\w\\w);")) {
-    EXPECT_NE(page.find('`' + letter), std::string::npos) << letter;
-  }
-}
-
 }  // namespace
 }  // namespace BX::test

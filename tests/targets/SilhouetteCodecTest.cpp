@@ -78,14 +78,6 @@ INSTANTIATE_TEST_SUITE_P(
                     RowCase{"[]", 0, 1, "66 40 01"},                        //
                     RowCase{"{}", 0, 1, "66 40 01"}));                      // no array: an empty row
 
-TEST(SilhouetteRows, AreNoneUnlessTheMemberIsAnArray) {
-  for (const auto* document : {"{}", "[]", R"({"SilhouetteTarget":{}})", R"({"SilhouetteTarget":"[[0]]"})"}) {
-    EXPECT_EQ(silhouette::rowsOf(parsed(document)), nullptr) << document;
-  }
-  const auto document = parsed(R"({"SilhouetteTarget":[[0],[1]]})");
-  EXPECT_EQ(silhouette::rowsOf(document)->Size(), 2U);
-}
-
 TEST(SilhouetteReply, IsSettingsOrNameForSlotZeroOnly) {
   using enum silhouette::Reply;
   const auto kind = [](const std::string& hex) { return silhouette::kindOf(fromHex(hex)); };
