@@ -1,5 +1,6 @@
 #include "simulator/TargetStore.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace BX::sim {
@@ -42,8 +43,10 @@ std::optional<std::uint16_t> distanceOf(const TargetFrames& frames, std::uint8_t
 }
 
 Bytes reply(std::uint8_t number, std::uint8_t index, const Bytes& content) {
-  Bytes bytes{number, index};
-  bytes.insert(bytes.end(), content.begin(), content.end());
+  Bytes bytes(content.size() + 2);
+  bytes[0] = number;
+  bytes[1] = index;
+  std::copy(content.begin(), content.end(), bytes.begin() + 2);
   return bytes;
 }
 
