@@ -1,5 +1,5 @@
 // What our own link offers a host beyond the contract of BXSerialCom.h: time-outs and line speed, the reason of the
-// last failure, statistics, and transports other than a serial port.
+// last failure, statistics, traces, and transports other than a serial port.
 //
 // All functions may be called from any thread at any time.
 #pragma once
@@ -49,6 +49,12 @@ struct Statistics {
   std::uint64_t answersLate = 0;    // came after their request had been given up, and were dropped
 };
 BX_SERIAL_COM_API Statistics statistics(const std::string& port);
+
+// Writes every frame of the ports that are opened from now on to a text file, which is begun anew: one line each, as
+// docs/link.md tells. An empty path ends that, but ports that are open go on. False, with the reason in errno, when the
+// file cannot be written; nothing changes then. Without a trace file this costs nothing. A trace holds all that the
+// host and the device say to each other, the device's identity included.
+BX_SERIAL_COM_API bool setTraceFile(const std::string& path);
 
 // A line of bytes to a device. The link calls every member from one thread of its own.
 class BX_SERIAL_COM_API Transport {

@@ -26,6 +26,7 @@ Engine::Engine(const std::string& port, const Options& options, Listener& listen
     : options_(options),
       listener_(listener),
       counters_(newCounters(port)),
+      trace_(newTrace(port)),
       station_(Role::Primary, timingOf(options), static_cast<std::uint8_t>(std::random_device{}())),
       transport_(makeTransport(context_, port, options.baud)) {
   const auto copied = [this](std::span<const std::uint8_t> bytes) {
@@ -43,6 +44,7 @@ Engine::Engine(const std::string& port, const Options& options, Listener& listen
     boost::asio::post(context_, [this, reason] { onTransportHungUp(reason); });
   };
   transport_->open(std::move(events));
+  if (trace_) trace_->event(traceEvent::opened);
   thread_ = std::thread([this] {
     const auto work = boost::asio::make_work_guard(context_);
     context_.run();
@@ -73,6 +75,7 @@ void Engine::stop() {
     if (!hungUp_) {
       station_.disconnect(Clock::now());
       settle();
+      endTrace(traceEvent::closed);
     }
     timer_.cancel();
     transport_->close();
@@ -84,17 +87,40 @@ void Engine::stop() {
 void Engine::onReceived(std::span<const std::uint8_t> bytes) {
   if (hungUp_) return;
   const auto now = Clock::now();
-  decoder_.feed(bytes, [&](std::span<const std::uint8_t> content) {
+  const FrameDecoder::Sink sink = [&](std::span<const std::uint8_t> content) {
     ++counters_->framesReceived;
     station_.receive(content, now);
-  });
+  };
+  if (trace_) {
+    decodeTraced(bytes, sink);
+  } else {
+    decoder_.feed(bytes, sink);
+  }
   counters_->framesDamaged = decoder_.damaged();
   settle();
+}
+
+void Engine::decodeTraced(std::span<const std::uint8_t> bytes, const FrameDecoder::Sink& sink) {
+  decoder_.feed(
+      bytes,
+      [&](std::span<const std::uint8_t> content) {
+        trace_->fromDevice(content);
+        sink(content);
+      },
+      [this](std::span<const std::uint8_t> dropped) { trace_->dropped(dropped); });
+}
+
+// A frame that has begun will not end any more.
+void Engine::endTrace(std::string_view event) {
+  if (!trace_) return;
+  if (!decoder_.begun().empty()) trace_->dropped(decoder_.begun());
+  trace_->event(event);
 }
 
 void Engine::onTransportHungUp(const std::string& reason) {
   if (hungUp_) return;
   hungUp_ = true;
+  endTrace(traceEvent::hungUp);
   timer_.cancel();
   transport_->close();
   station_.restart();
@@ -104,7 +130,10 @@ void Engine::onTransportHungUp(const std::string& reason) {
 void Engine::settle() {
   Station::Output output = station_.take(Clock::now());
   Bytes outgoing;
-  for (const Bytes& frame : output.frames) outgoing.insert(outgoing.end(), frame.begin(), frame.end());
+  for (const Bytes& frame : output.frames) {
+    outgoing.insert(outgoing.end(), frame.begin(), frame.end());
+    if (trace_) trace_->toDevice(frame);
+  }
   if (!outgoing.empty()) transport_->write(std::move(outgoing));
   counters_->framesSent = station_.framesSent();
   counters_->framesResent = station_.framesResent();

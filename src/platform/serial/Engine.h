@@ -12,12 +12,14 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "bx/BXSerialLink.h"
 #include "platform/serial/Frame.h"
 #include "platform/serial/PortBook.h"
 #include "platform/serial/Station.h"
+#include "platform/serial/Trace.h"
 
 namespace BX::link {
 
@@ -56,6 +58,8 @@ class Engine {
   using Clock = std::chrono::steady_clock;
   void onReceived(std::span<const std::uint8_t> bytes);
   void onTransportHungUp(const std::string& reason);
+  void decodeTraced(std::span<const std::uint8_t> bytes, const FrameDecoder::Sink& sink);
+  void endTrace(std::string_view event);
   void settle();
   void armTimer();
 
@@ -64,6 +68,7 @@ class Engine {
   Options options_;
   Listener& listener_;
   std::shared_ptr<Counters> counters_;
+  std::unique_ptr<Trace> trace_;  // null: none
   FrameDecoder decoder_;
   Station station_;
   std::optional<Clock::time_point> armedFor_;

@@ -72,10 +72,10 @@ Bytes encodeFrame(std::span<const std::uint8_t> content) {
   return frame;
 }
 
-void FrameDecoder::feed(std::span<const std::uint8_t> bytes, const Sink& sink) {
+void FrameDecoder::feed(std::span<const std::uint8_t> bytes, const Sink& sink, const Sink& dropped) {
   for (const std::uint8_t byte : bytes) {
     if (byte == frameDelimiter) {
-      finish(sink);
+      finish(sink, dropped);
     } else if (encoded_.size() < maxEncodedSize) {
       encoded_.push_back(byte);
     } else {
@@ -89,20 +89,26 @@ void FrameDecoder::reset() {
   overlong_ = false;
 }
 
-void FrameDecoder::finish(const Sink& sink) {
+void FrameDecoder::finish(const Sink& sink, const Sink& dropped) {
   if (encoded_.empty()) return;
   const std::optional<Bytes> body = overlong_ ? std::nullopt : decodeCobs(encoded_);
-  reset();
   if (!body || body->size() < minContentSize + checksumSize) {
-    ++damaged_;
+    drop(dropped);
     return;
   }
   const auto content = std::span(*body).first(body->size() - checksumSize);
   if (checksum(content) != readChecksum(std::span(*body).last(checksumSize))) {
-    ++damaged_;
+    drop(dropped);
     return;
   }
+  reset();
   sink(content);
+}
+
+void FrameDecoder::drop(const Sink& dropped) {
+  ++damaged_;
+  if (dropped) dropped(encoded_);
+  reset();
 }
 
 }  // namespace BX::link

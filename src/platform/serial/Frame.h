@@ -26,15 +26,19 @@ class FrameDecoder {
  public:
   using Sink = std::function<void(std::span<const std::uint8_t> content)>;
 
-  // Calls `sink` for each frame that `bytes` completes; the span lives until the sink returns.
-  void feed(std::span<const std::uint8_t> bytes, const Sink& sink);
+  // Calls `sink` for each frame that `bytes` completes; the span lives until the sink returns. What is dropped goes to
+  // `dropped`, when there is one, without delimiters and cut to the length of the longest frame.
+  void feed(std::span<const std::uint8_t> bytes, const Sink& sink, const Sink& dropped = {});
+  // What has come of a frame that is not complete yet.
+  std::span<const std::uint8_t> begun() const { return encoded_; }
   // Forgets a frame that has begun.
   void reset();
   // Frames that were dropped: a wrong checksum, a broken encoding, too short or too long.
   std::uint64_t damaged() const { return damaged_; }
 
  private:
-  void finish(const Sink& sink);
+  void finish(const Sink& sink, const Sink& dropped);
+  void drop(const Sink& dropped);
 
   Bytes encoded_;
   bool overlong_ = false;

@@ -14,6 +14,7 @@ struct Book {
   std::map<std::string, TransportFactory> transports;
   std::map<std::string, std::string> errors;
   std::map<std::string, std::shared_ptr<Counters>> counters;
+  std::shared_ptr<TraceFile> trace;
 };
 
 // Never destroyed: links may outlive the static objects of the process.
@@ -61,6 +62,22 @@ std::shared_ptr<Counters> newCounters(const std::string& port) {
   const std::scoped_lock lock(book().mutex);
   book().counters[port] = counters;
   return counters;
+}
+
+bool setTraceFile(const std::string& path) {
+  std::shared_ptr<TraceFile> file;
+  if (!path.empty()) {
+    file = std::make_shared<TraceFile>();
+    if (!file->open(path)) return false;
+  }
+  const std::scoped_lock lock(book().mutex);
+  book().trace.swap(file);
+  return true;
+}
+
+std::unique_ptr<Trace> newTrace(const std::string& port) {
+  const std::scoped_lock lock(book().mutex);
+  return book().trace ? std::make_unique<Trace>(book().trace, port) : nullptr;
 }
 
 void setTransport(const std::string& port, TransportFactory factory) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "bx/BXSerialLink.h"
+#include "platform/serial/Trace.h"
 
 namespace BX::link {
 
@@ -24,6 +25,9 @@ void setLastError(const std::string& port, const std::string& reason);
 
 // Fresh counters, which statistics(port) reads from now on.
 std::shared_ptr<Counters> newCounters(const std::string& port);
+
+// What traces an opening of this port; null when there is no trace file.
+std::unique_ptr<Trace> newTrace(const std::string& port);
 
 // The transport set for this name, or null when it is a serial port.
 std::unique_ptr<Transport> transportFor(const std::string& port);

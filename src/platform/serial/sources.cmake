@@ -9,4 +9,5 @@ list(APPEND serial_sources
   platform/serial/PortBook.cpp
   platform/serial/SerialPortHandle.cpp
   platform/serial/SerialPortTransport.cpp
-  platform/serial/Station.cpp)
+  platform/serial/Station.cpp
+  platform/serial/Trace.cpp)

@@ -1,0 +1,114 @@
+#include "platform/serial/Trace.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+
+namespace BX::link {
+
+namespace {
+
+constexpr std::string_view digits = "0123456789ABCDEF";
+constexpr int hexadecimal = 16;
+
+std::string hexOf(const Bytes& bytes) {
+  std::string text;
+  text.reserve(bytes.size() * 2);
+  for (const std::uint8_t byte : bytes) {
+    text += digits[byte >> 4U];
+    text += digits[byte & 0x0FU];
+  }
+  return text;
+}
+
+template <typename Number>
+bool readNumber(std::string_view text, Number& number, int base) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+  return error == std::errc() && end == text.data() + text.size() && !text.empty();
+}
+
+std::optional<Bytes> bytesOf(std::string_view hex) {
+  if (hex.empty() || hex.size() % 2 != 0) return std::nullopt;
+  Bytes bytes(hex.size() / 2);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (!readNumber(hex.substr(2 * i, 2), bytes[i], hexadecimal)) return std::nullopt;
+  }
+  return bytes;
+}
+
+// Cuts the text up to the next blank off `line`.
+std::string_view takeWord(std::string_view& line) {
+  const std::string_view word = line.substr(0, line.find(' '));
+  line.remove_prefix(std::min(word.size() + 1, line.size()));
+  return word;
+}
+
+bool isMark(std::string_view word) {
+  constexpr std::array marks{TraceMark::ToDevice, TraceMark::FromDevice, TraceMark::Dropped, TraceMark::Event};
+  for (const TraceMark mark : marks) {
+    if (word.size() == 1 && word[0] == static_cast<char>(mark)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::string formatTraceEntry(const TraceEntry& entry) {
+  const bool isEvent = entry.mark == TraceMark::Event;
+  return std::to_string(entry.time.count()) + ' ' + static_cast<char>(entry.mark) + ' ' +
+         (isEvent ? entry.event : hexOf(entry.bytes)) + ' ' + entry.port;
+}
+
+std::optional<TraceEntry> parseTraceEntry(std::string_view line) {
+  TraceEntry entry;
+  std::int64_t time = 0;
+  if (!readNumber(takeWord(line), time, 10)) return std::nullopt;
+  entry.time = std::chrono::microseconds(time);
+  const std::string_view mark = takeWord(line);
+  if (!isMark(mark)) return std::nullopt;
+  entry.mark = static_cast<TraceMark>(mark[0]);
+  const std::string_view content = takeWord(line);
+  if (entry.mark == TraceMark::Event) {
+    entry.event = content;
+  } else {
+    auto bytes = bytesOf(content);
+    if (!bytes) return std::nullopt;
+    entry.bytes = std::move(*bytes);
+  }
+  entry.port = line;
+  return entry;
+}
+
+bool TraceFile::open(const std::string& path) {
+  file_.open(path, std::ios::trunc);
+  return static_cast<bool>(file_);
+}
+
+void TraceFile::write(const TraceEntry& entry) {
+  const std::string line = formatTraceEntry(entry) + '\n';
+  const std::scoped_lock lock(mutex_);
+  file_ << line << std::flush;
+}
+
+Trace::Trace(std::shared_ptr<TraceFile> file, std::string port) : file_(std::move(file)), port_(std::move(port)) {}
+
+void Trace::event(std::string_view event) { write(TraceMark::Event, {}, event); }
+
+void Trace::toDevice(std::span<const std::uint8_t> frame) {
+  write(TraceMark::ToDevice, Bytes(frame.begin(), frame.end()));
+}
+
+// Every content has one encoding only, so this is what arrived.
+void Trace::fromDevice(std::span<const std::uint8_t> content) { write(TraceMark::FromDevice, encodeFrame(content)); }
+
+void Trace::dropped(std::span<const std::uint8_t> bytes) {
+  write(TraceMark::Dropped, Bytes(bytes.begin(), bytes.end()));
+}
+
+void Trace::write(TraceMark mark, Bytes bytes, std::string_view event) {
+  const auto time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start_);
+  file_->write({time, mark, std::move(bytes), std::string(event), port_});
+}
+
+}  // namespace BX::link

@@ -1,0 +1,79 @@
+// The trace file: what passed on the ports of this process, one text line each.
+//
+//   MICROSECONDS MARK CONTENT PORT
+//
+// The time counts from the opening of the port. CONTENT is bytes in hexadecimal, or the word of an event.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/serial/Frame.h"
+
+namespace BX::link {
+
+enum class TraceMark : char {
+  ToDevice = '>',    // a frame from the host, delimiters included
+  FromDevice = '<',  // a sound frame from the device, delimiters included
+  Dropped = '!',     // bytes from the device that are no sound frame, without delimiters
+  Event = '*',       // one of traceEvent
+};
+
+namespace traceEvent {
+inline constexpr std::string_view opened = "opened";
+inline constexpr std::string_view closed = "closed";   // by the host
+inline constexpr std::string_view hungUp = "hung-up";  // by the far end
+}  // namespace traceEvent
+
+struct TraceEntry {
+  std::chrono::microseconds time{0};
+  TraceMark mark = TraceMark::Event;
+  Bytes bytes;        // of a frame
+  std::string event;  // of an event
+  std::string port;
+};
+
+// The line of an entry, without its end.
+std::string formatTraceEntry(const TraceEntry& entry);
+// Nothing when `line` is no entry.
+std::optional<TraceEntry> parseTraceEntry(std::string_view line);
+
+// A trace file that any number of ports write to, each from its own thread.
+class TraceFile {
+ public:
+  // Begins the file anew; false when it cannot be written.
+  bool open(const std::string& path);
+  // Written out at once, so that a host which crashes leaves all of it.
+  void write(const TraceEntry& entry);
+
+ private:
+  std::mutex mutex_;
+  std::ofstream file_;
+};
+
+// One opening of one port, as its engine reports it.
+class Trace {
+ public:
+  Trace(std::shared_ptr<TraceFile> file, std::string port);
+  void event(std::string_view event);
+  void toDevice(std::span<const std::uint8_t> frame);
+  void fromDevice(std::span<const std::uint8_t> content);
+  void dropped(std::span<const std::uint8_t> bytes);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  void write(TraceMark mark, Bytes bytes, std::string_view event = {});
+
+  std::shared_ptr<TraceFile> file_;
+  std::string port_;
+  Clock::time_point start_ = Clock::now();
+};
+
+}  // namespace BX::link
