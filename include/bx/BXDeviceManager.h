@@ -130,7 +130,7 @@ class BX_DEVICE_API BXDeviceManager {
   class Turn;    // an entry that an operation uses
   using Devices = std::map<std::string, std::shared_ptr<Entry>>;
 
-  bool retireDevice(const std::string& port, const Entry& own);
+  bool retireDevice(const std::string& port, Entry& own);
   static void release(Entry& entry);
   std::shared_ptr<Entry> find(const std::string& port) const;
   std::shared_ptr<Entry> extract(const std::string& port, const Entry* own = nullptr);

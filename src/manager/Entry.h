@@ -27,7 +27,7 @@ class BXDeviceManager::Turn {
   explicit operator bool() const { return entry_ != nullptr; }
   BXDevice& operator*() const { return entry_->device; }
   BXDevice* operator->() const { return &entry_->device; }
-  const Entry* entry() const { return entry_.get(); }
+  Entry* entry() const { return entry_.get(); }
 
  private:
   std::shared_ptr<Entry> entry_;

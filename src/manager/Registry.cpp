@@ -29,8 +29,6 @@ BXDeviceManager::~BXDeviceManager() {
     registered.swap(devices);
     retired.swap(hungUp);
   }
-  // They are closed; this waits until the threads that retired them have left this manager.
-  for (const auto& [port, entry] : retired) entry->device.getSerialCom().closePort();
 }
 
 bool BXDeviceManager::addDevice(const std::string& port, const std::string& deviceName) try {
@@ -65,18 +63,17 @@ bool BXDeviceManager::internalRemoveDevice(const char* port) try { return remove
   return false;
 }
 
-bool BXDeviceManager::retireDevice(const std::string& port, const Entry& own) try {
-  std::shared_ptr<Entry> entry;
-  std::shared_ptr<Entry> replaced;
+// Runs on the listening thread of `own`, whose destructor waits for that: it is alive without being held here, and is
+// never destroyed by this thread.
+bool BXDeviceManager::retireDevice(const std::string& port, Entry& own) try {
   {
     const std::lock_guard lock(registryMutex);
     const auto found = devices.find(port);
     if (found == devices.end() || found->second.get() != &own) return false;
-    entry = found->second;
-    replaced = std::exchange(hungUp[port], entry);
+    hungUp.insert_or_assign(port, found->second);
     devices.erase(found);
   }
-  release(*entry);
+  release(own);
   return true;
 } catch (...) {
   return false;

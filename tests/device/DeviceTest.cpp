@@ -191,11 +191,11 @@ TEST(Stream, AddsARecordForEachPayloadAndStopsWhenTold) {
   const StreamCapture quiet(std::cout);
   const LogCapture log;
   connection.device.startThread();
-  EXPECT_THAT(LogCapture::texts(),
-              testing::IsSupersetOf({"START THREAD!!!", "STREAM CALLBACK SET", "RESET AIM TIMER"}));
   ASSERT_TRUE(connection.simulator.awaitTranscript("< CA", 5));
   connection.stop();
 
+  EXPECT_THAT(LogCapture::texts(),
+              testing::IsSupersetOf({"START THREAD!!!", "STREAM CALLBACK SET", "RESET AIM TIMER"}));
   EXPECT_THAT(connection.sent("6F"), ElementsAre("6F0271", "6F0372", "6F0473"));
   ASSERT_EQ(connection.device.trainingFrameCount(), 5U);
   const auto records = connection.device.getTrainingFrames();

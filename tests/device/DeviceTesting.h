@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <iostream>
+#include <mutex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -62,23 +63,35 @@ void await(Condition condition) {
   while (!condition()) std::this_thread::yield();
 }
 
-// Everything that is logged while it lives.
+// Everything that is logged while it lives, on any thread.
 class LogCapture {
  public:
   LogCapture() {
-    texts().clear();
-    debugFunction = [](const char* text) { texts().emplace_back(text); };
+    kept().clear();
+    debugFunction = [](const char* text) {
+      const std::lock_guard lock(mutex());
+      kept().emplace_back(text);
+    };
   }
   ~LogCapture() { debugFunction = before_; }
   LogCapture(const LogCapture&) = delete;
   LogCapture& operator=(const LogCapture&) = delete;
 
-  static std::vector<std::string>& texts() {
-    static std::vector<std::string> kept;
-    return kept;
+  static std::vector<std::string> texts() {
+    const std::lock_guard lock(mutex());
+    return kept();
   }
 
  private:
+  static std::vector<std::string>& kept() {
+    static std::vector<std::string> texts;
+    return texts;
+  }
+  static std::mutex& mutex() {
+    static std::mutex guard;
+    return guard;
+  }
+
   void (*before_)(const char*) = debugFunction;
 };
 

@@ -1,8 +1,9 @@
 // The registry: which devices it keeps, what its operations send, and removals beside operations.
 #include "bx/BXDeviceManager.h"
 
-#include <atomic>
+#include <algorithm>
 #include <future>
+#include <utility>
 
 #include "tests/device/DeviceTesting.h"
 
@@ -138,11 +139,11 @@ TEST(Connecting, WithoutStartupMindsTheDeviceOfTheEmptyPort) {
 TEST(Operations, BracketTransfersWithModes6And4) {
   Registered registered;
   ASSERT_EQ(registered.connect(), connectResult);
-  auto modes = [&registered, count = std::size_t{2}]() mutable {
-    auto all = registered.sent("6F");
-    all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(count));
-    count += all.size();
-    return all;
+  // The mode commands since the last call.
+  auto modes = [&registered, seen = std::vector<std::string>{"6F0271", "6F0473"}]() mutable {
+    const auto before = std::exchange(seen, registered.sent("6F"));
+    return std::vector<std::string>(seen.begin() + static_cast<std::ptrdiff_t>(std::min(before.size(), seen.size())),
+                                    seen.end());
   };
   const std::vector<std::string> bracket = {"6F0675", "6F0473"};
   Json target = parsed(R"({"RingTargetNumber":1,"SilhouetteTargetNumber":2})");
