@@ -19,7 +19,15 @@ if(BX_SANITIZE)
   endif()
   if(BX_SANITIZE MATCHES "undefined")
     target_compile_options(bx_options INTERFACE -fno-sanitize-recover=undefined)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      # RapidJSON's stack adds a size to a pointer that may still be null (stack.h, line 117), which clang reports.
+      target_compile_options(bx_options INTERFACE -fno-sanitize=pointer-overflow)
+    endif()
   endif()
+endif()
+if(BX_BUILD_FUZZERS)
+  target_compile_options(bx_options INTERFACE -fsanitize=fuzzer-no-link)
+  target_link_options(bx_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # bx_library(NAME SOURCES ... DEPENDS ...): the shared library NAME that hosts load, and NAME_static, the same

@@ -3,3 +3,5 @@ build_packages=(g++ cmake ninja-build pkg-config libboost-dev libboost-thread-de
   libcli11-dev libserialport-dev)
 test_packages=(libgtest-dev libgmock-dev)
 lint_packages=(clang-format clang-tidy)
+fuzz_packages=(clang libclang-rt-dev)
+bench_packages=(libbenchmark-dev libmodbus-dev nlohmann-json3-dev valgrind)
