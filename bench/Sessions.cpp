@@ -1,0 +1,27 @@
+#include "bench/Sessions.h"
+
+#include "simulator/DeviceWire.h"
+#include "simulator/Shooter.h"
+
+namespace BX::bench {
+
+std::vector<sim::Bytes> shooterRecords(std::size_t count) {
+  constexpr std::uint16_t distance = 250;
+  sim::Shooter shooter(
+      1, {static_cast<std::uint8_t>(sim::wire::Mode::FieldStream), sim::wire::noTarget, sim::wire::noTarget, distance});
+  std::vector<sim::Bytes> records;
+  while (records.size() < count) records.push_back(shooter.next());
+  return records;
+}
+
+std::vector<sim::StoredRecord> storedSession(std::size_t count, std::size_t pages) {
+  std::vector<sim::StoredRecord> stored;
+  for (sim::Bytes& record : shooterRecords(count)) {
+    const std::size_t page = stored.size() * pages / count;
+    stored.push_back({static_cast<std::uint8_t>(page / sim::wire::maxPages),
+                      static_cast<std::uint8_t>(page % sim::wire::maxPages), std::move(record)});
+  }
+  return stored;
+}
+
+}  // namespace BX::bench

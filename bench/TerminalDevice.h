@@ -1,0 +1,36 @@
+// A simulated device that runs by hand on a terminal's far end, so that the moment of each written byte is known.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <span>
+
+#include "bench/Terminal.h"
+#include "platform/serial/Frame.h"
+#include "platform/serial/Station.h"
+#include "simulator/DeviceModel.h"
+
+namespace BX::bench {
+
+class TerminalDevice {
+ public:
+  TerminalDevice();
+  const std::string& name() const { return terminal_.name(); }
+
+  // Answers the host until `over`, which is asked after every quiet millisecond.
+  void serve(const std::function<bool()>& over);
+  // Streams one payload; its last byte is on the terminal when this returns.
+  void stream(std::span<const std::uint8_t> payload);
+
+ private:
+  void receive();
+  void settle();
+
+  sim::Options options_;
+  sim::DeviceModel model_;
+  Terminal terminal_;
+  link::Station station_;
+  link::FrameDecoder decoder_;
+};
+
+}  // namespace BX::bench
