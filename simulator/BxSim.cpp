@@ -1,20 +1,20 @@
-// bx-sim: the simulated device on a pseudo-terminal, until SIGINT or SIGTERM.
+// bx-sim: simulated devices, each on a pseudo-terminal, until SIGINT or SIGTERM.
 #include <utility>  // before Asio, which needs it
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
+#include <atomic>
 #include <cmath>
 #include <csignal>
-#include <fstream>
 #include <iostream>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "simulator/PublishedLink.h"
+#include "simulator/Lane.h"
 #include "simulator/Simulator.h"
 
 namespace {
@@ -25,11 +25,12 @@ constexpr int statusFailed = 1;
 constexpr int statusBadInput = 2;
 
 struct Arguments {
-  std::string link;
+  unsigned lanes = 1;
+  Lane::Files files;
   std::string stream;
   std::string stored;
-  std::string transcript;
   std::string script;
+  std::vector<std::string> faults;
   Options options;
   unsigned latency = 0;  // ms
 };
@@ -42,12 +43,16 @@ void describe(CLI::App& app, Arguments& arguments) {
         return good ? std::string() : "not a number above 0: " + text;
       },
       "ABOVE 0");
-  app.add_option("--link", arguments.link, "Also publish the terminal under this name, as a symbolic link");
+  app.add_option("--lanes", arguments.lanes, "So many devices, each on a terminal of its own, with seeds that count up")
+      ->check(CLI::Range(1U, 1000U))
+      ->capture_default_str();
+  app.add_option("--link", arguments.files.link,
+                 "Also publish the terminal under this name, as a symbolic link; %d is the lane's number, from 0");
   app.add_option("--stream", arguments.stream,
                  "Payloads to stream in training, one line of hex digits each, then silence (default: a shooter)");
   app.add_option("--stored", arguments.stored, "Stored records, a line each: BLOCK PAGE HEX");
-  app.add_option("--transcript", arguments.transcript,
-                 "Write every payload when it is delivered: '> HEX' from the host, '< HEX' to the host");
+  app.add_option("--transcript", arguments.files.transcript,
+                 "Write every payload when it is delivered: '> HEX' from the host, '< HEX' to the host; %d as above");
   app.add_option("--seed", arguments.options.seed, "The built-in shooter's; same seed, same bytes")
       ->capture_default_str();
   app.add_option("--rate", arguments.options.rate, "Payloads a second in training")
@@ -57,6 +62,11 @@ void describe(CLI::App& app, Arguments& arguments) {
       ->check(aboveZero);
   app.add_option("--latency", arguments.latency, "What the device sends reaches the host this many ms later")
       ->check(CLI::Range(0U, 3'600'000U));
+  app.add_option("--fault", arguments.faults,
+                 "What goes wrong, DIRECTION:KIND:N:WHAT, once, at the Nth frame or payload of that kind; repeatable. "
+                 "DIRECTION is to-host or to-device. KIND is " +
+                     frameKindNames() + ". WHAT is " + faultEffectNames() + ". docs/link.md tells them")
+      ->allow_extra_args(false);
   app.add_option("--script", arguments.script, "Replies to give instead, a line each: REQUEST-HEX-PREFIX = REPLY-HEX");
 }
 
@@ -65,13 +75,16 @@ void readFiles(Arguments& arguments) {
   if (!arguments.stream.empty()) options.stream = readStreamFile(arguments.stream);
   if (!arguments.stored.empty()) options.stored = readStoredFile(arguments.stored);
   if (!arguments.script.empty()) options.script = readScriptFile(arguments.script);
+  for (const std::string& rule : arguments.faults) options.faults.push_back(parseFaultRule(rule));
 }
 
-void openTranscript(Arguments& arguments) {
-  if (arguments.transcript.empty()) return;
-  const auto file = std::make_shared<std::ofstream>(arguments.transcript);
-  if (!*file) throw std::runtime_error(arguments.transcript + ": cannot be written");
-  arguments.options.transcript = [file](const std::string& line) { *file << line << '\n' << std::flush; };
+// Several lanes need names of their own.
+void checkLanes(const Arguments& arguments) {
+  for (const std::string& pattern : {arguments.files.link, arguments.files.transcript}) {
+    if (arguments.lanes > 1 && !pattern.empty() && !tellsLanesApart(pattern)) {
+      throw std::runtime_error(pattern + ": needs %d in the place of the lane's number");
+    }
+  }
 }
 
 void run(Arguments& arguments) {
@@ -79,15 +92,18 @@ void run(Arguments& arguments) {
   boost::asio::signal_set signals(context, SIGINT, SIGTERM);
   signals.async_wait([](const boost::system::error_code&, int) {});
 
-  openTranscript(arguments);
-  arguments.options.latency = std::chrono::milliseconds(arguments.latency);
-  arguments.options.keepTranscript = false;
-  auto line = std::make_unique<PtyLine>();
-  const std::string name = line->name();
-  const Simulator simulator(arguments.options, std::move(line));
-  std::optional<PublishedLink> link;
-  if (!arguments.link.empty()) link.emplace(arguments.link, name);
-  std::cout << name << std::endl;
+  std::atomic<unsigned> standing = arguments.lanes;
+  Options& options = arguments.options;
+  options.latency = std::chrono::milliseconds(arguments.latency);
+  options.keepTranscript = false;
+  options.hungUp = [&] {
+    if (--standing == 0) context.stop();
+  };
+  std::vector<std::unique_ptr<Lane>> lanes;
+  for (unsigned number = 0; number < arguments.lanes; ++number) {
+    lanes.push_back(std::make_unique<Lane>(number, options, arguments.files));
+    std::cout << lanes.back()->name() << std::endl;
+  }
   context.run();
 }
 
@@ -100,7 +116,7 @@ int fail(const std::exception& error, int status) {
 
 int main(int argc, char** argv) {
   Arguments arguments;
-  CLI::App app("A simulated target device on a pseudo-terminal, whose name is printed.", "bx-sim");
+  CLI::App app("A simulated target device on a pseudo-terminal, whose name is printed; or several of them.", "bx-sim");
   describe(app, arguments);
   try {
     app.parse(argc, argv);
@@ -110,6 +126,7 @@ int main(int argc, char** argv) {
     return fail(error, statusBadInput);
   }
   try {
+    checkLanes(arguments);
     readFiles(arguments);
   } catch (const std::exception& error) {
     return fail(error, statusBadInput);

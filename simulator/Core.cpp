@@ -1,9 +1,8 @@
 #include "simulator/Core.h"
 
 #include <algorithm>
-#include <boost/asio/dispatch.hpp>
 #include <boost/asio/post.hpp>
-#include <future>
+#include <utility>
 
 namespace BX::sim {
 
@@ -20,6 +19,8 @@ constexpr auto streamTick = 5ms;
 constexpr auto streamLag = 1s;
 constexpr double longestPeriod = 3600;
 constexpr auto drainLimit = 1s;
+// More bytes without a delimiter than any frame has need not be kept together.
+constexpr std::size_t maxFragment = 1024;
 
 link::Timing timing(const Options& options) {
   link::Timing timing;
@@ -28,6 +29,9 @@ link::Timing timing(const Options& options) {
   timing.sends = options.sends;
   return timing;
 }
+
+// How long a stalled line stalls: past the time-out, well before the session is given up.
+std::chrono::milliseconds stallOf(const Options& options) { return timing(options).resend * 5 / 2; }
 
 std::chrono::nanoseconds period(double rate) {
   const std::chrono::duration<double> seconds(std::min(1.0 / rate, longestPeriod));
@@ -46,12 +50,13 @@ Simulator::Core::Core(Options options, std::unique_ptr<link::Transport> line)
       transcript_(options_.transcript, options_.keepTranscript),
       model_(options_),
       station_(link::Role::Secondary, timing(options_)),
-      fromHost_(options_.baud),
-      toHost_(options_.baud, options_.latency),
+      fromHost_{Pacer(options_.baud), {}},
+      toHost_{Pacer(options_.baud, options_.latency), {}},
       streamPeriod_(period(options_.rate)),
       work_(io_.get_executor()),
       timer_(io_),
       line_(std::move(line)) {
+  if (!options_.faults.empty() || options_.noise) faults_.emplace(options_.faults, options_.noise);
   line_->open({[this](std::span<const std::uint8_t> bytes) {
                  boost::asio::post(io_, [this, copy = Bytes(bytes.begin(), bytes.end())] {
                    bytesFromHost(copy, std::chrono::steady_clock::now());
@@ -68,12 +73,22 @@ Simulator::Core::~Core() {
 }
 
 void Simulator::Core::hangUp() {
-  std::promise<void> done;
-  boost::asio::dispatch(io_, [&] {
-    closeLine();
-    done.set_value();
+  onThread([this] { closeLine(); });
+}
+
+void Simulator::Core::setFaults(std::vector<FaultRule> faults) {
+  onThread([&] {
+    if (!faults_) faults_.emplace(std::vector<FaultRule>{}, options_.noise);
+    faults_->setRules(std::move(faults));
   });
-  done.get_future().wait();
+}
+
+std::size_t Simulator::Core::faultsWaiting() {
+  return onThread([&] { return faults_ ? faults_->waiting() : 0; });
+}
+
+std::size_t Simulator::Core::frameCount(Direction direction, FrameKind kind) {
+  return onThread([&] { return faults_ ? faults_->count(direction, kind) : 0; });
 }
 
 void Simulator::Core::closeLine() {
@@ -84,12 +99,22 @@ void Simulator::Core::closeLine() {
 }
 
 void Simulator::Core::hostGone() {
-  station_.restart();
+  restart();
   decoder_.reset();
+  fragment_.clear();
   fromHost_.clear();
   toHost_.clear();
-  model_.rest();
   step();
+}
+
+void Simulator::Core::restart() {
+  station_.restart();
+  model_.rest();
+}
+
+void Simulator::Core::cutLine() {
+  closeLine();
+  if (options_.hungUp) options_.hungUp();
 }
 
 void Simulator::Core::beginDrain() {
@@ -99,13 +124,12 @@ void Simulator::Core::beginDrain() {
 }
 
 bool Simulator::Core::drained(Time now) const {
-  return now >= *drainUntil_ || (station_.backlog() == 0 && toHost_.empty());
+  return now >= *drainUntil_ || (station_.backlog() == 0 && toHost_.pacer.empty());
 }
 
 void Simulator::Core::step() {
   const Time now = std::chrono::steady_clock::now();
-  const link::FrameDecoder::Sink sink = [&](std::span<const std::uint8_t> content) { frameFromHost(content, now); };
-  while (const auto bytes = fromHost_.takeDue(now)) decoder_.feed(*bytes, sink);
+  while (const auto piece = fromHost_.pacer.takeDue(now)) receive(*piece, now);
   station_.advance(now);
   settle(now);
   stream(now);
@@ -128,37 +152,81 @@ void Simulator::Core::step() {
 }
 
 void Simulator::Core::bytesFromHost(std::span<const std::uint8_t> bytes, Time now) {
-  while (!bytes.empty()) {
-    const auto end = std::find(bytes.begin(), bytes.end(), link::frameDelimiter);
-    const auto size = static_cast<std::size_t>(end - bytes.begin()) + (end == bytes.end() ? 0 : 1);
-    fromHost_.push(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)), now);
-    bytes = bytes.subspan(size);
+  for (const std::uint8_t byte : bytes) {
+    fragment_.push_back(byte);
+    if (byte == link::frameDelimiter || fragment_.size() >= maxFragment) {
+      pieceFromHost(std::exchange(fragment_, {}), now);
+    }
   }
 }
 
-void Simulator::Core::frameFromHost(std::span<const std::uint8_t> content, Time now) {
-  station_.receive(content, now);
-  settle(now);
+void Simulator::Core::pieceFromHost(Bytes piece, Time now) {
+  send(fromHost_, fateOf(Direction::ToDevice, std::move(piece)), now);
 }
 
-void Simulator::Core::frameToHost(Bytes frame, Time now) { toHost_.push(std::move(frame), now); }
+void Simulator::Core::receive(const Bytes& piece, Time now) {
+  if (piece.empty()) {
+    const FaultEffect event = fromHost_.events.front();
+    fromHost_.events.pop_front();
+    if (event == FaultEffect::Restart) return restart();
+    return cutLine();
+  }
+  decoder_.feed(piece, [&](std::span<const std::uint8_t> content) {
+    station_.receive(content, now);
+    settle(now);
+  });
+}
+
+bool Simulator::Core::frameToHost(Bytes frame, Time now) {
+  FaultInjector::Fate fate = fateOf(Direction::ToHost, std::move(frame));
+  if (fate.event == FaultEffect::Restart) {
+    restart();
+    return false;
+  }
+  send(toHost_, std::move(fate), now);
+  return true;
+}
+
+FaultInjector::Fate Simulator::Core::fateOf(Direction direction, Bytes piece) {
+  if (!faults_) return {{std::move(piece)}, std::nullopt};
+  return faults_->judge(direction, std::move(piece));
+}
+
+void Simulator::Core::send(Path& path, FaultInjector::Fate fate, Time now) {
+  if (fate.event == FaultEffect::Delay) path.pacer.stall(stallOf(options_), now);
+  for (Bytes& piece : fate.pieces) path.pacer.push(std::move(piece), now);
+  if (fate.event == FaultEffect::Restart || fate.event == FaultEffect::HangUp) {
+    path.events.push_back(*fate.event);
+    path.pacer.push({}, now);
+  }
+}
+
+std::vector<Bytes> Simulator::Core::answer(const Bytes& request) {
+  if (!faults_) return model_.answer(request);
+  const bool refused = faults_->refuses(request);
+  const bool refusedAfterwards = faults_->refusesAfterwards(request);
+  std::vector<Bytes> answer;
+  if (!refused) answer = model_.answer(request);
+  if (refused || refusedAfterwards) answer = {DeviceModel::refusalOf(request)};
+  return answer;
+}
 
 void Simulator::Core::payloadFromHost(const link::Message& request, Time now) {
   transcript_.addFromHost(request.payload);
   const bool streamed = model_.hasStreamed();
-  std::vector<Bytes> answer = model_.answer(request.payload);
-  for (std::size_t i = 0; i < answer.size(); ++i) {
-    payloadToHost({request.tag, i + 1 < answer.size(), std::move(answer[i])}, now);
+  std::vector<Bytes> payloads = answer(request.payload);
+  for (std::size_t i = 0; i < payloads.size(); ++i) {
+    station_.send({request.tag, i + 1 < payloads.size(), std::move(payloads[i])}, now);
   }
   if (!streamed) streamDue_ = now;
 }
 
-void Simulator::Core::payloadToHost(link::Message message, Time now) { station_.send(std::move(message), now); }
-
 void Simulator::Core::settle(Time now) {
   for (bool more = true; more;) {
     link::Station::Output output = station_.take(now);
-    for (Bytes& frame : output.frames) frameToHost(std::move(frame), now);
+    for (Bytes& frame : output.frames) {
+      if (!frameToHost(std::move(frame), now)) return;
+    }
     for (const link::Message& message : output.acknowledged) transcript_.addToHost(message.payload);
     if (output.down || output.sessionBegan) model_.rest();
     for (const link::Message& request : output.delivered) payloadFromHost(request, now);
@@ -170,22 +238,23 @@ void Simulator::Core::stream(Time now) {
   if (!model_.hasStreamed()) return;
   streamDue_ = std::max(streamDue_, now - streamLag);
   while (model_.hasStreamed() && streamDue_ <= now && station_.backlog() < streamBacklog) {
-    payloadToHost({link::streamTag, false, model_.nextStreamed()}, now);
+    station_.send({link::streamTag, false, model_.nextStreamed()}, now);
     streamDue_ += streamPeriod_;
   }
   settle(now);
 }
 
 void Simulator::Core::flush(Time now) {
-  while (auto frame = toHost_.takeDue(now)) {
-    if (line_) line_->write(std::move(*frame));
+  while (auto piece = toHost_.pacer.takeDue(now)) {
+    if (piece->empty()) return cutLine();
+    if (line_) line_->write(std::move(*piece));
   }
 }
 
 std::optional<Simulator::Core::Time> Simulator::Core::nextEvent(Time now) const {
   std::optional<Time> earliest = station_.deadline();
-  keepEarlier(earliest, fromHost_.due());
-  keepEarlier(earliest, toHost_.due());
+  keepEarlier(earliest, fromHost_.pacer.due());
+  keepEarlier(earliest, toHost_.pacer.due());
   keepEarlier(earliest, drainUntil_);
   if (model_.hasStreamed() && station_.backlog() < streamBacklog) {
     keepEarlier<Time>(earliest, streamPeriod_ < streamTick ? std::max(streamDue_, now + streamTick) : streamDue_);

@@ -1,22 +1,29 @@
 // What runs inside a Simulator: one thread that owns the device, its end of the link and the line.
 //
-//   line <-> pacers <-> frames <-> Station <-> payloads <-> DeviceModel
+//   line <-> faults <-> pacers <-> frames <-> Station <-> payloads <-> DeviceModel
 #pragma once
 
 #include <utility>  // before Asio, which needs it
 
+#include <boost/asio/dispatch.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <chrono>
+#include <deque>
+#include <functional>
+#include <future>
 #include <memory>
+#include <optional>
 #include <span>
 #include <thread>
+#include <vector>
 
 #include "platform/serial/Frame.h"
 #include "platform/serial/Station.h"
 #include "simulator/DeviceModel.h"
+#include "simulator/FaultInjector.h"
 #include "simulator/Pacer.h"
 #include "simulator/Simulator.h"
 #include "simulator/Transcript.h"
@@ -32,9 +39,30 @@ class Simulator::Core {
 
   const Transcript& transcript() const { return transcript_; }
   void hangUp();
+  void setFaults(std::vector<FaultRule> faults);
+  std::size_t faultsWaiting();
+  std::size_t frameCount(Direction direction, FrameKind kind);
 
  private:
   using Time = std::chrono::steady_clock::time_point;
+
+  // One direction of the line. An empty piece in the pacer stands for the oldest event.
+  struct Path {
+    Pacer pacer;
+    std::deque<FaultEffect> events;
+    void clear() {
+      pacer.clear();
+      events.clear();
+    }
+  };
+
+  // Runs `action` on the simulator's thread and waits for it.
+  template <typename Action>
+  auto onThread(const Action& action) {
+    std::packaged_task<decltype(action())()> task(action);
+    boost::asio::dispatch(io_, [&task] { task(); });
+    return task.get_future().get();
+  }
 
   // ---- All below runs on the simulator's thread.
 
@@ -47,11 +75,19 @@ class Simulator::Core {
 
   // The line's bytes, cut after each delimiter so that a frame arrives with its own last byte.
   void bytesFromHost(std::span<const std::uint8_t> bytes, Time now);
-  // Every frame passes here, and every payload below.
-  void frameFromHost(std::span<const std::uint8_t> content, Time now);
-  void frameToHost(Bytes frame, Time now);
+  void pieceFromHost(Bytes piece, Time now);
+  void receive(const Bytes& piece, Time now);
+  // False when the device restarts instead of sending it.
+  bool frameToHost(Bytes frame, Time now);
+  // Lays `fate` on the way.
+  void send(Path& path, FaultInjector::Fate fate, Time now);
+  FaultInjector::Fate fateOf(Direction direction, Bytes piece);
+  std::vector<Bytes> answer(const Bytes& request);
   void payloadFromHost(const link::Message& request, Time now);
-  void payloadToHost(link::Message message, Time now);
+
+  // Loses the session and all that a power cycle loses, and says nothing.
+  void restart();
+  void cutLine();
 
   // Takes what the station has to say until it has nothing more.
   void settle(Time now);
@@ -64,8 +100,10 @@ class Simulator::Core {
   DeviceModel model_;
   link::Station station_;
   link::FrameDecoder decoder_;
-  Pacer fromHost_;
-  Pacer toHost_;
+  std::optional<FaultInjector> faults_;  // when anything was ever to go wrong
+  Bytes fragment_;                       // of the host's bytes, after the last delimiter
+  Path fromHost_;
+  Path toHost_;
   std::chrono::nanoseconds streamPeriod_;
   Time streamDue_{};
   std::optional<Time> drainUntil_;

@@ -84,7 +84,7 @@ void DeviceModel::rest() {
 }
 
 std::vector<Bytes> DeviceModel::answer(Request request) {
-  if (request.empty()) return {{wire::refused}};
+  if (request.empty()) return {refusalOf(request)};
   const std::uint8_t letter = request.front();
   if (const ScriptedReply* script = scripted(request)) {
     if (script->reply.empty()) return refusal(letter);
@@ -92,6 +92,11 @@ std::vector<Bytes> DeviceModel::answer(Request request) {
   }
   if (!understood(request) || !allows(mode_, letter)) return refusal(letter);
   return builtIn(request);
+}
+
+Bytes DeviceModel::refusalOf(Request request) {
+  if (request.empty()) return {wire::refused};
+  return {wire::refused, request.front()};
 }
 
 const ScriptedReply* DeviceModel::scripted(Request request) const {

@@ -26,6 +26,7 @@ class DeviceModel {
 
   // The payloads of the answer, at least one; the last one closes it.
   std::vector<Bytes> answer(std::span<const std::uint8_t> request);
+  static Bytes refusalOf(std::span<const std::uint8_t> request);
 
   // Whether there is a payload to stream now. False also while a stream runs but has come to the end of its file.
   bool hasStreamed() const;

@@ -13,6 +13,8 @@ void Pacer::push(Bytes piece, Time now) {
   pieces_.push_back({lineFree_ + latency_, std::move(piece)});
 }
 
+void Pacer::stall(std::chrono::milliseconds duration, Time now) { lineFree_ = std::max(lineFree_, now) + duration; }
+
 std::optional<Bytes> Pacer::takeDue(Time now) {
   if (pieces_.empty() || pieces_.front().due > now) return std::nullopt;
   Bytes bytes = std::move(pieces_.front().bytes);

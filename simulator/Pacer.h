@@ -18,6 +18,8 @@ class Pacer {
   explicit Pacer(unsigned baud, std::chrono::milliseconds latency = {}) : baud_(baud), latency_(latency) {}
 
   void push(Bytes piece, Time now);
+  // Nothing that is pushed from now on moves for this long.
+  void stall(std::chrono::milliseconds duration, Time now);
   // The oldest piece, once it has arrived.
   std::optional<Bytes> takeDue(Time now);
   // When the oldest piece arrives.

@@ -17,4 +17,12 @@ bool Simulator::awaitTranscript(const std::string& prefix, std::size_t count, st
 
 void Simulator::hangUp() { core_->hangUp(); }
 
+void Simulator::setFaults(std::vector<FaultRule> faults) { core_->setFaults(std::move(faults)); }
+
+std::size_t Simulator::faultsWaiting() const { return core_->faultsWaiting(); }
+
+std::size_t Simulator::frameCount(Direction direction, FrameKind kind) const {
+  return core_->frameCount(direction, kind);
+}
+
 }  // namespace BX::sim

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "bx/BXSerialLink.h"
+#include "simulator/FaultRule.h"
 
 namespace BX::sim {
 
@@ -46,6 +48,11 @@ struct Options {
   // Time-outs of the device's end of the link.
   std::chrono::milliseconds resend{100};
   int sends = 5;
+  // What goes wrong on the line. A rule strikes once; the first one in the list, when two strike the same frame.
+  std::vector<FaultRule> faults;
+  std::optional<Noise> noise;
+  // Called on the simulator's thread when a rule has hung the line up.
+  std::function<void()> hungUp;
   // Each payload once, sum byte included, when it is delivered: "> HEX" from the host, "< HEX" to the host. Called on
   // the simulator's thread.
   std::function<void(const std::string& line)> transcript;
@@ -75,6 +82,13 @@ class Simulator {
                        std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
   // Any thread. Cuts the line at once.
   void hangUp();
+
+  // Any thread. Replaces the rules of what goes wrong; counting begins anew.
+  void setFaults(std::vector<FaultRule> faults);
+  // Any thread. How many rules have not struck yet.
+  std::size_t faultsWaiting() const;
+  // Any thread. Frames of this kind since setFaults; 0 when it was never called.
+  std::size_t frameCount(Direction direction, FrameKind kind) const;
 
  private:
   class Core;
