@@ -1,0 +1,43 @@
+// One cell of the matrix: one exchange, one fault at one place, and the exchange once more.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "simulator/FaultRule.h"
+#include "tests/faults/Exchanges.h"
+
+namespace BX::faults {
+
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+// What an exchange brings without a fault, and where it can be struck.
+struct Expected {
+  std::string result;
+  std::vector<std::string> requests;
+  std::vector<sim::FaultRule> rules;  // every effect at the first, middle and last frame of each kind and direction
+};
+
+enum class Outcome {
+  Recovered,  // reported done, with the very same result
+  Failed,     // reported failed, with a reason and the device object in the state that the rules name
+  NotMet,     // the fault's place never came
+  Wrong,
+};
+
+struct Cell {
+  const Exchange* exchange = nullptr;
+  sim::FaultRule rule;
+  Outcome outcome = Outcome::Wrong;
+  std::string wrong;    // what is, or the reason of the failure
+  Milliseconds time{};  // of the exchange under the fault
+  int tries = 1;  // until the next exchange worked; 2 when the fault struck after the first had been reported done
+};
+
+// Throws std::runtime_error when the exchange does not work even without a fault.
+Expected expectedOf(const Exchange& exchange);
+
+Cell runCell(const Exchange& exchange, const Expected& expected, const sim::FaultRule& rule);
+
+}  // namespace BX::faults

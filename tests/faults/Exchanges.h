@@ -1,0 +1,31 @@
+// The exchanges of the matrix: how each is led up to, what it does, and what must have come of it.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "simulator/FaultRule.h"
+#include "tests/faults/Rig.h"
+
+namespace BX::faults {
+
+struct Exchange {
+  std::string name;
+  sim::FrameKind kind;
+  // Brings device and host to where the exchange begins; the port is open.
+  std::function<bool(Rig&)> prepare;
+  // What it reports.
+  std::function<bool(Rig&)> run;
+  // What it brought, to be compared with what it brings without a fault.
+  std::function<std::string(Rig&)> result;
+  // What is wrong with the device object after a failure; empty when nothing is.
+  std::function<std::string(Rig&)> stateAfterFailure;
+};
+
+const std::vector<Exchange>& exchanges();
+
+// The memory and the stream of the device that they talk to.
+sim::Options deviceOptions();
+
+}  // namespace BX::faults

@@ -1,0 +1,104 @@
+// bx-faults: the whole fault matrix and the soak; writes the page of both.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include "tests/faults/Page.h"
+
+namespace {
+
+using namespace BX::faults;
+
+constexpr unsigned hangLimit = 60;  // seconds
+// What scripts/fuzz and others have written below it stays.
+constexpr auto endMark = "<!-- The end of what scripts/faults writes. -->\n";
+
+std::array<char, 200> current{};
+
+// A cell that hangs is named before the program ends.
+void onAlarm(int) {
+  constexpr std::string_view text = "bx-faults: hangs in ";
+  if (::write(STDERR_FILENO, text.data(), text.size()) < 0 ||
+      ::write(STDERR_FILENO, current.data(), std::strlen(current.data())) < 0) {
+    _exit(2);
+  }
+  _exit(1);
+}
+
+void watch(const std::string& what) {
+  current.fill('\0');
+  what.copy(current.data(), current.size() - 2);
+  current[std::strlen(current.data())] = '\n';
+  ::alarm(hangLimit);
+}
+
+void runMatrix(Report& report) {
+  const auto start = std::chrono::steady_clock::now();
+  useShortTimeouts({});
+  for (const Exchange& exchange : exchanges()) {
+    std::cerr << exchange.name << '\n';
+    watch(exchange.name);
+    const Expected expected = expectedOf(exchange);
+    for (const auto& rule : expected.rules) {
+      watch(exchange.name + ", " + textOf(rule));
+      report.cells.push_back(runCell(exchange, expected, rule));
+      const Cell& cell = report.cells.back();
+      if (cell.outcome == Outcome::Wrong) std::cerr << "  " << textOf(rule) << ": " << cell.wrong << '\n';
+    }
+  }
+  ::alarm(0);
+  report.matrixTime = std::chrono::steady_clock::now() - start;
+}
+
+void runSoak(Report& report, std::size_t records, std::size_t downloads) {
+  std::cerr << "soak: a stream of " << records << " records\n";
+  report.stream = soakStream(records);
+  std::cerr << "soak: " << downloads << " downloads of a full memory\n";
+  report.downloads = soakDownloads(downloads);
+}
+
+std::string keptOf(const std::string& path) {
+  const std::ifstream file(path);
+  const std::string text = (std::ostringstream() << file.rdbuf()).str();
+  const auto mark = text.find(endMark);
+  return mark == std::string::npos ? "" : text.substr(mark + std::strlen(endMark));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string page;
+  std::size_t records = 1'000'000;
+  std::size_t downloads = 200;
+  CLI::App app("Every exchange under every fault, and long runs on a bad line.", "bx-faults");
+  app.add_option("--page", page, "The page to write (default: standard output)");
+  app.add_option("--records", records, "To stream in the soak")->capture_default_str();
+  app.add_option("--downloads", downloads, "In the soak")->capture_default_str();
+  CLI11_PARSE(app, argc, argv);
+  std::signal(SIGALRM, onAlarm);
+  try {
+    Report report;
+    runMatrix(report);
+    runSoak(report, records, downloads);
+    const std::string kept = page.empty() ? "" : keptOf(page);
+    std::ostringstream text;
+    writePage(text, report);
+    if (page.empty()) {
+      std::cout << text.str();
+    } else {
+      std::ofstream(page) << text.str() << '\n' << endMark << kept;
+    }
+    return wrongIn(report) == 0 ? 0 : 1;
+  } catch (const std::exception& error) {
+    std::cerr << "bx-faults: " << error.what() << '\n';
+    return 1;
+  }
+}

@@ -1,0 +1,24 @@
+// docs/reliability.md: what the matrix and the soak have shown.
+#pragma once
+
+#include <ostream>
+#include <vector>
+
+#include "tests/faults/Cell.h"
+#include "tests/faults/Soak.h"
+
+namespace BX::faults {
+
+struct Report {
+  std::vector<Cell> cells;
+  std::chrono::duration<double> matrixTime{};
+  SoakResult stream;
+  SoakResult downloads;
+};
+
+// Cells, and soaks, whose outcome is wrong.
+std::size_t wrongIn(const Report& report);
+
+void writePage(std::ostream& out, const Report& report);
+
+}  // namespace BX::faults
