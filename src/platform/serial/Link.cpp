@@ -126,7 +126,9 @@ bool Link::onDelivered(Message message) {
   pending_->arrived = !message.moreFollows;
   if (pending_->changesMode && pending_->arrived && isModeAnswer(message.payload)) {
     if (listens_) {
-      streamed_.push_back(std::move(message));  // the end of the stream: the listening thread reads it
+      // The end of the stream: the listening thread reads it. Asked for by its own handler, it counts at once.
+      if (pending_->isListeners) completePending(message.tag, message.payload);
+      streamed_.push_back(std::move(message));
       return true;
     }
     streamed_.clear();  // what an earlier stream has left is no part of the next one
@@ -166,6 +168,8 @@ void Link::failPending(const std::string& reason) {
 
 // ---- Exchanges
 
+thread_local const Link::Delivery* Link::Delivery::innermost = nullptr;
+
 bool Link::exchange(const Bytes& request, const Expected& expected, const Handler& handler) {
   const auto self = shared_from_this();  // the handler may destroy what it is called for
   const auto answer = this->request(request, expected, false);
@@ -191,6 +195,7 @@ std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& 
       lastTag_ = static_cast<std::uint8_t>(lastTag_ % maxTag + 1);
       pending.tag = lastTag_;
       pending.changesMode = changesMode;
+      pending.isListeners = isListeningThread();
       pending.lastSign = Clock::now();
       answer.opening = opening_;
       engine_->submit({pending.tag, false, payload});
@@ -236,6 +241,7 @@ bool Link::handOver(const Answer& answer, const Handler& handler) {
         const Lock lock(mutex_);
         replyBytes_ = payload;
       }
+      const Delivery delivery(*this, payload);
       if (!gate_.run(answer.opening, handler)) return fail(closedMeanwhileText);
     }
   } catch (const std::exception& reason) {
@@ -247,8 +253,11 @@ bool Link::handOver(const Answer& answer, const Handler& handler) {
 }
 
 Bytes Link::receivedBytes() const {
+  for (const Delivery* delivery = Delivery::innermost; delivery != nullptr; delivery = delivery->outer) {
+    if (delivery->link == this) return delivery->payload;
+  }
   const Lock lock(mutex_);
-  return isListeningThread() ? streamBytes_ : replyBytes_;
+  return replyBytes_;
 }
 
 // ---- Callbacks

@@ -72,11 +72,26 @@ class Link final : public Engine::Listener, public std::enable_shared_from_this<
   struct Pending {
     std::uint8_t tag = 0;
     bool changesMode = false;
+    bool isListeners = false;  // made inside the stream handler
     std::vector<Bytes> answer;
     bool arrived = false;        // the last payload is here
     bool complete = false;       // and it was read
     Clock::time_point lastSign;  // when it last went forward
     std::optional<std::string> failure;
+  };
+  // A payload in the hands of a handler on this thread, which may make exchanges of its own.
+  struct Delivery {
+    Delivery(const Link& owner, const Bytes& bytes) : link(&owner), payload(bytes), outer(innermost) {
+      innermost = this;
+    }
+    ~Delivery() { innermost = outer; }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+
+    const Link* link;
+    const Bytes& payload;
+    const Delivery* outer;
+    static thread_local const Delivery* innermost;
   };
   struct Answer {
     std::vector<Bytes> payloads;
@@ -117,8 +132,7 @@ class Link final : public Engine::Listener, public std::enable_shared_from_this<
   Pending* pending_ = nullptr;
   std::uint8_t lastTag_ = 0;
   std::deque<Message> streamed_;  // waiting for the listening thread
-  Bytes replyBytes_;
-  Bytes streamBytes_;
+  Bytes replyBytes_;              // what the last reply handler was given
   Handler replyHandler_;
   Handler streamHandler_;
   std::function<bool(const char*)> removeHandler_;

@@ -1,4 +1,5 @@
 // The listening thread of a link.
+#include <system_error>
 #include <utility>
 
 #include "platform/serial/Link.h"
@@ -28,8 +29,16 @@ void Link::startListening() {
     engine_->watch(true);
   }
   joinListening();  // an earlier one, which has ended
-  const Lock lock(mutex_);
-  listening_ = std::thread([self = shared_from_this(), opening] { self->listen(opening); });
+  Lock lock(mutex_);
+  // Called in the remove-device callback, which is the end of an earlier thread: that one is on its own now.
+  if (listening_.joinable()) listening_.detach();
+  try {
+    listening_ = std::thread([self = shared_from_this(), opening] { self->listen(opening); });
+  } catch (const std::system_error& reason) {
+    lock.unlock();
+    endListening();
+    fail(std::string("no thread to listen: ") + reason.what());
+  }
 }
 
 void Link::setRunning(bool running) {
@@ -45,7 +54,8 @@ void Link::listen(HandlerGate::Opening opening) {
   while (hearNext(opening)) {
   }
   endListening();
-  listeningId_ = std::thread::id();
+  auto own = std::this_thread::get_id();
+  listeningId_.compare_exchange_strong(own, std::thread::id());  // unless another stream has begun meanwhile
 }
 
 // Waits for the next payload and handles it; false when the stream is over.
@@ -69,9 +79,9 @@ bool Link::handleStreamed(HandlerGate::Opening opening, const Message& message) 
   Handler handler;
   {
     const Lock lock(mutex_);
-    streamBytes_ = message.payload;
     handler = streamHandler_;
   }
+  const Delivery delivery(*this, message.payload);
   bool goesOn = true;
   try {
     goesOn = gate_.run(opening, handler);
