@@ -65,6 +65,7 @@ void makeRaw(int handle) {
   settings.c_cc[VMIN] = 1;
   settings.c_cc[VTIME] = 0;
   Descriptor::require(::tcsetattr(handle, TCSANOW, &settings));
+  ::tcflow(handle, TCOON);  // its last user may have stopped the output
 }
 
 }  // namespace
