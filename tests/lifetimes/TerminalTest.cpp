@@ -1,0 +1,189 @@
+// What the hosts before, and beside, have to do with a terminal.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <random>
+
+#include "platform/serial/Frame.h"
+#include "tests/lifetimes/Lifetimes.h"
+
+namespace BX::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+sim::Bytes garbage(std::size_t size) {
+  static std::mt19937 random(seed);
+  sim::Bytes bytes(size);
+  for (auto& byte : bytes) byte = static_cast<std::uint8_t>(std::uniform_int_distribution(0, 255)(random));
+  return bytes;
+}
+
+// A terminal that says something to the next host before it is a device, and noise with all that it sends as one.
+class NoisyTerminal : public link::Transport {
+ public:
+  NoisyTerminal(std::unique_ptr<link::Transport> inner, sim::Bytes stale, std::size_t noise)
+      : inner_(std::move(inner)), stale_(std::move(stale)), noise_(noise) {}
+  void open(Events events) override {
+    inner_->open(std::move(events));
+    if (!stale_.empty()) inner_->write(stale_);
+  }
+  void write(std::vector<std::uint8_t> bytes) override {
+    const auto around = garbage(noise_);
+    bytes.insert(bytes.begin(), around.begin(), around.end());
+    inner_->write(std::move(bytes));
+  }
+  void close() override { inner_->close(); }
+
+ private:
+  std::unique_ptr<link::Transport> inner_;
+  sim::Bytes stale_;
+  std::size_t noise_;
+};
+
+// What its last user left on a terminal.
+using Leaving = std::function<void(int handle, termios& settings)>;
+
+void cook(int, termios& settings) {
+  settings.c_iflag |= static_cast<tcflag_t>(ICRNL | IXON | IXOFF | ISTRIP | INLCR | PARMRK | BRKINT);
+  settings.c_oflag |= static_cast<tcflag_t>(OPOST | ONLCR);
+  settings.c_lflag |= static_cast<tcflag_t>(ICANON | ECHO | ECHOE | ISIG | IEXTEN);
+  settings.c_cc[VMIN] = 255;
+}
+
+void stop(int handle, termios&) { ::tcflow(handle, TCOOFF); }
+
+class Terminal : public testing::Test {
+ protected:
+  Terminal() {
+    platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
+  }
+  ~Terminal() override {
+    com.closePort();
+    simulator_.reset();
+    platform::replaceTime({});
+  }
+
+  void start(const Leaving& leave = {}, sim::Bytes stale = {}, std::size_t noise = 0, std::size_t records = 0) {
+    auto line = std::make_unique<sim::PtyLine>();
+    port = line->name();
+    if (leave) {
+      const int handle = ::open(port.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+      ASSERT_GE(handle, 0);
+      termios settings{};
+      ::tcgetattr(handle, &settings);
+      leave(handle, settings);
+      ::tcsetattr(handle, TCSANOW, &settings);
+      ::close(handle);
+    }
+    auto noisy = std::make_unique<NoisyTerminal>(std::move(line), std::move(stale), noise);
+    simulator_ = std::make_unique<sim::Simulator>(streaming(records), std::move(noisy));
+    com.initializePort(port);
+  }
+  void hangUp() { simulator_.reset(); }
+
+  std::string port;
+  BXSerialCom com;
+
+ private:
+  std::unique_ptr<sim::Simulator> simulator_;
+};
+
+struct Left {
+  const char* name;
+  Leaving leave;
+  std::size_t stale;
+  std::size_t noise;
+};
+
+class LeftTerminal : public Terminal, public testing::WithParamInterface<Left> {};
+
+TEST_P(LeftTerminal, ConnectsAllTheSame) {
+  start(GetParam().leave, garbage(GetParam().stale), GetParam().noise);
+  ASSERT_TRUE(com.openPort()) << link::lastError(port);
+  for (int i = 0; i < 20; ++i) EXPECT_TRUE(com.poll()) << link::lastError(port);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LeftTerminal,
+                         testing::Values(Left{"cooked", cook, 0, 0}, Left{"stopped", stop, 0, 0},
+                                         Left{"stale", {}, 3000, 0}, Left{"cookedAndStale", cook, 3000, 0},
+                                         Left{"noisy", {}, 0, 40}, Left{"allOfIt", cook, 3000, 40}),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+// Frames that a device sent to the host before this one.
+TEST_F(Terminal, BringsNoFrameOfAnEarlierSession) {
+  sim::Bytes stale;
+  for (const char* content : {"7311", "7312", "001159 70", "0002CA41"}) {
+    const auto frame = link::encodeFrame(bytesOf(content));
+    stale.insert(stale.end(), frame.begin(), frame.end());
+  }
+  start({}, stale);
+  ASSERT_TRUE(com.openPort());
+  std::vector<std::string> answers;
+  com.setCallBackFunction([&] { answers.push_back(hexOf(com.getReceivedBytes())); });
+  EXPECT_TRUE(com.getParameterSetFrame(1));
+  ASSERT_EQ(answers.size(), 1U);
+  EXPECT_EQ(answers[0].substr(0, 6), "596501");
+}
+
+TEST_F(Terminal, RefusesASecondHostAndKeepsTheFirst) {
+  const std::size_t records = scaled(300);
+  start({}, {}, 0, records);
+  ASSERT_TRUE(com.openPort());
+  std::atomic<std::size_t> heard = 0;
+  com.setProcessTrainingCallback([&] { ++heard; });
+  ASSERT_TRUE(com.setDeviceMode(BXSerialCom::FIELD_STREAM, false));
+  com.startSessionListening();
+  link::setOptions({.baud = 9600});
+  for (int i = 0; i < 20; ++i) {
+    BXSerialCom second;
+    second.initializePort(port);
+    EXPECT_FALSE(second.openPort());
+    EXPECT_EQ(link::lastError(port), "in use by another program");
+    EXPECT_FALSE(second.poll());
+  }
+  link::setOptions({});
+  await([&] { return heard >= records || !com.getStreaming(); });
+  EXPECT_TRUE(com.setDeviceMode(BXSerialCom::RESTING, true));
+  EXPECT_EQ(heard, records + 1);  // and the mode's answer
+  EXPECT_EQ(link::statistics(port).framesDamaged, 0U);
+  com.closePort();
+  BXSerialCom next;
+  next.initializePort(port);
+  EXPECT_TRUE(next.openPort());
+  EXPECT_TRUE(next.poll());
+}
+
+std::chrono::microseconds processorTime() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  const auto time = [](const timeval& value) {
+    return std::chrono::seconds(value.tv_sec) + std::chrono::microseconds(value.tv_usec);
+  };
+  return time(usage.ru_utime) + time(usage.ru_stime);
+}
+
+// The processor time that passes in a window in which nothing happens.
+void expectIdle() {
+  constexpr auto window = 600ms;
+  const auto before = processorTime();
+  std::this_thread::sleep_for(window);
+  EXPECT_LT(processorTime() - before, window / 20);
+}
+
+TEST_F(Terminal, CostsNothingWhileNothingIsHeardAndOnceItIsHungUp) {
+  start();
+  ASSERT_TRUE(com.openPort());
+  ASSERT_TRUE(com.setDeviceMode(BXSerialCom::FIELD_STREAM, false));
+  com.startSessionListening();
+  expectIdle();
+  EXPECT_TRUE(com.getStreaming());
+  hangUp();
+  await([&] { return !com.isConnected() && !com.getStreaming(); });
+  expectIdle();
+}
+
+}  // namespace
+}  // namespace BX::test
