@@ -5,6 +5,7 @@
 #include <limits>
 #include <random>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "morva/MORVADataTypeJSON.h"
@@ -53,6 +54,40 @@ TEST(Document, ReadsEveryDoubleBackAsWritten) {
     document.getDocument().SetDouble(number);
     const double back = parsed(document.toString()).getDocument().GetDouble();
     ASSERT_EQ(std::memcmp(&number, &back, sizeof number), 0) << document.toString();
+  }
+}
+
+// RapidJSON alone reads most of these as some other number.
+TEST(Document, ReadsANumberHoweverItIsSpelled) {
+  const std::string zeros(700, '0');
+  const std::vector<std::pair<std::string, std::string>> table = {
+      {"0e1", "0.0"},
+      {"0E+300", "0.0"},
+      {"0e99999999999", "0.0"},
+      {"-0e-300", "-0.0"},
+      {"0." + zeros, "0.0"},
+      {"0." + zeros + "e-25", "0.0"},
+      {"0." + zeros.substr(0, 30) + "1", "1e-31"},
+      {"-0", "0"},
+      {"184467440737095516155", "184467440737095500000.0"},
+      {"1.84467440737095516159e300", "1.8446744073709552e300"},
+      {"-184467440737095516155e-400", "-0.0"},
+      {"18446744073709551615", "18446744073709551615"},
+      {"-9223372036854775808", "-9223372036854775808"},
+      {"1" + zeros.substr(0, 300), "1e300"},
+      {"1.7976931348623157e308", "1.7976931348623157e308"},
+      {"4.9e-324", "5e-324"},
+      {"1e-400", "0.0"},
+      {"100e-2", "1.0"}};
+  for (const auto& [spelling, number] : table) {
+    EXPECT_EQ(parsed("[" + spelling + " ]").toString(), "[" + number + "]") << spelling;
+  }
+  const std::string text = R"({"0e300":"-0e300 \"0e300"})";
+  EXPECT_EQ(parsed(text).toString(), text);
+  MORVADataTypeJSON document;
+  for (const std::string& wrong : std::vector<std::string>{"0e300.3", "1e5e5", "00e300", "0.e300", "0e", "-", "--0e300",
+                                                           "0e300 0", "\"0e300", "1e400", "10e308", "1" + zeros}) {
+    EXPECT_FALSE(document.parseString(wrong)) << wrong;
   }
 }
 

@@ -280,5 +280,22 @@ TEST(Station, ignoresItsOwnEcho) {
   EXPECT_EQ(host.state(), Station::State::Down);
 }
 
+// The answer to the first SABM was late, and what the device had to say came before the second one.
+TEST(Station, answersARepeatedBeginningWithoutBeginningAnew) {
+  const auto receive = [](Station& station, const std::string& content) {
+    station.receive(test::bytesOf(content), Station::Time{});
+    return station.take(Station::Time{});
+  };
+  Station device(Role::Secondary, {});
+  EXPECT_TRUE(receive(device, "3F07").sessionBegan);
+  device.send({streamTag, false, {0xCA}}, Station::Time{});
+  device.take(Station::Time{});
+  const auto again = receive(device, "3F07");
+  EXPECT_FALSE(again.sessionBegan || again.down);
+  EXPECT_EQ(again.frames, std::vector{encodeFrame(test::bytesOf("7307"))});
+  EXPECT_EQ(receive(device, "21").acknowledged.size(), 1U);
+  EXPECT_TRUE(receive(device, "3F07").sessionBegan);  // another host, with the same number by chance
+}
+
 }  // namespace
 }  // namespace BX::link

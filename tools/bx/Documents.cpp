@@ -40,13 +40,6 @@ std::string join(const std::vector<std::string>& phrases) {
   return text;
 }
 
-// With --force a refusal is a warning.
-void report(Tool& tool, const std::string& name, const Findings& findings) {
-  if (!findings.problems.empty() && !tool.global.force) refuse(name + ": check: " + join(findings.problems));
-  for (const auto& problem : findings.problems) tool.console.warning(name + ": " + problem);
-  for (const auto& warning : findings.warnings) tool.console.warning(name + ": " + warning);
-}
-
 // The type that the file names, whatever it is; with a reason to refuse it.
 std::string typeFromFile(const Json& document, Findings& findings) {
   const std::string type = MORVA::getText(document, "TargetType");
@@ -64,8 +57,7 @@ std::string typeFromFile(const Json& document, Findings& findings) {
 }  // namespace
 
 Json parseDocument(const std::string& text, const std::string& name) {
-  constexpr unsigned flags =
-      rapidjson::kParseFullPrecisionFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
+  constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
   rapidjson::Document parsed;
   parsed.Parse<flags>(text.data(), text.size());
   if (parsed.HasParseError()) {
@@ -81,31 +73,46 @@ Json parseDocument(const std::string& text, const std::string& name) {
 
 Json readDocument(const std::string& path) { return parseDocument(readFile(path), path); }
 
-Json loadDocument(Tool& tool, const std::string& path, DocumentKind kind) {
+void Review::add(const std::string& name, const Findings& findings) {
+  if (!findings.problems.empty() && !force_) refuse(name + ": check: " + join(findings.problems));
+  for (const auto& problem : findings.problems) warnings_.push_back(name + ": " + problem);
+  for (const auto& warning : findings.warnings) warnings_.push_back(name + ": " + warning);
+}
+
+void Review::tell(Console& console) const {
+  for (const auto& warning : warnings_) console.warning(warning);
+}
+
+Json loadDocument(Review& review, const std::string& path, DocumentKind kind) {
   Json document = readDocument(path);
-  report(tool, path, check(document, kind));
+  review.add(path, check(document, kind));
   return document;
 }
 
-TargetFile loadTarget(Tool& tool, const std::string& path, const std::string& givenType) {
+TargetFile loadTarget(Review& review, const std::string& path, const std::string& givenType) {
   TargetFile target{.type = givenType, .document = readDocument(path)};
   Findings findings;
   if (givenType.empty() && target.document.getDocument().IsObject()) {
     target.type = typeFromFile(target.document, findings);
   }
   // Whatever is not exactly a ring target is sent as a silhouette. A type that is not known is all there is to say.
-  if (findings.problems.empty() || tool.global.force) {
+  if (findings.problems.empty() || review.force()) {
     const auto kind = target.type == "RING" ? DocumentKind::RingTarget : DocumentKind::SilhouetteTarget;
     const Findings more = check(target.document, kind);
     findings.problems.insert(findings.problems.end(), more.problems.begin(), more.problems.end());
     findings.warnings = more.warnings;
   }
-  report(tool, path, findings);
+  review.add(path, findings);
   return target;
 }
 
-void warnAbout(Tool& tool, const std::string& name, const Json& document, DocumentKind kind) {
-  for (const auto& warning : check(document, kind).warnings) tool.console.warning(name + ": " + warning);
+TargetFile loadTarget(Tool& tool, const std::string& path, const std::string& givenType) {
+  Review review(tool.global.force);
+  TargetFile target = loadTarget(review, path, givenType);
+  review.tell(tool.console);
+  return target;
 }
+
+Findings warningsAbout(const Json& document, DocumentKind kind) { return {{}, check(document, kind).warnings}; }
 
 }  // namespace BX::tool

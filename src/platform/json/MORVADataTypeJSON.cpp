@@ -6,6 +6,7 @@
 #include <cmath>
 #include <utility>
 
+#include "platform/json/NumberSpelling.h"
 #include "platform/json/Walk.h"
 
 namespace MORVA {
@@ -72,7 +73,8 @@ bool MORVADataTypeJSON::parseString(const std::string& text) {
   constexpr unsigned flags = rapidjson::kParseFullPrecisionFlag | rapidjson::kParseIterativeFlag;
   auto pool = makePool();
   rapidjson::Document parsed = makeDocument(rapidjson::kNullType, *pool);
-  if (parsed.Parse<flags>(text.data(), text.size()).HasParseError()) return false;
+  const auto readable = withShortNumbers(text);
+  if (!readable || parsed.Parse<flags>(readable->data(), readable->size()).HasParseError()) return false;
   document_ = std::move(parsed);
   pool_ = std::move(pool);
   return true;

@@ -108,6 +108,7 @@ void Station::receive(std::span<const std::uint8_t> content, Time now) {
     if (role_ == Role::Secondary && (isInformation(control) || hasPollFinal(control))) transmitUnnumbered(DM, now);
     return;
   }
+  heard_ = true;
   const bool pollWasPending = pollPending_;
   if (!acknowledgeUpTo(receiveNumber(control), now)) return;
   if (isInformation(control)) {
@@ -136,6 +137,10 @@ void Station::receiveUnnumbered(std::span<const std::uint8_t> content, Time now)
       goDown("the device has restarted", now);
     }
   } else if (control == SABM) {
+    if (state_ == State::Up && session == session_ && !heard_) {  // asked again: the answer was late
+      transmitSession(UA, now);
+      return;
+    }
     if (state_ == State::Up) output_.down = "the host began anew";
     session_ = session;
     output_.delivered.clear();
@@ -158,6 +163,7 @@ void Station::sessionIsUp() {
     messages_ = std::move(messages);
   }
   state_ = State::Up;
+  heard_ = false;
   output_.sessionBegan = true;
 }
 

@@ -112,6 +112,7 @@ class Station {
   Timing timing_;
   std::uint8_t session_;  // SABM and UA carry it, so that a late UA begins nothing
   State state_ = State::Down;
+  bool heard_ = false;  // anything in this session but its beginning
   Output output_;
 
   std::deque<Part> parts_;          // in flight first, then waiting
