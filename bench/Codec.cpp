@@ -16,12 +16,6 @@ namespace {
 
 constexpr std::int32_t noRing = records::noTarget;
 
-sim::Bytes shotRecord() {
-  const auto records = shooterRecords(200);
-  return *std::find_if(records.begin(), records.end(),
-                       [](const sim::Bytes& record) { return records::kindOf(record) == records::RecordKind::Shot; });
-}
-
 records::Shot decoded(const sim::Bytes& record) {
   records::Shot shot = records::decodeShot(record, {25, "m", noRing});
   shot.aimingTime = 1.25;

@@ -1,7 +1,10 @@
 // Simulated devices on lines, and what their frames cost.
 #pragma once
 
+#include <sched.h>
+
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "bx/BXDevice.h"
@@ -54,6 +57,18 @@ inline void connect(BXDevice& device, const std::string& port) {
   if (!device.getSerialCom().openPort() || !device.setDeviceMode(BXSerialCom::TRANSFER, false)) {
     throw std::runtime_error(port + ": " + link::lastError(port));
   }
+}
+
+template <typename Condition>
+void spinUntil(const Condition& condition) {
+  while (!condition()) ::sched_yield();
+}
+
+// Ends a stream.
+inline void stop(BXDevice& device) {
+  device.setDeviceMode(BXSerialCom::RESTING, true);
+  device.stopThread();
+  spinUntil([&] { return !device.getSerialCom().getStreaming(); });
 }
 
 }  // namespace BX::bench

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <ctime>
 #include <functional>
 #include <vector>
 
@@ -22,6 +23,20 @@ double secondsOf(const Work& work) {
   const auto start = Clock::now();
   work();
   return secondsSince(start);
+}
+
+// Seconds of processor time that this process has used, all threads together.
+inline double processorSeconds() {
+  timespec time{};
+  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+template <typename Work>
+double processorSecondsOf(const Work& work) {
+  const double start = processorSeconds();
+  work();
+  return processorSeconds() - start;
 }
 
 inline double median(Samples samples) {

@@ -1,6 +1,7 @@
 #include "bench/Profile.h"
 
 #include <unistd.h>
+#include <valgrind/callgrind.h>
 
 #include <filesystem>
 #include <fstream>
@@ -69,6 +70,7 @@ void upload(BXDevice& device) {
   constexpr int times = 10;
   auto ring = readTarget("examples/ring-25m-precision-pistol.json");
   auto silhouette = readTarget("examples/silhouette-torso.json");
+  CALLGRIND_ZERO_STATS;
   for (int i = 0; i < times; ++i) {
     if (!device.uploadRingTarget(ring) || !device.uploadSilhouetteTarget(silhouette)) {
       throw std::runtime_error("an upload failed");
@@ -93,7 +95,9 @@ void runProfiled(const std::string& work, const std::string& simulator) {
   const Lanes far(simulator, 1, {"--stored", stored.path(), "--rate", "200"});
   BXDevice device;
   connect(device, far.ports().front());
+  CALLGRIND_START_INSTRUMENTATION;
   found->second(device);
+  CALLGRIND_STOP_INSTRUMENTATION;
 }
 
 }  // namespace BX::bench

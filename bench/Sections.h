@@ -16,9 +16,14 @@ struct Setting {
 using Rows = std::vector<Row>;
 
 Rows measureFrames(const Setting& setting);     // the bytes that the link adds
-Rows measureUploads(const Setting& setting);    // acknowledged frames on paced and unpaced lines
-Rows measureDownloads(const Setting& setting);  // stored sessions: time, memory, growth
+Rows measurePaced(const Setting& setting);      // acknowledged frames on a line of a usual speed
+Rows measureUnpaced(const Setting& setting);    // the same as fast as they go
+Rows measureDownloads(const Setting& setting);  // stored sessions over such lines
+Rows measureMemory(const Setting& setting);     // what they take
 Rows measureCodec(const Setting& setting);      // a record's decoding
-Rows measureStreams(const Setting& setting);    // fetching records, many devices, latency
+Rows measureFetching(const Setting& setting);   // taking streamed records out
+Rows measureRange(const Setting& setting);      // many devices at once
+Rows measureLatency(const Setting& setting);    // how soon a shot is there
+Rows measureGrowth(const Setting& setting);     // what more records, rows and devices cost
 
 }  // namespace BX::bench

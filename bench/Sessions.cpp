@@ -1,5 +1,7 @@
 #include "bench/Sessions.h"
 
+#include <algorithm>
+
 #include "simulator/DeviceWire.h"
 #include "simulator/Shooter.h"
 
@@ -12,6 +14,12 @@ std::vector<sim::Bytes> shooterRecords(std::size_t count) {
   std::vector<sim::Bytes> records;
   while (records.size() < count) records.push_back(shooter.next());
   return records;
+}
+
+sim::Bytes shotRecord() {
+  const auto records = shooterRecords(200);
+  return *std::find_if(records.begin(), records.end(),
+                       [](const sim::Bytes& record) { return record[1] == sim::wire::shotRecord; });
 }
 
 std::vector<sim::StoredRecord> storedSession(std::size_t count, std::size_t pages) {

@@ -10,6 +10,9 @@ namespace BX::bench {
 // The first `count` records of a session in which no target is in use.
 std::vector<sim::Bytes> shooterRecords(std::size_t count);
 
+// The first shot among them.
+sim::Bytes shotRecord();
+
 // `count` records, spread evenly over `pages` pages.
 std::vector<sim::StoredRecord> storedSession(std::size_t count, std::size_t pages);
 
