@@ -292,7 +292,7 @@ TEST(Station, answersARepeatedBeginningWithoutBeginningAnew) {
   device.take(Station::Time{});
   const auto again = receive(device, "3F07");
   EXPECT_FALSE(again.sessionBegan || again.down);
-  EXPECT_EQ(again.frames, std::vector{encodeFrame(test::bytesOf("7307"))});
+  EXPECT_EQ(again.frames, std::vector<Bytes>{encodeFrame(test::bytesOf("7307"))});
   EXPECT_EQ(receive(device, "21").acknowledged.size(), 1U);
   EXPECT_TRUE(receive(device, "3F07").sessionBegan);  // another host, with the same number by chance
 }
