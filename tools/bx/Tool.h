@@ -14,6 +14,7 @@ struct GlobalOptions {
   bool quiet = false;
   bool verbose = false;
   unsigned baud = 0;  // 0: the link's own
+  std::string trace;  // empty: none
 };
 
 struct Tool {
@@ -52,6 +53,13 @@ struct DownloadOptions {
   std::string output;  // empty: standard output
 };
 
+struct ReplayOptions {
+  std::string file;
+  std::string port;    // empty: the only one in the file
+  std::string target;  // the target file that was in use; empty: none
+  bool isTimed = false;
+};
+
 // The subcommands, one in each file of the same name. They throw Failure.
 void runPorts(Tool& tool);
 void runInfo(Tool& tool, const std::string& port);
@@ -60,6 +68,7 @@ void runTarget(Tool& tool, const TargetOptions& options);
 void runTrain(Tool& tool, const TrainOptions& options);
 void runDownload(Tool& tool, const DownloadOptions& options);
 void runClear(Tool& tool, const std::string& port);
+void runReplay(Tool& tool, const ReplayOptions& options);
 void runDemo(Tool& tool);
 
 }  // namespace BX::tool

@@ -1,7 +1,9 @@
 // bx: the command-line tool for target devices.
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <exception>
 #include <functional>
+#include <system_error>
 
 #include "Tool.h"
 #include "bx/BXSerialLink.h"
@@ -24,6 +26,7 @@ class CommandLine {
     addTarget();
     addTrain();
     addDownload();
+    addReplay();
     addPort(addSubcommand("clear", "Clear the stored results of a device", [this] { runClear(tool_, port_); }), port_);
     addSubcommand("demo", "Show the whole road against a simulated device of its own", [this] { runDemo(tool_); });
   }
@@ -44,6 +47,7 @@ class CommandLine {
                   "Connect without the startup command and its wait of 2 seconds");
     app_.add_flag("--force", global.force, "Send documents that would be refused, as the library takes them");
     app_.add_option("--baud", global.baud, "Line speed in bits a second")->check(CLI::Range(50U, 4'000'000U));
+    app_.add_option("--trace", global.trace, "Write every frame to this file, for a bug report or `bx replay`");
     app_.add_flag("-q,--quiet", global.quiet, "Errors only on standard error");
     app_.add_flag("-v,--verbose", global.verbose, "The library's own lines on standard error");
   }
@@ -52,6 +56,9 @@ class CommandLine {
     const auto& global = tool_.global;
     if (global.quiet) tool_.console.beQuiet();
     if (global.verbose) tool_.console.showLibrary();
+    if (!global.trace.empty() && !BX::link::setTraceFile(global.trace)) {
+      throw Failure(wrongUsage, global.trace + ": open: " + std::generic_category().message(errno));
+    }
     if (global.baud == 0) return;
     auto options = BX::link::getOptions();
     options.baud = global.baud;
@@ -115,6 +122,15 @@ class CommandLine {
     addOutput(command, download_.output);
   }
 
+  void addReplay() {
+    auto& command = addSubcommand("replay", "Replay a trace into the library and print its records",
+                                  [this] { runReplay(tool_, replay_); });
+    command.add_option("FILE", replay_.file, "A file that --trace has written")->required();
+    command.add_option("--port", replay_.port, "Which port, when the file holds several");
+    command.add_option("--target", replay_.target, "The target file that was in use");
+    command.add_flag("--timed", replay_.isTimed, "Send nothing earlier than it came then");
+  }
+
   Tool& tool_;
   CLI::App app_{"Laser target devices: connect, configure, train, and read the shots back as JSON.", "bx"};
   std::function<void()> run_;
@@ -123,6 +139,7 @@ class CommandLine {
   TargetOptions target_;
   TrainOptions train_;
   DownloadOptions download_;
+  ReplayOptions replay_;
 };
 
 int parseAndRun(Tool& tool, int argc, char** argv) {

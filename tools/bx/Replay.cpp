@@ -1,0 +1,193 @@
+// A trace, replayed into the library: the host's requests go out again in their order, and a playback of the device's
+// frames answers them.
+#include <chrono>
+#include <functional>
+#include <thread>
+
+#include "Connection.h"
+#include "Documents.h"
+#include "Playback.h"
+#include "Records.h"
+#include "morva/KeyedAccess.h"
+#include "platform/serial/Payload.h"
+
+namespace BX::tool {
+
+namespace {
+
+namespace letter = link::letter;
+using Kind = Step::Kind;
+
+// A stream's records are decoded on a thread of their own; this is long after the last one has been given.
+constexpr std::chrono::seconds recordLimit{5};
+constexpr std::chrono::milliseconds recordPoll{1};
+
+bool isStreamMode(const Bytes& request) {
+  return request.size() >= 2 && request[0] == letter::mode &&
+         (request[1] == BXSerialCom::CLASSIC_STREAM || request[1] == BXSerialCom::FIELD_STREAM);
+}
+
+// The item whose code is `code`; empty for an unknown one.
+std::string informationItem(std::uint8_t code) {
+  for (const auto* item : {&BXSerialCom::DEVICE_INFO_SERIAL_NUMBER, &BXSerialCom::DEVICE_INFO_USAGE_INFORMATION,
+                           &BXSerialCom::DEVICE_INFO_ID, &BXSerialCom::DEVICE_INFO_PROGRAM,
+                           &BXSerialCom::DEVICE_INFO_DATE, &BXSerialCom::DEVICE_INFO_TIME,
+                           &BXSerialCom::DEVICE_INFO_ERROR_COUNTERS, &BXSerialCom::DEVICE_INFO_STORED_RESULTS}) {
+    if (link::informationCode(*item) == code) return *item;
+  }
+  return {};
+}
+
+class Replay {
+ public:
+  Replay(Tool& tool, const ReplayOptions& options)
+      : records_(tool.console, {}),
+        recording_(readRecording(options.file, options.port)),
+        playback_(recording_, options.isTimed) {
+    link::setTransport(recording_.port, [this](const std::string&) { return playback_.line(); });
+    device_.setDevicePort(recording_.port);
+    if (!options.target.empty()) useTarget(loadTarget(tool, options.target, ""));
+  }
+  ~Replay() {
+    device_.getSerialCom().closePort();
+    link::setTransport(recording_.port, {});
+  }
+  Replay(const Replay&) = delete;
+  Replay& operator=(const Replay&) = delete;
+
+  // False when the replay has departed from the trace.
+  bool run() {
+    for (const Step& step : recording_.steps) {
+      if (!take(step)) break;
+    }
+    if (playback_.departures().empty()) finishStream(recording_.entries.size(), recording_.records);
+    return playback_.departures().empty();
+  }
+
+  std::vector<std::string> departures() const { return playback_.departures(); }
+
+  std::string summary() const {
+    return "Replayed " + std::to_string(requests_) + " requests and " + std::to_string(playback_.framesGiven()) +
+           " frames of the device: " + records_.summary();
+  }
+
+ private:
+  // An upload on a closed port fails at once, but tells the device object of the target in use.
+  void useTarget(TargetFile target) {
+    if (target.type == "RING") {
+      device_.uploadRingTarget(target.document);
+    } else {
+      device_.uploadSilhouetteTarget(target.document);
+    }
+  }
+
+  bool take(const Step& step) {
+    switch (step.kind) {
+      case Kind::Open:
+        device_.getSerialCom().closePort();
+        playback_.skipTo(step.at);
+        device_.getSerialCom().openPort();
+        recordsBefore_ = records_.count();
+        return true;
+      case Kind::Request:
+        finishStream(step.at, step.recordsBefore);
+        return repeat(step);
+      case Kind::Close:
+        finishStream(step.at, step.recordsBefore);
+        playback_.goTo(step.at + 1);
+        if (device_.getSerialCom().getStreaming()) device_.stopThread();
+        awaitRecords(step.recordsBefore);
+        return true;
+    }
+    return true;
+  }
+
+  // Lets the device say all that it said before the entry `at`, and takes the records in it.
+  void finishStream(std::size_t at, std::size_t expected) {
+    playback_.goTo(at);
+    awaitRecords(expected);
+  }
+
+  void awaitRecords(std::size_t expected) {
+    const auto limit = std::chrono::steady_clock::now() + recordLimit;
+    auto& com = device_.getSerialCom();
+    for (bool more = true; more;) {
+      more = com.getStreaming() && std::chrono::steady_clock::now() < limit;
+      for (const auto& record : device_.takeTrainingFrames()) records_.add(record);
+      if (records_.count() - recordsBefore_ >= expected) return;
+      if (more) std::this_thread::sleep_for(recordPoll);
+    }
+  }
+
+  bool repeat(const Step& step) {
+    ++requests_;
+    device_.setError(false);
+    send(step.request);
+    const bool failed = device_.hasError();
+    const bool failedThere = !step.answer || link::failureOf(step.request, expectedOf(step.request), *step.answer);
+    if (failed == failedThere) return true;
+    const std::string reason = explain(link::lastError(recording_.port));
+    playback_.depart(recording_.entries[step.at],
+                     failed ? "this request was answered, and fails in the replay: " + reason
+                            : "this request had no answer that counts, and succeeds in the replay");
+    return false;
+  }
+
+  static link::Expected expectedOf(const Bytes& request) {
+    const bool anyAnswer =
+        request[0] == letter::information || request[0] == letter::parameterSetRead || request[0] == letter::poll;
+    return anyAnswer ? link::Expected{} : link::Expected{request[0]};
+  }
+
+  // Sends through the member that the library itself would use.
+  void send(Bytes request) {
+    auto& com = device_.getSerialCom();
+    const std::function<void()> nothing = [] {};
+    com.setCallBackFunction(nothing);
+    if (isStreamMode(request)) {
+      startStream(request[1]);
+    } else if (request == link::withSum({letter::startup})) {
+      com.sendStartupCommand();
+    } else if (request.size() == 3 && request[0] == letter::mode) {
+      com.setDeviceMode(static_cast<BXSerialCom::DeviceMode>(request[1]), true);
+    } else if (request.size() == 3 && request[0] == letter::information && !informationItem(request[1]).empty()) {
+      com.sendDeviceInfoCommand(informationItem(request[1]), nothing);
+    } else if (request.size() == 3 && request[0] == letter::parameterSetRead) {
+      com.getParameterSetFrame(request[1]);
+    } else if (request[0] == letter::poll) {
+      com.poll();
+    } else if (request[0] == letter::storedResults) {
+      com.sendDownloadRequest(request, nothing);
+    } else {
+      com.sendBytesAckReturn(request, request[0], nothing, false);
+    }
+  }
+
+  void startStream(std::uint8_t mode) {
+    Json session;
+    MORVA::setBoolean(session, "isInFieldMode", mode == BXSerialCom::FIELD_STREAM);
+    device_.setSessionSettings(session);
+    device_.getSerialCom().currentDeviceMode = BXSerialCom::NO_MODE;  // the command is sent whatever came before
+    device_.startThread();
+  }
+
+  Records records_;
+  Recording recording_;
+  Playback playback_;
+  BXDevice device_;
+  std::size_t recordsBefore_ = 0;  // the port was opened last
+  std::size_t requests_ = 0;
+};
+
+}  // namespace
+
+void runReplay(Tool& tool, const ReplayOptions& options) {
+  Replay replay(tool, options);
+  const bool isSame = replay.run();
+  tool.console.note(replay.summary());
+  if (isSame) return;
+  for (const auto& departure : replay.departures()) tool.console.warning(options.file + ": " + departure);
+  throw Failure(deviceFailed, options.file + ": the replay departs from the trace: " + replay.departures().front());
+}
+
+}  // namespace BX::tool
