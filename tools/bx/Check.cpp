@@ -1,7 +1,8 @@
 // Holds a document against its schema.
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <optional>
 
@@ -40,10 +41,11 @@ std::string wrongType(const Value& value, const char* expected) {
   return "is " + describe(value) + " where " + expected + " is expected";
 }
 
+// The shortest text that reads back as the same number.
 std::string decimal(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.10g", value);
-  return text;
+  std::array<char, 32> text{};
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+  return {text.data(), end};
 }
 
 std::int64_t factorOf(const Scaling& scaling, const Json& document) {

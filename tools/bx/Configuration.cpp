@@ -5,13 +5,15 @@ namespace BX::tool {
 
 Configuration loadConfiguration(Tool& tool, const ConfigurationFiles& files) {
   Configuration configuration;
+  Review review(tool.global.force);
   if (!files.session.empty()) {
-    configuration.session = loadDocument(tool, files.session, DocumentKind::SessionSettings);
+    configuration.session = loadDocument(review, files.session, DocumentKind::SessionSettings);
   } else if (files.any()) {
-    warnAbout(tool, "no --session file", Json(), DocumentKind::SessionSettings);
+    review.add("no --session file", warningsAbout(Json(), DocumentKind::SessionSettings));
   }
-  if (!files.target.empty()) configuration.target = loadTarget(tool, files.target, "");
-  if (!files.device.empty()) configuration.device = loadDocument(tool, files.device, DocumentKind::DeviceSettings);
+  if (!files.target.empty()) configuration.target = loadTarget(review, files.target, "");
+  if (!files.device.empty()) configuration.device = loadDocument(review, files.device, DocumentKind::DeviceSettings);
+  review.tell(tool.console);
   return configuration;
 }
 
@@ -25,7 +27,9 @@ void configure(Tool& tool, Connection& connection, Configuration& configuration)
     if (!manager.createTargetOnDevice(port, target->type, target->document)) connection.fail("upload target");
   }
   if (!configuration.device) {
-    warnAbout(tool, port + ": settings written back", connection.settings(), DocumentKind::DeviceSettings);
+    Review review(tool.global.force);
+    review.add(port + ": settings written back", warningsAbout(connection.settings(), DocumentKind::DeviceSettings));
+    review.tell(tool.console);
   }
   if (!manager.setupDeviceSettings(port, configuration.device.value_or(connection.settings()))) {
     connection.fail("write settings");

@@ -13,8 +13,6 @@ namespace BX::tool {
 
 namespace {
 
-constexpr std::size_t demoShots = 8;
-
 // The face of the 25 m precision pistol event, in millimetres.
 constexpr const char* targetText = R"({"TargetType": "RING", "RingTargetNumber": 1, "TargetName": "25m pistol",
   "NominalShootingDistanceUnit": "Meters", "NominalDistance": 25, "CaliberUnit": "Millimeters", "Caliber": 5.6,
@@ -35,7 +33,7 @@ constexpr const char* sessionText = R"({"isInFieldMode": true, "NumberOfBullets"
 
 class Demo {
  public:
-  explicit Demo(Tool& tool) : tool_(tool) {}
+  Demo(Tool& tool, std::size_t wanted) : tool_(tool), wanted_(wanted) {}
 
   void run() {
     auto line = std::make_unique<sim::PtyLine>();
@@ -71,7 +69,7 @@ class Demo {
                                 .target = TargetFile{.type = "RING", .document = parseDocument(targetText, "demo")}};
     configure(tool_, connection, configuration);
     say("Configured:  ring target \"25m pistol\", 25 m, field mode, mounted below, hit indication beam on");
-    say("Training:    " + std::to_string(demoShots) + " shots, as they come");
+    say("Training:    " + std::to_string(wanted_) + " shots, as they come");
     say("");
     say(shotHeading());
   }
@@ -84,7 +82,7 @@ class Demo {
         shots_.push_back(record);
         say(shotLine(record));
       }
-      return shots_.size() < demoShots;
+      return shots_.size() < wanted_;
     });
     say("");
     for (const auto& row : drawHits(shots_)) say("        " + row);
@@ -105,12 +103,13 @@ class Demo {
   }
 
   Tool& tool_;
+  std::size_t wanted_;
   std::vector<Json> streamed_;
   std::vector<Json> shots_;
 };
 
 }  // namespace
 
-void runDemo(Tool& tool) { Demo(tool).run(); }
+void runDemo(Tool& tool, std::size_t shots) { Demo(tool, shots).run(); }
 
 }  // namespace BX::tool

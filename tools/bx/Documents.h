@@ -15,9 +15,22 @@ Json parseDocument(const std::string& text, const std::string& name);
 // Throws Failure: a file that cannot be read, or is not JSON.
 Json readDocument(const std::string& path);
 
-// Reads `path` and holds it against the schema. Throws Failure for a document that is refused; with --force a warning
-// takes the refusal's place.
-Json loadDocument(Tool& tool, const std::string& path, DocumentKind kind);
+// What was found in the documents of one command: told only when none of them is refused.
+class Review {
+ public:
+  explicit Review(bool force) : force_(force) {}
+  // Throws Failure for a document with problems; with --force they are warnings.
+  void add(const std::string& name, const Findings& findings);
+  void tell(Console& console) const;
+  bool force() const { return force_; }
+
+ private:
+  bool force_;
+  std::vector<std::string> warnings_;
+};
+
+// Reads `path` and holds it against the schema. Throws Failure.
+Json loadDocument(Review& review, const std::string& path, DocumentKind kind);
 
 struct TargetFile {
   std::string type;  // as BXDeviceManager::createTargetOnDevice takes it
@@ -25,10 +38,12 @@ struct TargetFile {
 };
 
 // The type is `givenType`, or what the file's "TargetType" says when that is empty.
+TargetFile loadTarget(Review& review, const std::string& path, const std::string& givenType);
+// The same for the only document of a command: warnings are told at once.
 TargetFile loadTarget(Tool& tool, const std::string& path, const std::string& givenType);
 
-// Warnings about a document that did not come from a file.
-void warnAbout(Tool& tool, const std::string& name, const Json& document, DocumentKind kind);
+// What the library will take for keys that are missing in a document that did not come from a file.
+Findings warningsAbout(const Json& document, DocumentKind kind);
 
 // ---- The files that `train` and `settings` take alike.
 

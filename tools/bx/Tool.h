@@ -69,6 +69,6 @@ void runTrain(Tool& tool, const TrainOptions& options);
 void runDownload(Tool& tool, const DownloadOptions& options);
 void runClear(Tool& tool, const std::string& port);
 void runReplay(Tool& tool, const ReplayOptions& options);
-void runDemo(Tool& tool);
+void runDemo(Tool& tool, std::size_t shots);
 
 }  // namespace BX::tool

@@ -28,7 +28,11 @@ class CommandLine {
     addDownload();
     addReplay();
     addPort(addSubcommand("clear", "Clear the stored results of a device", [this] { runClear(tool_, port_); }), port_);
-    addSubcommand("demo", "Show the whole road against a simulated device of its own", [this] { runDemo(tool_); });
+    addSubcommand("demo", "Show the whole road against a simulated device of its own",
+                  [this] { runDemo(tool_, demoShots_); })
+        .add_option("--shots", demoShots_, "How many shots to fire")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
   }
 
   // Throws CLI::ParseError, and Failure.
@@ -100,7 +104,7 @@ class CommandLine {
     get->check(CLI::Range(0, 255))->excludes(file);
     command.add_option("--type", target_.type, "RING or SILHOUETTE; otherwise what the file's \"TargetType\" says")
         ->check(CLI::IsMember({"RING", "SILHOUETTE"}));
-    command.final_callback([file, get] {
+    command.parse_complete_callback([file, get] {
       if (file->empty() && get->empty()) throw CLI::RequiredError("FILE or --get NUMBER");
     });
   }
@@ -140,6 +144,7 @@ class CommandLine {
   TrainOptions train_;
   DownloadOptions download_;
   ReplayOptions replay_;
+  std::size_t demoShots_ = 6;
 };
 
 int parseAndRun(Tool& tool, int argc, char** argv) {

@@ -1,0 +1,58 @@
+// What the tool says about failures, progress and hits.
+#include <gmock/gmock.h>
+
+#include "tools/bx/Connection.h"
+#include "tools/bx/DemoScreen.h"
+#include "tools/bx/Documents.h"
+#include "tools/bx/Progress.h"
+
+namespace BX::tool {
+namespace {
+
+TEST(Failures, NameThePortTheStepAndTheReason) {
+  EXPECT_EQ(connectFailure("/dev/p", false, "in use by another program"), "/dev/p: in use by another program");
+  EXPECT_EQ(connectFailure("/dev/p", false, "no such port"), "/dev/p: open: no such port");
+  EXPECT_EQ(connectFailure("/dev/p", true, ""), "/dev/p: connect: failed");
+  // /dev/tty belongs to the group tty everywhere.
+  EXPECT_THAT(connectFailure("/dev/tty", false, "permission denied"),
+              ::testing::StartsWith("/dev/tty: open: permission denied: join the group "));
+}
+
+TEST(Failures, TellWhatARefusedRequestAskedFor) {
+  const auto refused = [](const std::string& bytes) { return "refused by the device (request " + bytes + ")"; };
+  EXPECT_EQ(explain(refused("6D 1F 00 8C")), "ring target 31: " + refused("6D 1F 00 8C"));
+  EXPECT_EQ(explain(refused("67 05 00 6C")), "silhouette target 5: " + refused("67 05 00 6C"));
+  EXPECT_EQ(explain(refused("67 40 05 AC")), refused("67 40 05 AC"));
+  EXPECT_EQ(explain(refused("62 03 0A 6F")), "page 10 of block 3: " + refused("62 03 0A 6F"));
+  EXPECT_EQ(explain(refused("62 03 FF 64")), "block 3: " + refused("62 03 FF 64"));
+  EXPECT_EQ(explain("no answer within 2.0 s"), "no answer within 2.0 s");
+}
+
+TEST(Progress, BarFillsAndStopsAtTheEnd) {
+  EXPECT_EQ(progressBar(1, 4), "[##########..............................] 1 of 4 pages");
+  EXPECT_EQ(progressBar(5, 4), "[########################################] 4 of 4 pages");
+  EXPECT_EQ(progressBar(0, 0), "[########################################] 0 of 0 pages");
+}
+
+TEST(Screen, DrawsHitsAroundTheCentre) {
+  const auto shot = [](int number, double x, double y) {
+    return parseDocument("{\"ShotNumber\": " + std::to_string(number) + ", \"PositionX\": " + std::to_string(x) +
+                             ", \"PositionY\": " + std::to_string(y) + "}",
+                         "test");
+  };
+  const auto rows = drawHits({shot(1, -50, 50), shot(12, 50, -50), shot(3, 0, 0)});
+  ASSERT_THAT(rows, ::testing::SizeIs(11));
+  EXPECT_EQ(rows[0], "1         |          ");
+  EXPECT_EQ(rows[5], "----------3----------");
+  EXPECT_EQ(rows[10], "          |         2");
+}
+
+TEST(Screen, ComparesRecordsButForTheAimingTime) {
+  const auto records = [](const std::string& text) { return std::vector<Json>{parseDocument(text, "test")}; };
+  EXPECT_TRUE(areSameRecords(records(R"({"a":1,"aimingTime":2.5})"), records(R"({"a":1,"aimingTime":0.1})")));
+  EXPECT_FALSE(areSameRecords(records(R"({"a":1})"), records(R"({"a":2})")));
+  EXPECT_FALSE(areSameRecords(records(R"({"a":1})"), {}));
+}
+
+}  // namespace
+}  // namespace BX::tool
