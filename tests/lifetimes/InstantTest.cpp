@@ -213,6 +213,21 @@ TEST_F(WithoutTimeouts, StopTrainingReturnsWhenTheLineIsHungUpBeforeOrMeanwhile)
   }
 }
 
+TEST(Manager, IsCopiedAssignedAndDestroyedWhileADeviceStreams) {
+  DisturbedDevice device(streaming(100'000, 50'000));
+  std::mt19937 random(seed);
+  for (std::size_t i = 0; i < scaled(60); ++i) {
+    BXDeviceManager manager;
+    manager.addDevice(port, "");
+    startStream(manager);
+    BXDevice& streams = manager.getDevice(port);
+    const auto records = std::uniform_int_distribution<std::size_t>(0, 100)(random);
+    await([&] { return streams.trainingFrameCount() >= records; });
+    if (i % 3 == 1) EXPECT_EQ(BXDeviceManager(manager).getDevice(port).trainingFrameCount(), 0U);
+    if (i % 3 == 2) manager = BXDeviceManager(manager);
+  }
+}
+
 TEST(Silence, EndsAStreamAndEveryOperationWithinTheTimeouts) {
   link::setOptions({.resend = 5ms, .reply = 50ms, .keepAlive = 20ms});
   for (const bool stops : {true, false}) {
