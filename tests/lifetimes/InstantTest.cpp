@@ -223,7 +223,9 @@ TEST(Manager, IsCopiedAssignedAndDestroyedWhileADeviceStreams) {
     BXDevice& streams = manager.getDevice(port);
     const auto records = std::uniform_int_distribution<std::size_t>(0, 100)(random);
     await([&] { return streams.trainingFrameCount() >= records; });
-    if (i % 3 == 1) EXPECT_EQ(BXDeviceManager(manager).getDevice(port).trainingFrameCount(), 0U);
+    if (i % 3 == 1) {
+      EXPECT_EQ(BXDeviceManager(manager).getDevice(port).trainingFrameCount(), 0U);
+    }
     if (i % 3 == 2) manager = BXDeviceManager(manager);
   }
 }
