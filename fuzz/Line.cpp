@@ -103,7 +103,8 @@ class Harness {
 
  private:
   void act(std::uint8_t what) {
-    const std::size_t size = what % 16 < 12 ? what % 16U : what % 16U * 60U;
+    const std::size_t count = what % 16U;
+    const std::size_t size = count < 12 ? count : count * 60;
     switch (what / 16) {
       case 0:  // a request and the end of an answer
       case 1:
@@ -114,10 +115,10 @@ class Harness {
         return device_.send(1, true, size, now_);
       case 4:  // a stream
       case 5:
-        for (std::size_t i = 0; i < size; ++i) device_.send(link::streamTag, false, i, now_);
+        for (std::size_t i = 0; i < count; ++i) device_.send(link::streamTag, false, i, now_);
         return;
       case 6:
-        for (std::size_t i = 0; i < size; ++i) host_.send(2, false, i, now_);
+        for (std::size_t i = 0; i < count; ++i) host_.send(2, false, i, now_);
         return;
       case 7:
         if (what % 16 == 0) return device_.station.restart();
