@@ -80,6 +80,11 @@ int openSerialPort(const std::string& port) {
   return descriptor.release();
 }
 
+std::size_t writeAtOnce(int handle, std::span<const std::uint8_t> bytes) {
+  const ssize_t written = ::write(handle, bytes.data(), bytes.size());
+  return written > 0 ? static_cast<std::size_t>(written) : 0;
+}
+
 void discardInput(int handle) { ::tcflush(handle, TCIFLUSH); }
 
 void releaseSerialPort(int handle) { ::ioctl(handle, TIOCNXCL); }

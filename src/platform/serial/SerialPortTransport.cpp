@@ -49,7 +49,10 @@ void SerialPortTransport::open(Events events) {
 
 void SerialPortTransport::write(std::vector<std::uint8_t> bytes) {
   if (port_->closed) return;
-  port_->waiting.insert(port_->waiting.end(), bytes.begin(), bytes.end());
+  // Nearly always the port takes all of it now, which spares a completion to wait for.
+  const std::size_t taken = port_->outgoing.empty() ? writeAtOnce(port_->serial.native_handle(), bytes) : 0;
+  if (taken == bytes.size()) return;
+  port_->waiting.insert(port_->waiting.end(), bytes.begin() + static_cast<std::ptrdiff_t>(taken), bytes.end());
   if (port_->outgoing.empty()) port_->writeNext();
 }
 
