@@ -105,7 +105,7 @@ class Analysis {
     if (request_.empty()) requestAt_ = sessionAt_.value_or(at);
     sessionAt_.reset();
     request_.insert(request_.end(), milestone.data.begin(), milestone.data.end());
-    if (!milestone.isLast) return;
+    if (!milestone.isLast || request_.empty()) return;
     addStep(Step::Kind::Request, requestAt_);
     recording_.steps.back().request = std::exchange(request_, {});
     tag_ = milestone.tag;
@@ -120,7 +120,8 @@ class Analysis {
 
   void addMessage(link::Message message) {
     if (message.tag == link::streamTag) {
-      if (message.payload != Bytes{wire::replyMark}) ++recording_.records;
+      const bool endsStream = !message.payload.empty() && message.payload[0] == wire::replyMark;
+      if (!endsStream) ++recording_.records;
       return;
     }
     Step& step = recording_.steps.back();

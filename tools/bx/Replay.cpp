@@ -1,5 +1,6 @@
 // A trace, replayed into the library: the host's requests go out again in their order, and a playback of the device's
 // frames answers them.
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <thread>
@@ -55,13 +56,14 @@ class Replay {
   Replay(const Replay&) = delete;
   Replay& operator=(const Replay&) = delete;
 
-  // False when the replay has departed from the trace.
+  // False when the replay has departed from the trace, which ends it.
   bool run() {
     for (const Step& step : recording_.steps) {
-      if (!take(step)) break;
+      take(step);
+      if (hasDeparted()) return false;
     }
-    if (playback_.departures().empty()) finishStream(recording_.entries.size(), recording_.records);
-    return playback_.departures().empty();
+    finishStream(recording_.entries.size(), recording_.records);
+    return !hasDeparted();
   }
 
   std::vector<std::string> departures() const { return playback_.departures(); }
@@ -81,56 +83,52 @@ class Replay {
     }
   }
 
-  bool take(const Step& step) {
-    switch (step.kind) {
-      case Kind::Open:
-        device_.getSerialCom().closePort();
-        playback_.skipTo(step.at);
-        device_.getSerialCom().openPort();
-        recordsBefore_ = records_.count();
-        return true;
-      case Kind::Request:
-        finishStream(step.at, step.recordsBefore);
-        return repeat(step);
-      case Kind::Close:
-        finishStream(step.at, step.recordsBefore);
-        playback_.goTo(step.at + 1);
-        if (device_.getSerialCom().getStreaming()) device_.stopThread();
-        awaitRecords(step.recordsBefore);
-        return true;
+  bool hasDeparted() const { return !playback_.departures().empty(); }
+
+  void take(const Step& step) {
+    if (step.kind == Kind::Open) {
+      device_.getSerialCom().closePort();
+      playback_.skipTo(step.at);
+      device_.getSerialCom().openPort();
+      recordsBefore_ = records_.count();
+      return;
     }
-    return true;
+    finishStream(step.at, step.recordsBefore);
+    if (hasDeparted()) return;
+    if (step.kind == Kind::Request) {
+      repeat(step);
+    } else {
+      playback_.goTo(step.at + 1);
+    }
   }
 
   // Lets the device say all that it said before the entry `at`, and takes the records in it.
   void finishStream(std::size_t at, std::size_t expected) {
     playback_.goTo(at);
-    awaitRecords(expected);
-  }
-
-  void awaitRecords(std::size_t expected) {
     const auto limit = std::chrono::steady_clock::now() + recordLimit;
-    auto& com = device_.getSerialCom();
     for (bool more = true; more;) {
-      more = com.getStreaming() && std::chrono::steady_clock::now() < limit;
+      more = device_.getSerialCom().getStreaming() && std::chrono::steady_clock::now() < limit;
       for (const auto& record : device_.takeTrainingFrames()) records_.add(record);
-      if (records_.count() - recordsBefore_ >= expected) return;
+      if (recordsHere() >= expected) return;
       if (more) std::this_thread::sleep_for(recordPoll);
     }
+    playback_.depart(recording_.entries[std::min(at, recording_.entries.size() - 1)],
+                     std::to_string(expected) + " records were streamed by then, and " + std::to_string(recordsHere()) +
+                         " came in the replay");
   }
 
-  bool repeat(const Step& step) {
+  // Since the port was opened.
+  std::size_t recordsHere() const { return records_.count() - recordsBefore_; }
+
+  void repeat(const Step& step) {
     ++requests_;
-    device_.setError(false);
-    send(step.request);
-    const bool failed = device_.hasError();
+    const bool failed = !send(step.request);
     const bool failedThere = !step.answer || link::failureOf(step.request, expectedOf(step.request), *step.answer);
-    if (failed == failedThere) return true;
+    if (failed == failedThere) return;
     const std::string reason = explain(link::lastError(recording_.port));
     playback_.depart(recording_.entries[step.at],
                      failed ? "this request was answered, and fails in the replay: " + reason
                             : "this request had no answer that counts, and succeeds in the replay");
-    return false;
   }
 
   static link::Expected expectedOf(const Bytes& request) {
@@ -140,35 +138,31 @@ class Replay {
   }
 
   // Sends through the member that the library itself would use.
-  void send(Bytes request) {
+  bool send(Bytes request) {
     auto& com = device_.getSerialCom();
     const std::function<void()> nothing = [] {};
     com.setCallBackFunction(nothing);
-    if (isStreamMode(request)) {
-      startStream(request[1]);
-    } else if (request == link::withSum({letter::startup})) {
-      com.sendStartupCommand();
-    } else if (request.size() == 3 && request[0] == letter::mode) {
-      com.setDeviceMode(static_cast<BXSerialCom::DeviceMode>(request[1]), true);
-    } else if (request.size() == 3 && request[0] == letter::information && !informationItem(request[1]).empty()) {
-      com.sendDeviceInfoCommand(informationItem(request[1]), nothing);
-    } else if (request.size() == 3 && request[0] == letter::parameterSetRead) {
-      com.getParameterSetFrame(request[1]);
-    } else if (request[0] == letter::poll) {
-      com.poll();
-    } else if (request[0] == letter::storedResults) {
-      com.sendDownloadRequest(request, nothing);
-    } else {
-      com.sendBytesAckReturn(request, request[0], nothing, false);
+    if (isStreamMode(request)) return startStream(static_cast<BXSerialCom::DeviceMode>(request[1]));
+    if (request == link::withSum({letter::startup})) return com.sendStartupCommand();
+    if (request[0] == letter::poll) return com.poll();
+    if (request[0] == letter::storedResults) return com.sendDownloadRequest(request, nothing);
+    if (request.size() == 3) {
+      const std::uint8_t argument = request[1];
+      if (request[0] == letter::mode) return com.setDeviceMode(static_cast<BXSerialCom::DeviceMode>(argument), true);
+      if (request[0] == letter::parameterSetRead) return com.getParameterSetFrame(argument);
+      const std::string item = informationItem(argument);
+      if (request[0] == letter::information && !item.empty()) return com.sendDeviceInfoCommand(item, nothing);
     }
+    return com.sendBytesAckReturn(request, request[0], nothing, false);
   }
 
-  void startStream(std::uint8_t mode) {
+  bool startStream(BXSerialCom::DeviceMode mode) {
     Json session;
     MORVA::setBoolean(session, "isInFieldMode", mode == BXSerialCom::FIELD_STREAM);
     device_.setSessionSettings(session);
     device_.getSerialCom().currentDeviceMode = BXSerialCom::NO_MODE;  // the command is sent whatever came before
     device_.startThread();
+    return device_.getSerialCom().currentDeviceMode == mode;
   }
 
   Records records_;
