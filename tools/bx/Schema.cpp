@@ -33,6 +33,10 @@ Field targetNumber(std::string key) {
   return {.key = std::move(key), .type = FieldType::Integer, .highest = highestTargetNumber, .required = true};
 }
 
+Field bitmap(std::string key, std::string missing) {
+  return {.key = std::move(key), .type = FieldType::Bitmap, .missing = std::move(missing)};
+}
+
 Scaling times(std::int64_t factor) { return {.metric = factor, .other = factor}; }
 
 const std::vector<std::string> lengthUnits = {"mm", "Millimeters", "in", "Inches"};
@@ -101,7 +105,7 @@ std::vector<Field> silhouetteTarget() {
           integer("PrismPlaceX", wordField),
           integer("PrismPlaceY", wordField),
           integer("NumberOfPrisms", byteField),
-          {.key = "SilhouetteTarget", .type = FieldType::Bitmap, .missing = "no bitmap, and sends none"}};
+          bitmap("SilhouetteTarget", "no bitmap, and sends none")};
 }
 
 }  // namespace
