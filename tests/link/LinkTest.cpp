@@ -243,6 +243,26 @@ TEST_F(LinkTest, asksForRemovalLastWhenAStreamIsHungUpAndMayBeDestroyedThere) {
   EXPECT_EQ(name, device->port);
 }
 
+TEST_F(LinkTest, endsAStreamThatWasHungUpBeforeAnybodyListened) {
+  start(streaming({bytesOf("CA01"), bytesOf("CA02")}));
+  Event removed;
+  com->setRemoveDeviceCallback([&](const char*) {
+    removed.set();
+    return true;
+  });
+  com->setProcessTrainingCallback(collect());
+  ASSERT_TRUE(com->setDeviceMode(BXSerialCom::FIELD_STREAM, false));
+  ASSERT_TRUE(device->simulator.awaitTranscript("< CA", 2));
+  line.hangUp();
+  while (com->isConnected()) std::this_thread::yield();
+  com->startSessionListening();
+  ASSERT_TRUE(removed.wait());
+  EXPECT_THAT(received, ElementsAre("CA01", "CA02"));
+  EXPECT_FALSE(com->getStreaming());
+  EXPECT_TRUE(com->getError());
+  EXPECT_EQ(reason(), "the port was hung up");
+}
+
 TEST_F(LinkTest, leavesAHangUpOutsideAStreamToTheNextExchange) {
   start();
   bool removed = false;
@@ -251,6 +271,8 @@ TEST_F(LinkTest, leavesAHangUpOutsideAStreamToTheNextExchange) {
   line.hangUp();
   EXPECT_FALSE(com->poll());
   EXPECT_EQ(reason(), "the port was hung up");
+  com->startSessionListening();
+  EXPECT_FALSE(com->getStreaming());
   EXPECT_FALSE(removed);
   EXPECT_TRUE(com->openPort());
   EXPECT_TRUE(com->poll());

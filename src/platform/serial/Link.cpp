@@ -54,6 +54,7 @@ bool Link::open() {
       if (engine_) return true;  // opened by another thread meanwhile
       options_ = options;
       hungUp_.reset();
+      untold_.reset();
       sessionUp_ = false;
       streamed_.clear();
     }
@@ -114,14 +115,21 @@ void Link::onAcknowledged() {
   if (pending_ != nullptr) pending_->lastSign = Clock::now();
 }
 
+// Whoever waits is woken when there is something to read, and not while the lock is held.
 bool Link::onDelivered(Message message) {
-  const Lock lock(mutex_);
-  changed_.notify_all();
+  Lock lock(mutex_);
+  const Filed filed = file(std::move(message));
+  lock.unlock();
+  if (filed == Filed::Ready) changed_.notify_all();
+  return filed != Filed::Late;
+}
+
+Link::Filed Link::file(Message message) {
   if (message.tag == streamTag) {
     streamed_.push_back(std::move(message));
-    return true;
+    return Filed::Ready;
   }
-  if (pending_ == nullptr || pending_->tag != message.tag || pending_->arrived) return false;
+  if (pending_ == nullptr || pending_->tag != message.tag || pending_->arrived) return Filed::Late;
   pending_->lastSign = Clock::now();
   pending_->arrived = !message.moreFollows;
   if (pending_->changesMode && pending_->arrived && isModeAnswer(message.payload)) {
@@ -129,36 +137,37 @@ bool Link::onDelivered(Message message) {
       // The end of the stream: the listening thread reads it. Asked for by its own handler, it counts at once.
       if (pending_->isListeners) completePending(message.tag, message.payload);
       streamed_.push_back(std::move(message));
-      return true;
+      return Filed::Ready;
     }
     streamed_.clear();  // what an earlier stream has left is no part of the next one
   }
   pending_->answer.push_back(std::move(message.payload));
   pending_->complete = pending_->arrived;
   if (pending_->answer.size() > maxAnswerPayloads) failPending("the answer has no end");
-  return true;
+  return pending_->complete || pending_->failure ? Filed::Ready : Filed::Waiting;
 }
 
 void Link::onSessionLost(const std::string& reason) {
   const Lock lock(mutex_);
-  sessionUp_ = false;
-  failPending(reason);
-  if (listens_) {
-    error_ = true;
-    setLastError(port_, reason);
-  }
-  changed_.notify_all();
+  tellLoss(reason);
 }
 
 void Link::onHungUp(const std::string& reason) {
   const Lock lock(mutex_);
   hungUp_ = reason;
+  tellLoss(reason);
+}
+
+// To the exchange under way, to the stream, or else to the stream that comes next.
+void Link::tellLoss(const std::string& reason) {
   sessionUp_ = false;
-  failPending(reason);
   if (listens_) {
     error_ = true;
     setLastError(port_, reason);
+  } else if (pending_ == nullptr || pending_->complete) {
+    untold_ = reason;
   }
+  failPending(reason);
   changed_.notify_all();
 }
 
@@ -187,6 +196,7 @@ std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& 
   {
     Lock lock(mutex_);
     changed_.wait(lock, [this] { return !exchanging_; });
+    untold_.reset();
     if (!engine_ || hungUp_) {
       failure = hungUp_.value_or(closedText);
     } else {

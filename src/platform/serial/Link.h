@@ -98,6 +98,14 @@ class Link final : public Engine::Listener, public std::enable_shared_from_this<
     HandlerGate::Opening opening = HandlerGate::closed;
   };
 
+  // What has become of a payload that arrived.
+  enum class Filed {
+    Late,     // nobody waits for it
+    Waiting,  // for the rest of its answer
+    Ready,    // to be read
+  };
+  Filed file(Message message);
+
   void onSessionBegan() override;
   bool onDelivered(Message message) override;
   void onAcknowledged() override;
@@ -107,6 +115,7 @@ class Link final : public Engine::Listener, public std::enable_shared_from_this<
   std::optional<Answer> request(const Bytes& payload, const Expected& expected, bool changesMode);
   std::optional<std::string> awaitAnswer(Lock& lock, Pending& pending);
   void failPending(const std::string& reason);
+  void tellLoss(const std::string& reason);
   void completePending(std::uint8_t tag, Bytes payload);
   bool handOver(const Answer& answer, const Handler& handler);
 
@@ -127,6 +136,7 @@ class Link final : public Engine::Listener, public std::enable_shared_from_this<
   std::unique_ptr<Engine> engine_;
   HandlerGate::Opening opening_ = HandlerGate::closed;
   std::optional<std::string> hungUp_;  // why
+  std::optional<std::string> untold_;  // why the line or the session was lost when nobody was there to be told
   bool sessionUp_ = false;
   bool exchanging_ = false;
   Pending* pending_ = nullptr;

@@ -19,14 +19,20 @@ void Link::startListening() {
   HandlerGate::Opening opening = HandlerGate::closed;
   {
     const Lock lock(mutex_);
-    if (listens_ || !engine_ || hungUp_) return;
+    if (listens_ || !engine_ || (hungUp_ && !untold_)) return;
     opening = opening_;
     listens_ = true;
     endSeen_ = false;
     toDrain_ = 0;
     running_ = true;
     streaming_ = true;
-    engine_->watch(true);
+    if (untold_) {
+      // Since the answer of the mode: what was streamed until then is still handled, and the stream ends as any other.
+      error_ = true;
+      setLastError(port_, *std::exchange(untold_, std::nullopt));
+    } else {
+      engine_->watch(true);
+    }
   }
   joinListening();  // an earlier one, which has ended
   Lock lock(mutex_);
