@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <set>
 #include <stdexcept>
 #include <thread>
@@ -97,16 +98,25 @@ std::string runAgain(const Exchange& exchange, const Expected& expected, Rig& ri
 
 }  // namespace
 
+bool isLapse(const Cell& cell) { return cell.outcome == Outcome::Failed && cell.rule.effect < FaultEffect::Refuse; }
+
 Expected expectedOf(const Exchange& exchange) {
   Rig rig(deviceOptions());
+  Expected expected;
+  std::size_t fewest = std::numeric_limits<std::size_t>::max();
   for (int i = 0; i < maxTries; ++i) {
     leadUpSurely(exchange, rig);
     rig.simulator->setFaults({});
     if (!exchange.run(rig)) continue;
     std::this_thread::sleep_for(aftermath);
-    return {exchange.result(rig), rig.newRequests(), rulesFor(exchange, *rig.simulator)};
+    const std::size_t frames = rig.simulator->frameCount(Direction::ToDevice, FrameKind::Frame) +
+                               rig.simulator->frameCount(Direction::ToHost, FrameKind::Frame);
+    if (frames >= fewest) continue;
+    fewest = frames;  // a busy machine makes either end send frames again
+    expected = {exchange.result(rig), rig.newRequests(), rulesFor(exchange, *rig.simulator)};
   }
-  throw std::runtime_error(exchange.name + " does not work: " + rig.error());
+  if (expected.rules.empty()) throw std::runtime_error(exchange.name + " does not work: " + rig.error());
+  return expected;
 }
 
 Cell runCell(const Exchange& exchange, const Expected& expected, const FaultRule& rule) {

@@ -35,6 +35,9 @@ struct Cell {
   int tries = 1;  // until the next exchange worked; 2 when the fault struck after the first had been reported done
 };
 
+// Failed under a fault that the link is there to repair: a busy machine has outlasted the time-outs.
+bool isLapse(const Cell& cell);
+
 // Throws std::runtime_error when the exchange does not work even without a fault.
 Expected expectedOf(const Exchange& exchange);
 

@@ -139,13 +139,8 @@ std::string gapOf(Rig& rig) {
   return "";
 }
 
-std::string afterStream(Rig& rig) {
-  if (const auto gap = gapOf(rig); !gap.empty()) return gap;
-  return rig.com().getStreaming() ? "still streaming" : "";
-}
-
 // A start that fails listens nevertheless, until it is stopped.
-std::string afterStart(Rig& rig) {
+std::string afterStream(Rig& rig) {
   rig.device.stopThread();
   take(rig, streamLength);
   return gapOf(rig);
@@ -184,7 +179,7 @@ const std::vector<Exchange>& exchanges() {
       {"stored page", FrameKind::Page, transferMode, download, records, afterDownload},
       {"clear", FrameKind::Clear, transferMode, [](Rig& rig) { return rig.device.clearTrainingDataOnDevice(); },
        records, anyState},
-      {"stream start", FrameKind::Mode, freshSession, startStream, noResult, afterStart},
+      {"stream start", FrameKind::Mode, freshSession, startStream, noResult, afterStream},
       {"stream", FrameKind::Stream, freshSession, stream, gapOf, afterStream},
       {"stream stop", FrameKind::Mode, startedStream, stopStream, gapOf, afterStream},
   };

@@ -51,7 +51,9 @@ void runMatrix(Report& report) {
       watch(exchange.name + ", " + textOf(rule));
       report.cells.push_back(runCell(exchange, expected, rule));
       const Cell& cell = report.cells.back();
-      if (cell.outcome == Outcome::Wrong) std::cerr << "  " << textOf(rule) << ": " << cell.wrong << '\n';
+      if (cell.outcome == Outcome::Wrong || isLapse(cell)) {
+        std::cerr << "  " << textOf(rule) << ": " << cell.wrong << '\n';
+      }
     }
   }
   ::alarm(0);
