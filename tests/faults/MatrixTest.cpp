@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-#include "tests/faults/Cell.h"
+#include "faults/Cell.h"
 
 namespace BX::faults {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/faults/Cell.h"
+#include "faults/Cell.h"
 
 #include <algorithm>
 #include <array>

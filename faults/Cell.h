@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "simulator/FaultRule.h"
-#include "tests/faults/Exchanges.h"
+#include "faults/Exchanges.h"
 
 namespace BX::faults {
 

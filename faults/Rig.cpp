@@ -1,4 +1,4 @@
-#include "tests/faults/Rig.h"
+#include "faults/Rig.h"
 
 #include <atomic>
 #include <utility>

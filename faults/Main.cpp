@@ -11,7 +11,7 @@
 #include <sstream>
 #include <string>
 
-#include "tests/faults/Page.h"
+#include "faults/Page.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/faults/Exchanges.h"
+#include "faults/Exchanges.h"
 
 #include <chrono>
 #include <fstream>

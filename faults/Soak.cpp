@@ -1,4 +1,4 @@
-#include "tests/faults/Soak.h"
+#include "faults/Soak.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/faults/Rig.h"
+#include "faults/Rig.h"
 
 namespace BX::faults {
 

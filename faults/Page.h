@@ -4,8 +4,8 @@
 #include <ostream>
 #include <vector>
 
-#include "tests/faults/Cell.h"
-#include "tests/faults/Soak.h"
+#include "faults/Cell.h"
+#include "faults/Soak.h"
 
 namespace BX::faults {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "simulator/FaultRule.h"
-#include "tests/faults/Rig.h"
+#include "faults/Rig.h"
 
 namespace BX::faults {
 

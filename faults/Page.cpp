@@ -1,4 +1,4 @@
-#include "tests/faults/Page.h"
+#include "faults/Page.h"
 
 #include <algorithm>
 #include <array>
