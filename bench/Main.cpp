@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
     }
     const Rows rows = measureAll(setting, only);
     std::ofstream file(output);
-    writeTable(output.empty() ? std::cerr : file, rows);
+    writeTable(output.empty() ? std::cerr : file, rows, setting.rounds);
   } catch (const std::exception& error) {
     std::cerr << "bx-bench: " << error.what() << '\n';
     return 1;

@@ -25,7 +25,8 @@ std::string rounded(double value) {
   return text.str();
 }
 
-void writeTable(std::ostream& out, const std::vector<Row>& rows) {
+void writeTable(std::ostream& out, const std::vector<Row>& rows, int rounds) {
+  out << "Machine: " << machine() << ". Medians of " << rounds << " rounds.\n\n";
   out << "| what | against | bar | got | | this run |\n|---|---|---|---|---|---|\n";
   for (const Row& row : rows) {
     out << "| " << row.what << " | " << row.against << " | " << barOf(row) << " | **" << withUnit(row.got, row.unit)

@@ -26,7 +26,8 @@ struct Row {
 // Three significant digits.
 std::string rounded(double value);
 
-void writeTable(std::ostream& out, const std::vector<Row>& rows);
+// The machine, how often was measured, and the rows.
+void writeTable(std::ostream& out, const std::vector<Row>& rows, int rounds);
 
 // The machine and the build by what counts for speed: processor, cores, kernel, compiler.
 std::string machine();

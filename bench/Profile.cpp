@@ -44,11 +44,13 @@ class StoredFile {
 };
 
 void download(BXDevice& device) {
+  CALLGRIND_START_INSTRUMENTATION;
   device.sendDownloadFrame();
   if (device.hasError()) throw std::runtime_error("the download failed");
 }
 
 void stream(BXDevice& device) {
+  CALLGRIND_START_INSTRUMENTATION;
   device.startThread();
   for (std::size_t seen = 0; seen < records; seen += device.getTrainingFrames().size()) {
     std::this_thread::sleep_for(50ms);
@@ -70,7 +72,7 @@ void upload(BXDevice& device) {
   constexpr int times = 10;
   auto ring = readTarget("examples/ring-25m-precision-pistol.json");
   auto silhouette = readTarget("examples/silhouette-torso.json");
-  CALLGRIND_ZERO_STATS;
+  CALLGRIND_START_INSTRUMENTATION;
   for (int i = 0; i < times; ++i) {
     if (!device.uploadRingTarget(ring) || !device.uploadSilhouetteTarget(silhouette)) {
       throw std::runtime_error("an upload failed");
@@ -95,7 +97,6 @@ void runProfiled(const std::string& work, const std::string& simulator) {
   const Lanes far(simulator, 1, {"--stored", stored.path(), "--rate", "200"});
   BXDevice device;
   connect(device, far.ports().front());
-  CALLGRIND_START_INSTRUMENTATION;
   found->second(device);
   CALLGRIND_STOP_INSTRUMENTATION;
 }
