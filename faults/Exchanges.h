@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "simulator/FaultRule.h"
 #include "faults/Rig.h"
+#include "simulator/FaultRule.h"
 
 namespace BX::faults {
 
