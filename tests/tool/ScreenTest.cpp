@@ -54,5 +54,11 @@ TEST(Screen, ComparesRecordsButForTheAimingTime) {
   EXPECT_FALSE(areSameRecords(records(R"({"a":1})"), {}));
 }
 
+TEST(Screen, MakesValidUtf8OfWhateverADeviceHolds) {
+  EXPECT_EQ(validUtf8("Z\xC3\xBCrich"), "Z\xC3\xBCrich");
+  EXPECT_EQ(validUtf8("\"cut \xC3\"}"), "\"cut \xEF\xBF\xBD\"}");
+  EXPECT_EQ(validUtf8(std::string("\0\xFF", 2)), std::string("\0\xEF\xBF\xBD", 4));
+}
+
 }  // namespace
 }  // namespace BX::tool

@@ -3,12 +3,33 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <boost/nowide/utf/utf.hpp>
 #include <cerrno>
 #include <csignal>
 #include <iostream>
+#include <string_view>
 #include <system_error>
 
 namespace BX::tool {
+
+std::string validUtf8(const std::string& text) {
+  namespace utf = boost::nowide::utf;
+  constexpr std::string_view replacement = "\xEF\xBF\xBD";
+  std::string valid;
+  const char* const end = text.data() + text.size();
+  for (const char* at = text.data(); at != end;) {
+    const char* next = at;
+    const auto character = utf::utf_traits<char>::decode(next, end);
+    if (character == utf::illegal || character == utf::incomplete) {
+      valid += replacement;
+      ++at;  // this byte only: the next one may be a quotation mark
+    } else {
+      valid.append(at, next);
+      at = next;
+    }
+  }
+  return valid;
+}
 
 Console::Console()
     : outBuffer_(std::cout.rdbuf(&discard_)),
@@ -32,7 +53,7 @@ void Console::showLibrary() {
 bool Console::data(const std::string& line) {
   if (!out_) return false;
   errno = 0;
-  out_ << line << '\n' << std::flush;
+  out_ << validUtf8(line) << '\n' << std::flush;
   if (out_) return true;
   if (errno == EPIPE) return false;
   throw Failure(deviceFailed, "standard output: write: " + std::generic_category().message(errno));

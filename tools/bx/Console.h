@@ -20,6 +20,9 @@ class Failure : public std::runtime_error {
   Status status_;
 };
 
+// JSON is UTF-8, and a device may hold any bytes: what is no valid UTF-8 becomes U+FFFD.
+std::string validUtf8(const std::string& text);
+
 // The library writes lines of its own to std::cout and std::cerr. While a Console lives these lines are discarded,
 // and the tool writes through streams of its own on the original buffers.
 class Console {

@@ -64,7 +64,7 @@ std::string Records::summary() const {
 
 bool Records::write(const std::string& line) {
   if (path_.empty()) return console_.data(line);
-  file_ << line << '\n' << std::flush;
+  file_ << validUtf8(line) << '\n' << std::flush;
   if (!file_) throw Failure(deviceFailed, path_ + ": write: " + systemReason());
   return true;
 }
