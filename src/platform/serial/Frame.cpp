@@ -1,5 +1,6 @@
 #include "platform/serial/Frame.h"
 
+#include <algorithm>
 #include <boost/crc.hpp>
 #include <optional>
 
@@ -52,7 +53,8 @@ std::optional<Bytes> decodeCobs(std::span<const std::uint8_t> encoded) {
   while (at < encoded.size()) {
     const std::size_t code = encoded[at];
     if (at + code > encoded.size()) return std::nullopt;
-    for (std::size_t i = at + 1; i < at + code; ++i) body.push_back(encoded[i]);
+    const auto block = encoded.subspan(at + 1, code - 1);
+    body.insert(body.end(), block.begin(), block.end());
     at += code;
     if (at < encoded.size() && code != maxCode) body.push_back(0);
   }
@@ -73,14 +75,15 @@ Bytes encodeFrame(std::span<const std::uint8_t> content) {
 }
 
 void FrameDecoder::feed(std::span<const std::uint8_t> bytes, const Sink& sink, const Sink& dropped) {
-  for (const std::uint8_t byte : bytes) {
-    if (byte == frameDelimiter) {
-      finish(sink, dropped);
-    } else if (encoded_.size() < maxEncodedSize) {
-      encoded_.push_back(byte);
-    } else {
-      overlong_ = true;
-    }
+  while (!bytes.empty()) {
+    const auto end = std::find(bytes.begin(), bytes.end(), frameDelimiter);
+    const auto part = bytes.first(static_cast<std::size_t>(end - bytes.begin()));
+    const auto kept = part.first(std::min(part.size(), maxEncodedSize - encoded_.size()));
+    encoded_.insert(encoded_.end(), kept.begin(), kept.end());
+    if (kept.size() < part.size()) overlong_ = true;
+    if (part.size() == bytes.size()) return;
+    finish(sink, dropped);
+    bytes = bytes.subspan(part.size() + 1);
   }
 }
 
