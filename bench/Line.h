@@ -8,6 +8,7 @@
 #include <string>
 
 #include "bx/BXDevice.h"
+#include "morva/KeyedAccess.h"
 #include "platform/serial/Frame.h"
 #include "simulator/Simulator.h"
 
@@ -51,8 +52,11 @@ class PtyDevice {
   sim::Simulator simulator_;
 };
 
-// Opens the port and puts the device in transfer mode; throws when that fails.
+// Opens the port and puts the device in transfer mode, to train in the field later; throws when that fails.
 inline void connect(BXDevice& device, const std::string& port) {
+  BXDevice::Json session;
+  MORVA::setBoolean(session, "isInFieldMode", true);
+  device.setSessionSettings(session);
   device.setDevicePort(port);
   if (!device.getSerialCom().openPort() || !device.setDeviceMode(BXSerialCom::TRANSFER, false)) {
     throw std::runtime_error(port + ": " + link::lastError(port));

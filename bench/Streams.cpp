@@ -131,7 +131,7 @@ class StreamingHost {
 
  private:
   std::atomic<bool> decoding_ = false;
-  TerminalDevice far_;
+  TerminalDevice far_{{}};
   BXDevice device_;
 };
 

@@ -9,8 +9,7 @@ namespace BX::bench {
 
 namespace {
 
-sim::Options silentInTraining() {
-  sim::Options options;
+sim::Options silentInTraining(sim::Options options) {
   options.stream.emplace();
   return options;
 }
@@ -19,8 +18,8 @@ std::chrono::steady_clock::time_point now() { return std::chrono::steady_clock::
 
 }  // namespace
 
-TerminalDevice::TerminalDevice()
-    : options_(silentInTraining()),
+TerminalDevice::TerminalDevice(sim::Options options)
+    : options_(silentInTraining(std::move(options))),
       model_(options_),
       station_(link::Role::Secondary,
                {.baud = 0, .resend = options_.resend, .sends = options_.sends, .keepAlive = {}}) {}

@@ -14,10 +14,10 @@ namespace BX::bench {
 
 class TerminalDevice {
  public:
-  TerminalDevice();
+  explicit TerminalDevice(sim::Options options);
   const std::string& name() const { return terminal_.name(); }
 
-  // Answers the host until `over`, which is asked after every quiet millisecond.
+  // Answers the host until `over`, which is asked after every quiet millisecond. The device streams by stream() alone.
   void serve(const std::function<bool()>& over);
   // Streams one payload; its last byte is on the terminal when this returns.
   void stream(std::span<const std::uint8_t> payload);

@@ -2,6 +2,7 @@
 #include <modbus/modbus.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <stdexcept>
 #include <thread>
@@ -10,6 +11,7 @@
 #include "bench/ModbusLine.h"
 #include "bench/Sections.h"
 #include "bench/Terminal.h"
+#include "bench/TerminalDevice.h"
 #include "platform/Wire.h"
 
 namespace BX::bench {
@@ -116,6 +118,24 @@ class PingPong {
   std::thread far_;
 };
 
+// A device that one thread serves, as one thread serves the ping-pong.
+class ServedDevice {
+ public:
+  ServedDevice() : far_(accepting({})), thread_([this] { far_.serve([this] { return over_.load(); }); }) {}
+  ~ServedDevice() {
+    over_ = true;
+    thread_.join();
+  }
+  ServedDevice(const ServedDevice&) = delete;
+  ServedDevice& operator=(const ServedDevice&) = delete;
+  const std::string& name() const { return far_.name(); }
+
+ private:
+  TerminalDevice far_;
+  std::atomic<bool> over_ = false;
+  std::thread thread_;
+};
+
 std::string milliseconds(double seconds) { return rounded(seconds * 1e3) + " ms"; }
 std::string microseconds(double seconds) { return rounded(seconds * 1e6) + " µs"; }
 
@@ -148,7 +168,7 @@ Rows measurePaced(const Setting& setting) {
 }
 
 Rows measureUnpaced(const Setting& setting) {
-  const PtyDevice device(accepting({}));
+  const ServedDevice device;
   Upload upload(device.name());
   PingPong pingPong;
   const auto samples =
