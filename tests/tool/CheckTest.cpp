@@ -73,8 +73,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{ring, R"({"RingTargetNumber": 1, "DiameterVariableHminus11": 99999999999999})",
              "\"DiameterVariableHminus11\" 99999999999999 does not fit the wire (0 to 655)"},
         Case{ring, R"({"RingTargetNumber": 1, "TargetName": "0123456789"})", ""},
-        Case{ring, R"({"RingTargetNumber": 1, "TargetName": "0123456789a"})",
-             "\"TargetName\" has 11 bytes where 10 fit the wire"},
+        Case{ring, R"({"RingTargetNumber": 1, "TargetName": 10})",
+             "\"TargetName\" is a number where a text is expected"},
         Case{silhouette, R"({})", "missing \"SilhouetteTargetNumber\""},
         Case{silhouette, R"({"SilhouetteTargetNumber": 0, "TargetWidth": 6554, "RingGapUnitType": "mm"})", ""},
         Case{silhouette, R"({"SilhouetteTargetNumber": 0, "TargetWidth": 6554, "RingGapUnitType": "cm"})",
@@ -120,6 +120,8 @@ TEST(Check, WarningsTellWhatTheLibraryTakesInstead) {
   EXPECT_THAT(ringWarnings, Contains("missing \"RingsGapsUnit\": the library takes variable gaps"));
   EXPECT_THAT(check(parseDocument(R"({"Mounting": "below"})", "test"), device).warnings,
               Contains("\"Mounting\" is \"below\": the library takes ABOVE"));
+  EXPECT_THAT(check(parseDocument(R"({"TargetName": "0123456789a"})", "test"), ring).warnings,
+              Contains("\"TargetName\" has 11 bytes: all are sent, and a device gives back 10"));
 }
 
 struct Broken {

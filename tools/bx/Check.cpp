@@ -44,7 +44,7 @@ std::string wrongType(const Value& value, const char* expected) {
 // The shortest text that reads back as the same number.
 std::string decimal(double value) {
   std::array<char, 32> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+  const auto* end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
   return {text.data(), end};
 }
 
@@ -67,12 +67,7 @@ Problem checkNumber(const Field& field, const Value& value, std::int64_t factor)
   return decimal(given) + " does not fit the wire (0 to " + decimal(whole ? std::floor(highest) : highest) + ')';
 }
 
-Problem checkName(const Value& value) {
-  if (!value.IsString()) return wrongType(value, "a text");
-  if (value.GetStringLength() <= longestName) return std::nullopt;
-  return "has " + std::to_string(value.GetStringLength()) + " bytes where " + std::to_string(longestName) +
-         " fit the wire";
-}
+Problem checkName(const Value& value) { return value.IsString() ? std::nullopt : Problem(wrongType(value, "a text")); }
 
 Problem checkRow(const Value& row) {
   if (!row.IsArray()) return wrongType(row, "an array of 64 pixels");
@@ -126,6 +121,10 @@ bool isUnknownChoice(const Field& field, const Value& value) {
                    std::string(value.GetString(), value.GetStringLength())) == field.choices.end();
 }
 
+bool isLongName(const Field& field, const Value& value) {
+  return field.type == FieldType::Name && value.IsString() && value.GetStringLength() > longestName;
+}
+
 bool isEmptyName(const Field& field, const Value& value) {
   return field.type == FieldType::Name && value.IsString() && value.GetStringLength() == 0;
 }
@@ -167,6 +166,9 @@ Findings check(const Json& document, DocumentKind kind) {
     } else if (isUnknownChoice(field, *value)) {
       findings.warnings.push_back(quoted(field.key) + " is " + quoted(value->GetString()) + ": the library takes " +
                                   field.missing);
+    } else if (isLongName(field, *value)) {
+      findings.warnings.push_back(quoted(field.key) + " has " + std::to_string(value->GetStringLength()) +
+                                  " bytes: all are sent, and a device gives back " + std::to_string(longestName));
     } else if (isEmptyName(field, *value)) {
       findings.warnings.push_back(quoted(field.key) + " is empty: the library takes " + field.missing);
     }
