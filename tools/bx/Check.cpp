@@ -45,7 +45,7 @@ std::string wrongType(const Value& value, const char* expected) {
 std::string decimal(double value) {
   std::array<char, 32> text{};
   const auto* end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-  return {text.data(), end};
+  return {static_cast<const char*>(text.data()), end};
 }
 
 std::int64_t factorOf(const Scaling& scaling, const Json& document) {
