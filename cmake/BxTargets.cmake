@@ -3,9 +3,12 @@
 add_library(bx_options INTERFACE)
 target_compile_options(bx_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
-  -Woverloaded-virtual -Werror
+  -Woverloaded-virtual
   # Decoded numbers are part of the contract: no fused multiply-add may change them.
   -ffp-contract=off)
+if(BX_WARNINGS_AS_ERRORS)
+  target_compile_options(bx_options INTERFACE -Werror)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # A library with GNU-unique symbols is never unloaded by dlclose.
   target_compile_options(bx_options INTERFACE -fno-gnu-unique)
