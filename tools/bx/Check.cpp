@@ -44,8 +44,8 @@ std::string wrongType(const Value& value, const char* expected) {
 // The shortest text that reads back as the same number.
 std::string decimal(double value) {
   std::array<char, 32> text{};
-  const auto* end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-  return {static_cast<const char*>(text.data()), end};
+  const auto written = std::to_chars(text.data(), text.data() + text.size(), value);
+  return {text.data(), written.ptr};
 }
 
 std::int64_t factorOf(const Scaling& scaling, const Json& document) {

@@ -56,7 +56,10 @@ std::string explain(const std::string& reason) {
   const std::string first = std::to_string(request[1]);
   const std::string second = std::to_string(request[2]);
   // Only a silhouette's first request carries its number: its rows are asked for without it.
-  constexpr int ringRequest = 0x6D, silhouetteRequest = 0x67, pageRequest = 0x62, wholeBlock = 0xFF;
+  constexpr int ringRequest = 0x6D;
+  constexpr int silhouetteRequest = 0x67;
+  constexpr int pageRequest = 0x62;
+  constexpr int wholeBlock = 0xFF;
   if (request[0] == ringRequest) return "ring target " + first + ": " + reason;
   if (request[0] == silhouetteRequest && request[2] == 0) return "silhouette target " + first + ": " + reason;
   if (request[0] == pageRequest && request[2] == wholeBlock) return "block " + first + ": " + reason;

@@ -1,6 +1,6 @@
 #include "Interrupt.h"
 
-#include <signal.h>
+#include <csignal>
 
 #include <atomic>
 

@@ -14,7 +14,8 @@ constexpr std::uint64_t requestsBeforePages = 2;
 
 // The page counts of the six blocks: every second byte of the table from the fifth on.
 std::size_t countPages(const std::vector<unsigned char>& table) {
-  constexpr std::size_t first = 4, last = 14;
+  constexpr std::size_t first = 4;
+  constexpr std::size_t last = 14;
   std::size_t pages = 0;
   for (std::size_t i = first; i <= last && i < table.size(); i += 2) pages += table[i];
   return pages;
