@@ -54,10 +54,9 @@ TEST(Many, DevicesHangUpAtOnceWhileTheyStream) {
     });
     manager.stopTraining();
     unplugged.join();
-    if (round % 2 == 0) continue;  // otherwise the manager is destroyed while they are being removed
-    for (const auto& device : devices) {
-      await([&] { return !manager.setSessionSettings(device->port, {}); });
-    }
+    // Which of them were removed and which had been stopped before is chance. In the other rounds the manager is
+    // destroyed while they are being removed.
+    if (round % 2 != 0) manager.disconnectDevices();
   }
 }
 
