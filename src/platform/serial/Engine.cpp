@@ -1,7 +1,5 @@
 #include "platform/serial/Engine.h"
 
-#include <boost/asio/dispatch.hpp>
-#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 #include <random>
 
@@ -45,10 +43,7 @@ Engine::Engine(const std::string& port, const Options& options, Listener& listen
   };
   transport_->open(std::move(events));
   if (trace_) trace_->event(traceEvent::opened);
-  thread_ = std::thread([this] {
-    const auto work = boost::asio::make_work_guard(context_);
-    context_.run();
-  });
+  runner_.start();
 }
 
 Engine::~Engine() { stop(); }
@@ -70,8 +65,7 @@ void Engine::watch(bool on) {
 }
 
 void Engine::stop() {
-  if (!thread_.joinable()) return;
-  boost::asio::post(context_, [this] {
+  runner_.stop([this] {
     if (!hungUp_) {
       station_.disconnect(Clock::now());
       settle();
@@ -79,9 +73,7 @@ void Engine::stop() {
     }
     timer_.cancel();
     transport_->close();
-    context_.stop();
   });
-  thread_.join();
 }
 
 void Engine::onReceived(std::span<const std::uint8_t> bytes) {

@@ -1,5 +1,5 @@
-// The running half of an open link: one thread that owns the io_context, the transport, the decoder and the station.
-// No code of a user ever runs on it.
+// The running half of an open link: the io_context, the transport, the decoder and the station, served by one thread at
+// a time. No code of a user ever runs there.
 #pragma once
 
 #include <utility>
@@ -13,11 +13,11 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "bx/BXSerialLink.h"
 #include "platform/serial/Frame.h"
 #include "platform/serial/PortBook.h"
+#include "platform/serial/Runner.h"
 #include "platform/serial/Station.h"
 #include "platform/serial/Trace.h"
 
@@ -25,7 +25,7 @@ namespace BX::link {
 
 class Engine {
  public:
-  // What the engine reports, on its own thread. Implementations return at once.
+  // What the engine reports, on the thread that serves it. Implementations return at once.
   class Listener {
    public:
     virtual ~Listener() = default;
@@ -54,6 +54,11 @@ class Engine {
   // Takes leave of the device, closes the port and ends the thread. Not to be called from a Listener. Idempotent.
   void stop();
 
+  // For a thread that waits for what the device sends: it serves the engine itself meanwhile (see Runner.h).
+  void serveOnce() { runner_.runOne(); }
+  void leaveService() { runner_.relieve(); }
+  void wakeService() { runner_.nudge(); }
+
  private:
   using Clock = std::chrono::steady_clock;
   void onReceived(std::span<const std::uint8_t> bytes);
@@ -74,7 +79,7 @@ class Engine {
   std::optional<Clock::time_point> armedFor_;
   bool hungUp_ = false;
   std::unique_ptr<Transport> transport_;
-  std::thread thread_;
+  Runner runner_{context_};
 };
 
 }  // namespace BX::link

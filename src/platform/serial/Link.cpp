@@ -47,7 +47,7 @@ bool Link::open() {
   const std::scoped_lock lifecycle(lifecycle_);
   const std::string name = port();
   const Options options = getOptions();
-  std::unique_ptr<Engine> engine;
+  std::shared_ptr<Engine> engine;
   try {
     {
       const Lock lock(mutex_);
@@ -58,7 +58,7 @@ bool Link::open() {
       sessionUp_ = false;
       streamed_.clear();
     }
-    engine = std::make_unique<Engine>(name, options, *this);
+    engine = std::make_shared<Engine>(name, options, *this);
   } catch (const std::exception& reason) {
     setLastError(name, reason.what());
     return false;
@@ -70,7 +70,7 @@ bool Link::open() {
 }
 
 bool Link::close() {
-  std::unique_ptr<Engine> engine;
+  std::shared_ptr<Engine> engine;
   {
     const std::scoped_lock lifecycle(lifecycle_);
     const Lock lock(mutex_);
@@ -102,7 +102,7 @@ bool Link::isConnected() const {
   return engine_ && !hungUp_;
 }
 
-// ---- What the engine's thread files
+// ---- What the thread that serves the engine files
 
 void Link::onSessionBegan() {
   const Lock lock(mutex_);
@@ -209,6 +209,7 @@ std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& 
       pending.lastSign = Clock::now();
       answer.opening = opening_;
       engine_->submit({pending.tag, false, payload});
+      if (pending.isListeners) engine_->leaveService();
       failure = awaitAnswer(lock, pending);
       pending_ = nullptr;
       exchanging_ = false;

@@ -1,7 +1,7 @@
 // The host's side of one port: its state, its exchanges and its listening thread. BXSerialCom is a thin face of it.
 //
-// The engine's thread only files what arrives, under `mutex_`; handlers run on the requesting thread or the listening
-// thread, through the gate, with no lock held.
+// The thread that serves the engine only files what arrives, under `mutex_`; handlers run on the requesting thread or
+// the listening thread, through the gate, with no lock held. While it waits, the listening thread serves the engine.
 #pragma once
 
 #include <atomic>
@@ -119,8 +119,8 @@ class Link final : public Engine::Listener, public std::enable_shared_from_this<
   void completePending(std::uint8_t tag, Bytes payload);
   bool handOver(const Answer& answer, const Handler& handler);
 
-  void listen(HandlerGate::Opening opening);
-  bool hearNext(HandlerGate::Opening opening);
+  void listen(HandlerGate::Opening opening, Engine& engine);
+  bool hearNext(HandlerGate::Opening opening, Engine& engine);
   bool handleStreamed(HandlerGate::Opening opening, const Message& message);
   void endListening();
   void joinListening();
@@ -133,7 +133,7 @@ class Link final : public Engine::Listener, public std::enable_shared_from_this<
   std::condition_variable changed_;
   std::string port_;
   Options options_;
-  std::unique_ptr<Engine> engine_;
+  std::shared_ptr<Engine> engine_;  // shared with the listening thread
   HandlerGate::Opening opening_ = HandlerGate::closed;
   std::optional<std::string> hungUp_;  // why
   std::optional<std::string> untold_;  // why the line or the session was lost when nobody was there to be told

@@ -17,10 +17,12 @@ bool isEndOfStream(const Message& message) {
 
 void Link::startListening() {
   HandlerGate::Opening opening = HandlerGate::closed;
+  std::shared_ptr<Engine> engine;
   {
     const Lock lock(mutex_);
     if (listens_ || !engine_ || (hungUp_ && !untold_)) return;
     opening = opening_;
+    engine = engine_;
     listens_ = true;
     endSeen_ = false;
     toDrain_ = 0;
@@ -39,7 +41,7 @@ void Link::startListening() {
   // Called in the remove-device callback, which is the end of an earlier thread: that one is on its own now.
   if (listening_.joinable()) listening_.detach();
   try {
-    listening_ = std::thread([self = shared_from_this(), opening] { self->listen(opening); });
+    listening_ = std::thread([self = shared_from_this(), opening, engine] { self->listen(opening, *engine); });
   } catch (const std::system_error& reason) {
     lock.unlock();
     endListening();
@@ -52,24 +54,29 @@ void Link::setRunning(bool running) {
   if (!running && isListeningThread()) endSeen_ = true;
   if (!running && running_) toDrain_ = streamed_.size();
   running_ = running;
-  changed_.notify_all();
+  if (engine_) engine_->wakeService();
 }
 
-void Link::listen(HandlerGate::Opening opening) {
+void Link::listen(HandlerGate::Opening opening, Engine& engine) {
   listeningId_ = std::this_thread::get_id();
-  while (hearNext(opening)) {
+  while (hearNext(opening, engine)) {
   }
+  engine.leaveService();
   endListening();
   auto own = std::this_thread::get_id();
   listeningId_.compare_exchange_strong(own, std::thread::id());  // unless another stream has begun meanwhile
 }
 
 // Waits for the next payload and handles it; false when the stream is over.
-bool Link::hearNext(HandlerGate::Opening opening) {
+bool Link::hearNext(HandlerGate::Opening opening, Engine& engine) {
   Message message;
   {
     Lock lock(mutex_);
-    changed_.wait(lock, [&] { return !streamed_.empty() || !running_ || !sessionUp_ || opening != opening_; });
+    while (streamed_.empty() && running_ && sessionUp_ && opening == opening_) {
+      lock.unlock();
+      engine.serveOnce();
+      lock.lock();
+    }
     if (endSeen_ || opening != opening_ || streamed_.empty()) return false;
     if (!running_) {
       if (toDrain_ == 0) return false;

@@ -11,7 +11,12 @@ namespace {
 
 // Longer payloads than any host or device sends end the session instead of filling the memory.
 constexpr std::size_t maxPayloadSize = std::size_t{64} << 20U;
-constexpr int acknowledgeShare = 5;
+// How long an acknowledgement may wait, in fifths of `resend`: for a frame that can carry it, or for more of a stream.
+constexpr int carriedFifths = 1;
+constexpr int gatheredFifths = 2;
+// It waits for no more of a stream than this, so that the sender's window stays open.
+constexpr std::size_t maxGathered = 4;
+static_assert(maxGathered < window);
 constexpr std::uint64_t bitsPerByte = 10;  // start bit, eight data bits, stop bit
 
 std::chrono::nanoseconds timeOnLine(std::size_t bytes, unsigned baud) {
@@ -33,8 +38,7 @@ void Station::reset() {
   assembling_ = {};
   rejected_ = false;
   pollPending_ = false;
-  acknowledgeNow_ = false;
-  acknowledgeAt_.reset();
+  acknowledged();
   resendAt_.reset();
   wait_ = timing_.resend;
   sends_ = 0;
@@ -222,13 +226,31 @@ void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, 
   assembling_.tag = info & tagMask;
   assembling_.moreFollows = (info & payloadsFollow) != 0;
   const bool ends = (info & partsFollow) == 0;
-  // A request or the end of an answer will soon be followed by a frame that can carry the acknowledgement.
-  if (ends && assembling_.tag != streamTag && !assembling_.moreFollows) {
-    acknowledgeAt_ = now + timing_.resend / acknowledgeShare;
-  } else {
+  if (!ends || assembling_.moreFollows) {
     acknowledgeNow_ = true;
+  } else {
+    planAcknowledgement(now);
   }
   if (ends) output_.delivered.push_back(std::exchange(assembling_, {}));
+}
+
+// A request or the end of an answer will soon be followed by a frame that can carry the acknowledgement. The frames of
+// a stream are few and far between for the line, and acknowledged several at once.
+void Station::planAcknowledgement(Time now) {
+  const bool streamed = assembling_.tag == streamTag;
+  if (streamed && ++gathered_ >= maxGathered) {
+    acknowledgeNow_ = true;
+    return;
+  }
+  const Time latest = now + timing_.resend * (streamed ? gatheredFifths : carriedFifths) / 5;
+  acknowledgeAt_ = std::min(acknowledgeAt_.value_or(latest), latest);
+}
+
+// What is sent now carries the number of the next frame that is expected.
+void Station::acknowledged() {
+  acknowledgeNow_ = false;
+  acknowledgeAt_.reset();
+  gathered_ = 0;
 }
 
 // The peer has told what it has: all that is still unacknowledged was lost.
@@ -329,14 +351,12 @@ void Station::transmitPart(std::size_t index, bool poll, Time now) {
   content.push_back(static_cast<std::uint8_t>(control | (poll ? pollFinal : 0U)));
   content.push_back(part.info);
   content.insert(content.end(), part.data.begin(), part.data.end());
-  acknowledgeNow_ = false;
-  acknowledgeAt_.reset();
+  acknowledged();
   transmit(content, now);
 }
 
 void Station::transmitSupervisory(std::uint8_t control, Time now) {
-  acknowledgeNow_ = false;
-  acknowledgeAt_.reset();
+  acknowledged();
   const std::uint8_t content = withReceiveNumber(control, expected_);
   transmit({&content, 1}, now);
 }

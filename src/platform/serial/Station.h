@@ -33,7 +33,7 @@ struct Message {
 enum class Role { Primary, Secondary };
 
 // Time-outs are told in BXSerialLink.h. The acknowledgement of a request or of an answer's end waits a fifth of
-// `resend` for a frame that can carry it.
+// `resend` for a frame that can carry it; that of a streamed payload two fifths, or until four have come.
 struct Timing {
   unsigned baud = 115200;  // 0: bytes take no time
   std::chrono::milliseconds resend{100};
@@ -96,6 +96,8 @@ class Station {
   void receiveUnnumbered(std::span<const std::uint8_t> content, Time now);
   void receiveInformation(std::span<const std::uint8_t> content, Time now);
   void acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, Time now);
+  void planAcknowledgement(Time now);
+  void acknowledged();
   bool acknowledgeUpTo(std::uint8_t number, Time now);
   void checkpoint(Time now);
   void recover(Time now);
@@ -125,6 +127,7 @@ class Station {
   bool pollPending_ = false;  // a frame with the poll bit awaits its answer
   bool acknowledgeNow_ = false;
   std::optional<Time> acknowledgeAt_;
+  std::size_t gathered_ = 0;  // streamed frames whose acknowledgement waits
   std::optional<Time> resendAt_;
   std::chrono::milliseconds wait_{0};
   int sends_ = 0;

@@ -7,6 +7,7 @@ list(APPEND serial_sources
   platform/serial/LoopbackLine.cpp
   platform/serial/Payload.cpp
   platform/serial/PortBook.cpp
+  platform/serial/Runner.cpp
   platform/serial/SerialPortHandle.cpp
   platform/serial/SerialPortTransport.cpp
   platform/serial/Station.cpp

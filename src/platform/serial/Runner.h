@@ -1,0 +1,61 @@
+// Runs the io_context of a line, on one thread at a time: a thread of its own or a guest, which would only wait for
+// what arrives and so spares a switch of threads for each frame. A guest that stays away, in a handler of the user, is
+// relieved.
+#pragma once
+
+#include <utility>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace BX::link {
+
+class Runner {
+ public:
+  explicit Runner(boost::asio::io_context& context);
+  // Stops.
+  ~Runner();
+  Runner(const Runner&) = delete;
+  Runner& operator=(const Runner&) = delete;
+
+  // Starts the own thread.
+  void start();
+  // Ends it; `last` is the last thing that it does, when nobody else runs the context. Idempotent. Not to be called by
+  // what the context runs.
+  void stop(std::function<void()> last);
+
+  // ---- For a guest, one at a time
+  // Waits for the next event and handles it. Returns without one when the guest has just come, since others may have
+  // handled what it waits for, and once the runner has stopped.
+  void runOne();
+  // The guest goes: the own thread takes over. Any thread.
+  void relieve();
+  // Makes runOne return. Any thread.
+  void nudge();
+
+ private:
+  using Lock = std::unique_lock<std::mutex>;
+  void serve();
+  void watchGuest(Lock& lock);
+  void run(Lock& lock);
+
+  boost::asio::io_context& context_;
+  boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_;
+  std::thread thread_;
+
+  std::mutex mutex_;              // guards everything below; not held while the context runs
+  std::condition_variable own_;   // the own thread waits, for the guest to go
+  std::condition_variable free_;  // others wait, for the own thread to pause
+  std::function<void()> last_;
+  std::uint64_t turns_ = 0;  // begun and ended
+  bool hasGuest_ = false;
+  bool running_ = false;
+  bool stopped_ = false;
+};
+
+}  // namespace BX::link
