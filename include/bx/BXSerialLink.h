@@ -56,7 +56,7 @@ BX_SERIAL_COM_API Statistics statistics(const std::string& port);
 // host and the device say to each other, the device's identity included.
 BX_SERIAL_COM_API bool setTraceFile(const std::string& path);
 
-// A line of bytes to a device. The link calls every member from one thread of its own.
+// A line of bytes to a device. The link calls the members from one thread at a time.
 class BX_SERIAL_COM_API Transport {
  public:
   struct Events {

@@ -1,0 +1,86 @@
+// Which thread serves the line: the runner's own, or a guest.
+#include <gtest/gtest.h>
+
+#include "platform/serial/Runner.h"
+
+#include <atomic>
+#include <boost/asio/post.hpp>
+#include <future>
+#include <memory>
+#include <thread>
+
+namespace BX::link {
+namespace {
+
+class RunnerTest : public testing::Test {
+ protected:
+  void SetUp() override { runner.start(); }
+  // Where the next event is handled.
+  std::future<std::thread::id> nextEvent() {
+    auto handled = std::make_shared<std::promise<std::thread::id>>();
+    boost::asio::post(context, [handled] { handled->set_value(std::this_thread::get_id()); });
+    return handled->get_future();
+  }
+  // From then on the calling thread is the guest.
+  void come() {
+    servedBy = std::thread::id();
+    while (servedBy.load() != here) {
+      boost::asio::post(context, [this] { servedBy = std::this_thread::get_id(); });
+      runner.runOne();
+    }
+  }
+
+  const std::thread::id here = std::this_thread::get_id();
+  std::atomic<std::thread::id> servedBy;
+  boost::asio::io_context context;
+  Runner runner{context};
+};
+
+TEST_F(RunnerTest, servesWhileThereIsNoGuest) {
+  EXPECT_NE(nextEvent().get(), here);
+  come();
+  runner.relieve();
+  EXPECT_NE(nextEvent().get(), here);
+}
+
+TEST_F(RunnerTest, relievesAGuestThatStaysAwayAndLetsItComeBack) {
+  for (int i = 0; i < 3; ++i) {
+    come();
+    EXPECT_NE(nextEvent().get(), here);
+  }
+}
+
+TEST_F(RunnerTest, runsOneThreadAtATime) {
+  std::atomic<int> inside = 0;
+  std::atomic<int> handled = 0;
+  constexpr int events = 20'000;
+  std::thread poster([&] {
+    for (int i = 0; i < events; ++i) {
+      boost::asio::post(context, [&] {
+        EXPECT_EQ(++inside, 1);
+        ++handled;
+        --inside;
+      });
+    }
+  });
+  for (int i = 0; handled < events; ++i) {
+    runner.nudge();  // or the last event might be waited for in vain
+    runner.runOne();
+    if (i % 10 == 0) runner.relieve();
+  }
+  poster.join();
+}
+
+TEST_F(RunnerTest, stopsWhateverTheGuestDoes) {
+  bool lastRan = false;
+  come();
+  std::thread stopper([&] { runner.stop([&] { lastRan = true; }); });
+  while (!context.stopped()) runner.runOne();
+  stopper.join();
+  EXPECT_TRUE(lastRan);
+  runner.runOne();
+  runner.stop([] { ADD_FAILURE() << "stopped twice"; });
+}
+
+}  // namespace
+}  // namespace BX::link
