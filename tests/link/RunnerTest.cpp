@@ -26,7 +26,7 @@ class RunnerTest : public testing::Test {
     servedBy = std::thread::id();
     while (servedBy.load() != here) {
       boost::asio::post(context, [this] { servedBy = std::this_thread::get_id(); });
-      runner.runOne();
+      runner.runOne(Runner::Guest::Listener, {});
     }
   }
 
@@ -65,7 +65,7 @@ TEST_F(RunnerTest, runsOneThreadAtATime) {
   });
   for (int i = 0; handled < events; ++i) {
     runner.nudge();  // or the last event might be waited for in vain
-    runner.runOne();
+    runner.runOne(Runner::Guest::Listener, {});
     if (i % 10 == 0) runner.relieve();
   }
   poster.join();
@@ -75,10 +75,10 @@ TEST_F(RunnerTest, stopsWhateverTheGuestDoes) {
   bool lastRan = false;
   come();
   std::thread stopper([&] { runner.stop([&] { lastRan = true; }); });
-  while (!context.stopped()) runner.runOne();
+  while (!context.stopped()) runner.runOne(Runner::Guest::Listener, {});
   stopper.join();
   EXPECT_TRUE(lastRan);
-  runner.runOne();
+  runner.runOne(Runner::Guest::Listener, {});
   runner.stop([] { ADD_FAILURE() << "stopped twice"; });
 }
 

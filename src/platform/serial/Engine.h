@@ -54,10 +54,8 @@ class Engine {
   // Takes leave of the device, closes the port and ends the thread. Not to be called from a Listener. Idempotent.
   void stop();
 
-  // For a thread that waits for what the device sends: it serves the engine itself meanwhile (see Runner.h).
-  void serveOnce() { runner_.runOne(); }
-  void leaveService() { runner_.relieve(); }
-  void wakeService() { runner_.nudge(); }
+  // For a thread that waits for what the device sends: it serves the engine itself meanwhile.
+  Runner& runner() { return runner_; }
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -209,7 +209,6 @@ std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& 
       pending.lastSign = Clock::now();
       answer.opening = opening_;
       engine_->submit({pending.tag, false, payload});
-      if (pending.isListeners) engine_->leaveService();
       failure = awaitAnswer(lock, pending);
       pending_ = nullptr;
       exchanging_ = false;
@@ -226,12 +225,20 @@ std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& 
 }
 
 std::optional<std::string> Link::awaitAnswer(Lock& lock, Pending& pending) {
+  const auto engine = engine_;
+  const auto guest = pending.isListeners ? Runner::Guest::Listener : Runner::Guest::Requester;
   const auto over = [&] { return pending.complete || pending.failure; };
   while (!over()) {
     if (pending.arrived) {
       changed_.wait(lock, over);  // the listening thread has it, behind what was streamed before
-    } else if (changed_.wait_until(lock, pending.lastSign + options_.reply) == std::cv_status::timeout && !over() &&
-               !pending.arrived && Clock::now() >= pending.lastSign + options_.reply) {
+      break;
+    }
+    const Clock::time_point deadline = pending.lastSign + options_.reply;
+    lock.unlock();
+    const bool served = engine->runner().runOne(guest, deadline);
+    lock.lock();
+    if (!served && !over() && !pending.arrived) changed_.wait_until(lock, deadline);
+    if (!over() && !pending.arrived && Clock::now() >= pending.lastSign + options_.reply) {
       pending.failure = "no answer within " + secondsText(options_.reply);
     }
   }

@@ -1,7 +1,7 @@
 // The host's side of one port: its state, its exchanges and its listening thread. BXSerialCom is a thin face of it.
 //
 // The thread that serves the engine only files what arrives, under `mutex_`; handlers run on the requesting thread or
-// the listening thread, through the gate, with no lock held. While it waits, the listening thread serves the engine.
+// the listening thread, through the gate, with no lock held. Whoever waits for the device serves the engine meanwhile.
 #pragma once
 
 #include <atomic>

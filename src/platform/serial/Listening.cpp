@@ -54,14 +54,14 @@ void Link::setRunning(bool running) {
   if (!running && isListeningThread()) endSeen_ = true;
   if (!running && running_) toDrain_ = streamed_.size();
   running_ = running;
-  if (engine_) engine_->wakeService();
+  if (engine_) engine_->runner().nudge();
 }
 
 void Link::listen(HandlerGate::Opening opening, Engine& engine) {
   listeningId_ = std::this_thread::get_id();
   while (hearNext(opening, engine)) {
   }
-  engine.leaveService();
+  engine.runner().relieve();
   endListening();
   auto own = std::this_thread::get_id();
   listeningId_.compare_exchange_strong(own, std::thread::id());  // unless another stream has begun meanwhile
@@ -74,7 +74,7 @@ bool Link::hearNext(HandlerGate::Opening opening, Engine& engine) {
     Lock lock(mutex_);
     while (streamed_.empty() && running_ && sessionUp_ && opening == opening_) {
       lock.unlock();
-      engine.serveOnce();
+      engine.runner().runOne(Runner::Guest::Listener, std::nullopt);
       lock.lock();
     }
     if (endSeen_ || opening != opening_ || streamed_.empty()) return false;

@@ -1,15 +1,16 @@
 #include "platform/serial/Runner.h"
 
 #include <boost/asio/post.hpp>
-#include <chrono>
 
 namespace BX::link {
 
 namespace {
 
-// A guest that stays away for so long is relieved: after twice the time at most, when the device has just repeated its
-// first frame and is far from giving up.
-constexpr std::chrono::milliseconds patience{100};
+using namespace std::chrono_literals;
+
+// A guest that stays away for so long, or twice as long at most, is relieved. A listener's records may then have been
+// repeated once; the device is far from giving up. A requester has often nothing more to ask.
+std::chrono::milliseconds patience(Runner::Guest guest) { return guest == Runner::Guest::Listener ? 100ms : 10ms; }
 
 }  // namespace
 
@@ -37,10 +38,10 @@ void Runner::stop(std::function<void()> last) {
 void Runner::serve() {
   Lock lock(mutex_);
   while (!stopped_) {
-    if (hasGuest_ || running_) {
+    if (guest_ != Guest::None || running_) {
       watchGuest(lock);
     } else {
-      run(lock);
+      run(lock, std::nullopt);
       free_.notify_all();
     }
   }
@@ -51,36 +52,42 @@ void Runner::serve() {
 
 void Runner::watchGuest(Lock& lock) {
   const std::uint64_t seen = turns_;
-  own_.wait_for(lock, patience, [this] { return stopped_ || (!hasGuest_ && !running_); });
-  if (!running_ && turns_ == seen) hasGuest_ = false;
+  own_.wait_for(lock, patience(guest_), [this] { return stopped_ || (guest_ == Guest::None && !running_); });
+  if (!running_ && turns_ == seen) guest_ = Guest::None;
 }
 
-void Runner::run(Lock& lock) {
+void Runner::run(Lock& lock, std::optional<Time> deadline) {
   running_ = true;
   ++turns_;
   lock.unlock();
-  context_.run_one();
+  if (deadline) {
+    context_.run_one_until(*deadline);
+  } else {
+    context_.run_one();
+  }
   lock.lock();
   running_ = false;
   ++turns_;
 }
 
-void Runner::runOne() {
+bool Runner::runOne(Guest guest, std::optional<Time> deadline) {
   Lock lock(mutex_);
-  if (stopped_) return;
-  if (hasGuest_) {
-    run(lock);
-    if (stopped_ || !hasGuest_) own_.notify_one();
-    return;
+  if (stopped_ || guest_ > guest) return false;
+  if (guest_ == guest && !running_) {
+    run(lock, deadline);
+    if (stopped_ || guest_ == Guest::None) own_.notify_one();
+    if (guest_ != guest) free_.notify_all();
+    return true;
   }
-  hasGuest_ = true;
+  guest_ = guest;
   if (running_) nudge();
   free_.wait(lock, [this] { return !running_ || stopped_; });
+  return true;
 }
 
 void Runner::relieve() {
   const Lock lock(mutex_);
-  hasGuest_ = false;
+  guest_ = Guest::None;
   own_.notify_one();
 }
 

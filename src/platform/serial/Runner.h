@@ -1,16 +1,17 @@
 // Runs the io_context of a line, on one thread at a time: a thread of its own or a guest, which would only wait for
-// what arrives and so spares a switch of threads for each frame. A guest that stays away, in a handler of the user, is
-// relieved.
+// what arrives and so spares a switch of threads for each frame. A guest that stays away is relieved.
 #pragma once
 
 #include <utility>
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace BX::link {
@@ -29,11 +30,18 @@ class Runner {
   // what the context runs.
   void stop(std::function<void()> last);
 
-  // ---- For a guest, one at a time
-  // Waits for the next event and handles it. Returns without one when the guest has just come, since others may have
-  // handled what it waits for, and once the runner has stopped.
-  void runOne();
-  // The guest goes: the own thread takes over. Any thread.
+  // Who comes; the later in this list takes over from the earlier. One of each at a time.
+  enum class Guest {
+    None,
+    Requester,  // waits for an answer; relieved soon after its last turn
+    Listener,   // waits for a stream
+  };
+  using Time = std::chrono::steady_clock::time_point;
+  // Waits for the next event, until `deadline` if there is one, and handles it. Returns without one when the guest has
+  // just come, since others may have handled what it waits for. False when it is not to come: another guest goes first,
+  // or the runner has stopped.
+  bool runOne(Guest guest, std::optional<Time> deadline);
+  // The guest goes: the own thread takes over. Called by the guest.
   void relieve();
   // Makes runOne return. Any thread.
   void nudge();
@@ -42,7 +50,7 @@ class Runner {
   using Lock = std::unique_lock<std::mutex>;
   void serve();
   void watchGuest(Lock& lock);
-  void run(Lock& lock);
+  void run(Lock& lock, std::optional<Time> deadline);
 
   boost::asio::io_context& context_;
   boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_;
@@ -50,10 +58,10 @@ class Runner {
 
   std::mutex mutex_;              // guards everything below; not held while the context runs
   std::condition_variable own_;   // the own thread waits, for the guest to go
-  std::condition_variable free_;  // others wait, for the own thread to pause
+  std::condition_variable free_;  // a guest waits, for another thread to pause
   std::function<void()> last_;
   std::uint64_t turns_ = 0;  // begun and ended
-  bool hasGuest_ = false;
+  Guest guest_ = Guest::None;
   bool running_ = false;
   bool stopped_ = false;
 };
