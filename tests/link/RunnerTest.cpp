@@ -5,12 +5,15 @@
 
 #include <atomic>
 #include <boost/asio/post.hpp>
+#include <chrono>
 #include <future>
 #include <memory>
 #include <thread>
 
 namespace BX::link {
 namespace {
+
+using namespace std::chrono_literals;
 
 class RunnerTest : public testing::Test {
  protected:
@@ -51,24 +54,24 @@ TEST_F(RunnerTest, relievesAGuestThatStaysAwayAndLetsItComeBack) {
 }
 
 TEST_F(RunnerTest, runsOneThreadAtATime) {
+  constexpr int events = 20'000;
   std::atomic<int> inside = 0;
   std::atomic<int> handled = 0;
-  constexpr int events = 20'000;
-  std::thread poster([&] {
-    for (int i = 0; i < events; ++i) {
+  const auto serve = [&](Runner::Guest guest) {
+    for (int i = 0; handled < events; ++i) {
       boost::asio::post(context, [&] {
         EXPECT_EQ(++inside, 1);
         ++handled;
         --inside;
       });
+      if (!runner.runOne(guest, std::chrono::steady_clock::now() + 1ms)) std::this_thread::yield();
+      if (guest == Runner::Guest::Listener && i % 10 == 0) runner.relieve();
     }
-  });
-  for (int i = 0; handled < events; ++i) {
-    runner.nudge();  // or the last event might be waited for in vain
-    runner.runOne(Runner::Guest::Listener, {});
-    if (i % 10 == 0) runner.relieve();
-  }
-  poster.join();
+  };
+  std::thread requester(serve, Runner::Guest::Requester);
+  serve(Runner::Guest::Listener);
+  runner.relieve();
+  requester.join();
 }
 
 TEST_F(RunnerTest, stopsWhateverTheGuestDoes) {

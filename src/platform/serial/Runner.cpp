@@ -38,7 +38,7 @@ void Runner::stop(std::function<void()> last) {
 void Runner::serve() {
   Lock lock(mutex_);
   while (!stopped_) {
-    if (guest_ != Guest::None || running_) {
+    if (!mayRun()) {
       watchGuest(lock);
     } else {
       run(lock, std::nullopt);
@@ -50,10 +50,13 @@ void Runner::serve() {
   if (last_) last_();
 }
 
+// Whether it is the own thread's turn.
+bool Runner::mayRun() const { return guest_ == Guest::None && !running_ && coming_ == 0; }
+
 void Runner::watchGuest(Lock& lock) {
   const std::uint64_t seen = turns_;
-  own_.wait_for(lock, patience(guest_), [this] { return stopped_ || (guest_ == Guest::None && !running_); });
-  if (!running_ && turns_ == seen) guest_ = Guest::None;
+  own_.wait_for(lock, patience(guest_), [this] { return stopped_ || mayRun(); });
+  if (!running_ && coming_ == 0 && turns_ == seen) guest_ = Guest::None;
 }
 
 void Runner::run(Lock& lock, std::optional<Time> deadline) {
@@ -75,13 +78,17 @@ bool Runner::runOne(Guest guest, std::optional<Time> deadline) {
   if (stopped_ || guest_ > guest) return false;
   if (guest_ == guest && !running_) {
     run(lock, deadline);
-    if (stopped_ || guest_ == Guest::None) own_.notify_one();
+    if (stopped_ || mayRun()) own_.notify_one();
     if (guest_ != guest) free_.notify_all();
     return true;
   }
   guest_ = guest;
+  free_.notify_all();  // one that was coming gives way
   if (running_) nudge();
-  free_.wait(lock, [this] { return !running_ || stopped_; });
+  ++coming_;
+  free_.wait(lock, [&] { return !running_ || stopped_ || guest_ != guest; });
+  --coming_;
+  if (mayRun()) own_.notify_one();
   return true;
 }
 

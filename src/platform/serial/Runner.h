@@ -49,6 +49,7 @@ class Runner {
  private:
   using Lock = std::unique_lock<std::mutex>;
   void serve();
+  bool mayRun() const;
   void watchGuest(Lock& lock);
   void run(Lock& lock, std::optional<Time> deadline);
 
@@ -62,6 +63,7 @@ class Runner {
   std::function<void()> last_;
   std::uint64_t turns_ = 0;  // begun and ended
   Guest guest_ = Guest::None;
+  int coming_ = 0;  // guests that wait for their first turn
   bool running_ = false;
   bool stopped_ = false;
 };
