@@ -9,8 +9,10 @@
 #include <regex>
 #include <sstream>
 
+#include "bx/BXSerialLink.h"
+#include "platform/serial/LoopbackLine.h"
+#include "simulator/Simulator.h"
 #include "tests/support/Hex.h"
-#include "tests/support/LoopbackDevice.h"
 #include "tools/bx/Tool.h"
 
 namespace BX::tool {
@@ -61,10 +63,13 @@ sim::Options faulty() {
 class Replay : public ::testing::Test {
  protected:
   Replay() {
-    const test::LoopbackDevice device(faulty());
+    link::LoopbackLine line;
+    const sim::Simulator device(faulty(), line.deviceEnd());
+    link::setTransport("lane 1", [&](const std::string&) { return line.hostEnd(); });
     link::setTraceFile(path);
-    printed = outputOf([&](Tool& tool) { runTrain(tool, {.port = device.port, .files = {}, .output = {}}); });
+    printed = outputOf([](Tool& tool) { runTrain(tool, {.port = "lane 1", .files = {}, .output = {}}); });
     link::setTraceFile("");
+    link::setTransport("lane 1", {});
     trace = linesOf(std::ifstream(path));
   }
   ~Replay() override {
@@ -104,7 +109,7 @@ TEST_F(Replay, GoesOnToTheEndOfATraceThatWasBrokenOffOrHungUp) {
     const Lines records = replayed(trace);
     EXPECT_FALSE(records.empty());
     EXPECT_EQ(records, Lines(printed.begin(), printed.begin() + static_cast<std::ptrdiff_t>(records.size())));
-    trace.push_back("99999999 * hung-up loopback");
+    trace.push_back("99999999 * hung-up lane 1");
   }
 }
 
