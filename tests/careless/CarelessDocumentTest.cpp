@@ -164,19 +164,5 @@ TEST(CarelessBitmap, SendsEveryRowAsItIs) {
                                          sealed("664104FDF0C0")}));
 }
 
-TEST(CarelessBitmap, MayBeLongAndWide) {
-  std::string rows = "1";
-  for (int pixel = 1; pixel < 1'000'000; ++pixel) rows += ",1";
-  rows = "[" + rows + "]";
-  for (int row = 1; row < 300; ++row) rows += ",[3,3,3,3]";
-  Lane lane;
-  lane.create("SILHOUETTE", parsed(R"({"SilhouetteTargetNumber":1,"SilhouetteTarget":[)" + rows + "]}"));
-  const auto frames = lane.sent("6641");
-  ASSERT_EQ(frames.size(), 300U);
-  EXPECT_EQ(frames[0].size(), 2 * (3 + 1'000'000 / 4 + 1U));
-  EXPECT_EQ(frames[63], sealed("6641BFFF"));
-  EXPECT_EQ(frames[299], sealed("66412BFF"));
-}
-
 }  // namespace
 }  // namespace BX::test

@@ -1,11 +1,10 @@
-// Control bytes, parameter-set replies and device information, by literal bytes.
+// Control bytes and parameter-set replies by literal bytes.
 #include <gmock/gmock.h>
 
 #include <limits>
 
 #include "config/ControlBytes.h"
 #include "config/ParameterSetFrame.h"
-#include "device/InformationReply.h"
 #include "tests/support/Hex.h"
 
 namespace BX {
@@ -62,16 +61,6 @@ TEST(ParameterSetFrame, ReadsNothingBeyondAReply) {
   }
   EXPECT_EQ(config::controlByte(bytesOf("596500A7")), 0xA7);
   EXPECT_EQ(config::controlByte(bytesOf("596500")), std::nullopt);
-}
-
-TEST(InformationReply, TakesFifteenCharactersOrUpToAZero) {
-  const auto text = [](const std::string& reply) { return device::decodeInformation(bytesOf(reply)).value().text; };
-  EXPECT_EQ(text("596300 4142434445 00 46"), "ABCDE");
-  EXPECT_EQ(text("596300 303132333435363738393A3B3C3D3E 3F"), "0123456789:;<=>");
-  EXPECT_EQ(text("596301"), "");
-  for (const char* other : {"", "59", "5963", "4E6300", "59650041"}) {
-    EXPECT_FALSE(device::decodeInformation(bytesOf(other))) << other;
-  }
 }
 
 }  // namespace

@@ -45,9 +45,12 @@ TEST(Connect, EndsDisconnectedWhenTheDeviceRefuses) {
 }
 
 TEST(Connect, GoesOnWithoutStartupAndWithoutAnItemThatIsAnsweredOddly) {
-  Connection connection(withScript({scripted("73", ""), scripted("6300", "5964"), scripted("6303", "59630341")}));
+  // A text has fifteen characters, or ends at a zero.
+  Connection connection(withScript({scripted("73", ""), scripted("6300", "5964"), scripted("6302", "5963"),
+                                    scripted("6303", "596303 303132333435363738393A3B3C3D3E 3F"),
+                                    scripted("6305", "596305 54494D453A20 31 00 32")}));
   EXPECT_TRUE(connection.device.connectDevice(false));
-  EXPECT_EQ(connection.settings(), R"({"DeviceID":"BX-SIM","Program":"A","Date":"21.11.26","Time":"12:00:00"})");
+  EXPECT_EQ(connection.settings(), R"({"Program":"0123456789:;<=>","Date":"21.11.26","Time":"1"})");
 }
 
 TEST(Connect, TriesThreeTimesToOpenThePort) {

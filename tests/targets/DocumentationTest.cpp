@@ -34,21 +34,6 @@ Names memberNames(const Json& document) {
   return names;
 }
 
-TEST(Documents, AreDocumentedWithEveryKeyOfTheExamples) {
-  const std::pair<const char*, const char*> table[] = {
-      {"device-settings.json", "Device settings"},       {"session-settings.json", "Session settings"},
-      {"ring-25m-precision-pistol.json", "Ring target"}, {"ring-300m-rifle.json", "Ring target"},
-      {"ring-600yd-rifle.json", "Ring target"},          {"silhouette-torso.json", "Silhouette target"}};
-  for (const auto& [file, title] : table) {
-    const auto documented = tableKeys(title);
-    for (const auto& name : memberNames(example(file))) {
-      // The eleven variable diameters share a row.
-      const auto isVariable = name.starts_with("DiameterVariableHminus");
-      EXPECT_THAT(documented, testing::Contains(isVariable ? "DiameterVariableHminus1" : name)) << file;
-    }
-  }
-}
-
 TEST(Documents, NameEveryKeyOfTheCode) {
   const auto page = sourceText("docs/documents.md");
   for (const auto* header : {"src/targets/TargetKeys.h", "src/config/SettingsKeys.h"}) {

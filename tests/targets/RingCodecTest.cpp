@@ -51,15 +51,22 @@ TEST(RingNameFrame, PadsShortNamesAndNeverCutsLongOnes) {
 }
 
 TEST(RingHeaderReply, ScalesByTheUnitsThatItNames) {
-  const auto reply = bytesOf("59 6D 07 00 0F FF 00FF 02FA 0A 01 FF AA 09 FFFF 8000");
-  Json target;
-  ring::writeUnits(reply[targets::reply::contentOffset], target);
-  ring::writeHeader(reply, target);
-  EXPECT_EQ(target.toString(),
-            R"({"NominalShootingDistanceUnit":"Meters","CaliberUnit":"Millimeters","RingGapUnitType":"Millimeters",)"
-            R"("RingsGapsUnit":"Fixed","NominalDistance":25,"Caliber":7.62,"HighestRing":10,)"
-            R"("MinimumRing":1,"HIBMinScore":25,"TargetWidth":17,"TargetHeight":0,"PrismPlaceX":65535,)"
-            R"("PrismPlaceY":32768})");
+  const std::pair<const char*, const char*> table[] = {
+      {"59 6D 07 00 0F FF 00FF 02FA 0A 01 FF AA 09 FFFF 8000",
+       R"({"NominalShootingDistanceUnit":"Meters","CaliberUnit":"Millimeters","RingGapUnitType":"Millimeters",)"
+       R"("RingsGapsUnit":"Fixed","NominalDistance":25,"Caliber":7.62,"HighestRing":10,"MinimumRing":1,)"
+       R"("HIBMinScore":25,"TargetWidth":17,"TargetHeight":0,"PrismPlaceX":65535,"PrismPlaceY":32768})"},
+      {"59 6D 03 00 F0 02 07D0 00DC 0A 05 5A FF 64 0102 FFFE",
+       R"({"NominalShootingDistanceUnit":"Yards","CaliberUnit":"Inches","RingGapUnitType":"Inches",)"
+       R"("RingsGapsUnit":"Variable","NominalDistance":200,"Caliber":0.22,"HighestRing":10,"MinimumRing":5,)"
+       R"("HIBMinScore":9,"TargetWidth":2,"TargetHeight":1,"PrismPlaceX":258,"PrismPlaceY":65534})"}};
+  for (const auto& [hex, document] : table) {
+    const auto reply = bytesOf(hex);
+    Json target;
+    ring::writeUnits(reply[targets::reply::contentOffset], target);
+    ring::writeHeader(reply, target);
+    EXPECT_EQ(target.toString(), document);
+  }
 }
 
 TEST(RingHeaderReply, ReadsEachUnitFromItsOwnBit) {

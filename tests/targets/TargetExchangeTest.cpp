@@ -39,26 +39,6 @@ TEST(TargetStore, ListsRingsThenSilhouettesByNumberAndForgetsAll) {
   EXPECT_EQ(transfer.targetsInUse(), "FFFF02");
 }
 
-TEST(RingDownload, GivesWhatTheStoredFramesDecodeTo) {
-  Transfer transfer;
-  ASSERT_TRUE(transfer.uploadRing(example("ring-600yd-rifle.json")));
-  transfer.device.clearTargetData();
-  ASSERT_TRUE(transfer.device.downloadRingTarget(3));
-  EXPECT_THAT(transfer.sent("6D"), ElementsAre("6D030070", "6D030171", "6D030272", "6D0383F3"));
-  EXPECT_THAT(
-      transfer.targets(),
-      ElementsAre(
-          R"({"RingTargetNumber":3,"NominalShootingDistanceUnit":"Yards","CaliberUnit":"Inches",)"
-          R"("RingGapUnitType":"Inches","RingsGapsUnit":"Variable","NominalDistance":600,"Caliber":0.308,)"
-          R"("HighestRing":10,"MinimumRing":5,"HIBMinScore":9,"TargetWidth":0,"TargetHeight":0,"PrismPlaceX":0,)"
-          R"("PrismPlaceY":0,"DiameterInnerWhite":0,"DiameterBlackArea":36,"HitRingGap":0,"DiameterX":6,)"
-          R"("DiameterHighestRing":12,"DiameterVariableHminus1":18,"DiameterVariableHminus2":24,)"
-          R"("DiameterVariableHminus3":36,"DiameterVariableHminus4":48,"DiameterVariableHminus5":60,)"
-          R"("DiameterVariableHminus6":0,"DiameterVariableHminus7":0,"DiameterVariableHminus8":0,)"
-          R"("DiameterVariableHminus9":0,"DiameterVariableHminus10":0,"DiameterVariableHminus11":0,)"
-          R"("TargetName":"600yd MR-1","TargetType":"RING"})"));
-}
-
 TEST(RingDownload, KeepsTheHeaderOfATargetThatIsThereAndScalesByItsUnit) {
   Transfer transfer(withScript({scripted("6D0700", "596D0700 F1 02 07D0 00DC 0A 05 5A 48 48 0000 0000")}));
   const std::string header = R"({"RingTargetNumber":7,"NominalDistance":25,"RingGapUnitType":"mm","TargetWidth":170)";
