@@ -98,10 +98,12 @@ TEST(ParameterSets, PassOverAnswersThatAreNone) {
   EXPECT_EQ(connection.settings(), simulatedInformation + "}");
 }
 
-TEST(ParameterSets, AreWrittenFromSettingsAndTargetsInUse) {
-  Connection connection;
+TEST(ParameterSets, AreWrittenFromSettingsAndTargetsInUseAndFailWithAnyOfThem) {
+  Connection connection(refusing("6483"));
   ASSERT_TRUE(connection.connect());
   ASSERT_TRUE(connection.enter(BXSerialCom::TRANSFER));
+  Json ring = parsed(R"({"RingTargetNumber":263,"NumberOfPrisms":258})");
+  ASSERT_TRUE(connection.device.uploadRingTarget(ring));  // target 7 of the device, 2 prisms
   connection.device.setDeviceSettings(
       parsed(R"({"Mounting":"BELOW","ArrowButtonsEnabled":false,"UseZeroing":true,"RegisterAllTriggers":false,)"
              R"("TargetReceiverHitIndicationBeam":false,"SleepWakeUp":false,"GraphicDisplay":false,)"
@@ -109,23 +111,10 @@ TEST(ParameterSets, AreWrittenFromSettingsAndTargetsInUse) {
   connection.device.setSessionSettings(
       parsed(R"({"isInFieldMode":false,"NumberOfBullets":10,"WakeupAngle":300,"ShotRejectionAngle":-1,)"
              R"("SleepTimeout":2.9,"TriggerSensitivity":5,"CockingDelay":1.25})"));
-  EXPECT_TRUE(connection.device.setParameterSetFrames());
-  EXPECT_THAT(connection.sent("64"),
-              ElementsAre("64000301010000000000000000000000000069", "64010C20FFFF000A2CFF02050C0000000000D7",
-                          "64020C20FFFF000A2CFF02050C0000000000D8", "6483FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFD7"));
-}
-
-TEST(ParameterSets, AreWrittenFromEmptyDocumentsAndEndAtARefusal) {
-  Connection connection(refusing("6402"));
-  ASSERT_TRUE(connection.connect());
-  ASSERT_TRUE(connection.enter(BXSerialCom::TRANSFER));
-  Json ring = parsed(R"({"RingTargetNumber":263,"NumberOfPrisms":258})");
-  ASSERT_TRUE(connection.device.uploadRingTarget(ring));  // target 7 of the device, 2 prisms
-  connection.device.setDeviceSettings(Json());
   EXPECT_FALSE(connection.device.setParameterSetFrames());
   EXPECT_THAT(connection.sent("64"),
-              ElementsAre("64001001020000000000000000000000000077", "64011E2107FF02FFFFFFFFFF000000000000A7",
-                          "64021E2107FF02FFFFFFFFFF000000000000A8"));
+              ElementsAre("64000301010000000000000000000000000069", "6401022007FF020A2CFF02050C0000000000D7",
+                          "6402022007FF020A2CFF02050C0000000000D8", "6483FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFD7"));
 }
 
 TEST(Stream, AddsARecordForEachPayloadAndStopsWhenTold) {
@@ -178,11 +167,6 @@ TEST(Device, KeepsItsModeUntilADifferentOneIsGranted) {
   EXPECT_FALSE(connection.enter(BXSerialCom::TRANSFER));
   EXPECT_EQ(connection.device.getSerialCom().currentDeviceMode, BXSerialCom::INFORMATION);
   EXPECT_THAT(connection.sent("6F"), ElementsAre("6F0271", "6F0675"));
-
-  connection.device.setError(false);
-  connection.device.poll();
-  EXPECT_THAT(connection.sent("70"), ElementsAre("7070"));
-  EXPECT_FALSE(connection.device.hasError());
 }
 
 TEST(Device, CopiesClosedAndWithItsTargetAsSessionSettings) {

@@ -69,9 +69,9 @@ TEST(SilhouetteRowReply, AppendsRowsAndBeginsAnewAtRowZero) {
   const auto rows = [](const std::string& first, const std::string& second) {
     std::string zeros;
     for (int i = 4; i < 63; ++i) zeros += ",0";
-    return R"({"TargetName":"abc","SilhouetteTarget":[[)" + first + zeros + second;
+    return R"({"TargetType":"","TargetName":"abc","SilhouetteTarget":[[)" + first + zeros + second;
   };
-  auto target = parsed(R"({"SilhouetteTarget":"none","TargetName":"abc"})");
+  auto target = parsed(R"({"SilhouetteTarget":"none","TargetType":"","TargetName":"abc"})");
   append(target, "59 67 40 05 1B000000000000000000000000000002 FF");  // no bitmap yet; what follows is no pixel
   EXPECT_EQ(target.toString(), rows("0,1,2,3", ",2]]}"));
   append(target, "59 67 40 01 FF");  // a short row is filled with zeros

@@ -97,11 +97,13 @@ TEST(StoredSession, FailsWithoutRecords) {
 }
 
 TEST(StoredSession, IsClearedInSevenBlocks) {
-  StoredSession session(storing({{0, 0, shot(1, 255, 255)}, {5, 0, measurement}}));
+  StoredSession session(storing({{0, 0, shot(1, 4, 255)}, {5, 0, measurement}}));
+  ASSERT_TRUE(session.uploadRing(parsed(R"({"RingTargetNumber":4})")));
   EXPECT_EQ(session.download(), "1-");
   ASSERT_TRUE(session.device.clearTrainingDataOnDevice());
   EXPECT_THAT(session.device.getTrainingFrames(), IsEmpty());
   EXPECT_EQ(session.download(), "");
+  EXPECT_THAT(session.sent("6D"), SizeIs(4));  // for the first download alone
   EXPECT_THAT(session.sent("62"), ElementsAre("62000062", "62050067", "6200FF61", "6201FF62", "6202FF63", "6203FF64",
                                               "6204FF65", "6205FF66", "6206FF67"));
 }

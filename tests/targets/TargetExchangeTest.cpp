@@ -68,19 +68,6 @@ TEST(RingDownload, EndsAtTheFirstRefusalAndKeepsWhatCame) {
   EXPECT_THAT(transfer.targets(), ElementsAre(testing::EndsWith(R"("PrismPlaceY":0})")));
 }
 
-TEST(SilhouetteUpload, SendsSettingsNameAndRows) {
-  Transfer transfer;
-  ASSERT_TRUE(transfer.uploadSilhouette(example("silhouette-torso.json")));
-  const auto sent = transfer.sent("66");
-  ASSERT_THAT(sent, SizeIs(66));
-  EXPECT_EQ(sent[0], "660000000101F400000000000001F40000000051");
-  EXPECT_EQ(sent[1], "660001746F72736F00000000000000000000009E");
-  EXPECT_EQ(sent[2], "66400000000000000000000000000000000000A6");
-  EXPECT_EQ(sent[40], "6640260000015556AABFFFFFFEAA9555400000B1");
-  EXPECT_EQ(sent[65], "6640BF0000000555555555555555555000000062");
-  EXPECT_EQ(transfer.targetsInUse(), "FF0001");
-}
-
 TEST(SilhouetteUpload, EndsAtTheFirstRefusalAndNeedsNoRows) {
   const struct {
     const char* refused;
@@ -104,10 +91,11 @@ TEST(SilhouetteUpload, EndsAtTheFirstRefusalAndNeedsNoRows) {
   }
 }
 
-TEST(SilhouetteDownload, BringsSlotZeroBackWhole) {
+TEST(SilhouetteDownload, BringsWhatWentUpToSlotZeroBackWhole) {
   Transfer transfer;
   const auto target = example("silhouette-torso.json");
   ASSERT_TRUE(transfer.uploadSilhouette(target));
+  EXPECT_EQ(transfer.targetsInUse(), "FF0001");
   transfer.device.clearTargetData();
   // The second time, all but the settings comes anew.
   for (int i = 0; i < 2; ++i) {
@@ -120,12 +108,19 @@ TEST(SilhouetteDownload, BringsSlotZeroBackWhole) {
             R"("TargetName":"torso","SilhouetteTarget":)" +
             getDocument(target, "SilhouetteTarget").toString() + R"(,"TargetType":"SILHOUETTE"})"));
   }
-  const auto sent = transfer.sent("67");
-  ASSERT_THAT(sent, SizeIs(2 * 66));
-  EXPECT_EQ(sent[0], "67000067");
-  EXPECT_EQ(sent[1], "67000168");
-  EXPECT_EQ(sent[2], "674000A7");
-  EXPECT_EQ(sent[65], "67403FE6");
+  const auto up = transfer.sent("66");
+  ASSERT_THAT(up, SizeIs(66));
+  EXPECT_EQ(up[0], "660000000101F400000000000001F40000000051");
+  EXPECT_EQ(up[1], "660001746F72736F00000000000000000000009E");
+  EXPECT_EQ(up[2], "66400000000000000000000000000000000000A6");
+  EXPECT_EQ(up[40], "6640260000015556AABFFFFFFEAA9555400000B1");
+  EXPECT_EQ(up[65], "6640BF0000000555555555555555555000000062");
+  const auto down = transfer.sent("67");
+  ASSERT_THAT(down, SizeIs(2 * 66));
+  EXPECT_EQ(down[0], "67000067");
+  EXPECT_EQ(down[1], "67000168");
+  EXPECT_EQ(down[2], "674000A7");
+  EXPECT_EQ(down[65], "67403FE6");
 }
 
 TEST(SilhouetteDownload, ReadsEveryReplyOfAnotherSlotAsARow) {
