@@ -59,36 +59,32 @@ TEST(Failure, ADeviceThatHangsUpInAStreamKeepsWhatArrived) {
 
 TEST(Failure, ARefusalIsToldByItsStep) {
   const std::string examples = std::string(BX_SOURCE_DIR) + "/examples/";
+  const std::string shotAtRing9 = "0 0 CA6A" + std::string(24, '0') + "09FF03" + std::string(26, '0');
   const struct {
-    const char* script;
+    const char* option;
+    std::string file;
     const char* subcommand;
     std::vector<std::string> arguments;
     const char* line;
-  } table[] = {{"6302 =\n", "info", {}, "connect: refused by the device"},
-               {"6509 =\n", "info", {}, "connect: refused by the device"},
-               {"6402 =\n", "settings", {"--device", examples + "device-settings.json"}, "write settings: "},
-               {"6C =\n", "target", {examples + "ring-300m-rifle.json"}, "upload target: "},
-               {"6F03 =\n", "train", {"--seconds", "60"}, "start training: "},
-               {"6320 =\n", "download", {}, "download: "},
-               {"6205FF =\n", "clear", {}, "clear: block 5: "},
-               {"", "target", {"--get", "77"}, "download target: ring target 77: "}};
-  for (const auto& [script, subcommand, arguments, line] : table) {
+  } table[] = {{"--script", "6302 =", "info", {}, "connect: refused by the device"},
+               {"--script", "6509 =", "info", {}, "connect: refused by the device"},
+               {"--script", "6402 =", "settings", {"--device", examples + "device-settings.json"}, "write settings: "},
+               {"--script", "6C =", "target", {examples + "ring-300m-rifle.json"}, "upload target: "},
+               {"--script", "6F03 =", "train", {"--seconds", "60"}, "start training: "},
+               {"--script", "6320 =", "download", {}, "download: "},
+               {"--script", "6205FF =", "clear", {}, "clear: block 5: "},
+               {"--script", "", "target", {"--get", "77"}, "download target: ring target 77: "},
+               {"--stored", shotAtRing9, "download", {}, "download: ring target 9: refused by the device"}};
+  for (const auto& [option, file, subcommand, arguments, line] : table) {
     SCOPED_TRACE(line);
     const Folder folder;
-    const Device device({"--script", folder.write("script", script)});
+    const Device device({option, folder.write("file", file + "\n")});
     std::vector<std::string> command = {"--quiet", subcommand, device.port()};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    expectFailure(bx(command), 1, device.port() + ": " + line);
+    const Outcome outcome = bx(command);
+    expectFailure(outcome, 1, device.port() + ": " + line);
+    EXPECT_THAT(outcome.out, IsEmpty());
   }
-}
-
-TEST(Failure, AStoredShotAtATargetThatTheDeviceLacks) {
-  const Folder folder;
-  const std::string shotAtRing9 = "CA6A" + std::string(24, '0') + "09FF03" + std::string(26, '0');
-  const Device device({"--stored", folder.write("stored", "0 0 " + shotAtRing9 + "\n")});
-  const Outcome outcome = bx({"download", device.port()});
-  expectFailure(outcome, 1, device.port() + ": download: ring target 9: refused by the device");
-  EXPECT_THAT(outcome.out, IsEmpty());
 }
 
 TEST(Failure, BadInputIsRefusedBeforeThePortIsOpened) {
