@@ -95,13 +95,9 @@ TEST(CarelessDocument, TravelsAsTheRulesHaveIt) {
   const std::pair<Json, Payloads> table[] = {
       {Json(), allMissing},
       {parsed(R"([{"Mounting":"LEFT"}])"), allMissing},
-      {parsed("null"), allMissing},
-      {filled("null"), allMissing},
       {filled(R"("1")"), allMissing},
       {filled(R"({"Mounting":"LEFT"})"), allMissing},
-      {filled("18446744073709551615"), allMissing},
       {filled("false"), allZero},
-      {filled("-0.0"), allZero},
       {filled("true"), allOne},
       {filled("4294967297"), allOne},
       {filled("-1"),
@@ -110,7 +106,6 @@ TEST(CarelessDocument, TravelsAsTheRulesHaveIt) {
       {filled("9.99"),
        {allMissing[0], "64011C21FFFF00090909090963000000000030", "6C0900F102005A270609095A000909000900097F",
         "6C090103840384038403840384038403840384AE", "6609005001005A000000000000005A0009000986"}},
-      {filled("2147483648.5"), allBeyond},
       {filled("-1e300"), allBeyond},
       {filled(Limits::infinity()), allBeyond},
       {filled(Limits::quiet_NaN()), allBeyond}};
@@ -143,16 +138,6 @@ TEST(CarelessText, TravelsByteByByte) {
     lane.create("SILHOUETTE", target);
     EXPECT_EQ(lane.sent("660101"), Payloads{sealed("660101" + padded)});
   }
-}
-
-TEST(CarelessText, OfAMegabyteIsAWrongUnitOrALongName) {
-  const std::string text(std::size_t{1} << 20U, 'x');
-  EXPECT_EQ(framesOf(parsed("{\"" + text + R"(":1,"Mounting":")" + text + R"(","CaliberUnit":")" + text + "\"}")),
-            allMissing);
-  Lane lane;
-  lane.create("RING", parsed(R"({"RingTargetNumber":1,"TargetName":")" + text + "\"}"));
-  const auto frame = "6C0183" + hexOf(std::vector<std::uint8_t>(text.size(), 'x')) + std::string(2 * 6, '0');
-  EXPECT_TRUE(lane.sent("6C0183") == Payloads{sealed(frame)});  // not printed: two megabytes
 }
 
 TEST(CarelessBitmap, SendsEveryRowAsItIs) {

@@ -1,16 +1,13 @@
-// Control bytes and parameter-set replies by literal bytes.
+// Control bytes and the cocking delay, as bytes.
 #include <gmock/gmock.h>
 
 #include <limits>
 
 #include "config/ControlBytes.h"
 #include "config/ParameterSetFrame.h"
-#include "tests/support/Hex.h"
 
 namespace BX {
 namespace {
-
-using test::bytesOf;
 
 TEST(ControlBytes, PlacementTravelsInThreeBits) {
   const struct {
@@ -52,15 +49,6 @@ TEST(ParameterSetFrame, CutsTheCockingDelayToTenthsInAByte) {
                                           {-std::numeric_limits<double>::infinity(), 0},
                                           {std::numeric_limits<double>::quiet_NaN(), 0}};
   for (const auto& [seconds, byte] : table) EXPECT_EQ(config::encodeCockingDelay(seconds), byte) << seconds;
-}
-
-TEST(ParameterSetFrame, ReadsNothingBeyondAReply) {
-  EXPECT_EQ(config::frameNumber(bytesOf("5965B8")), 0xB8);
-  for (const char* other : {"", "59", "5965", "596300", "4E6500"}) {
-    EXPECT_EQ(config::frameNumber(bytesOf(other)), std::nullopt) << other;
-  }
-  EXPECT_EQ(config::controlByte(bytesOf("596500A7")), 0xA7);
-  EXPECT_EQ(config::controlByte(bytesOf("596500")), std::nullopt);
 }
 
 }  // namespace

@@ -90,11 +90,12 @@ TEST(ParameterSets, EndAtARefusal) {
 }
 
 TEST(ParameterSets, PassOverAnswersThatAreNone) {
-  Connection connection(withScript({scripted("6500", "596500"), scripted("6501", "59660A00FF")}));
+  Connection connection(
+      withScript({scripted("6500", "596500"), scripted("6501", "59660A00FF"), scripted("6502", "5965")}));
   ASSERT_TRUE(connection.connect());
   testing::internal::CaptureStdout();
   EXPECT_TRUE(connection.device.getParameterSetFrames());
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "DEF: 59 66 a 0 ff \n\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "DEF: 59 66 a 0 ff \n\nDEF: 59 65 \n\n");
   EXPECT_EQ(connection.settings(), simulatedInformation + "}");
 }
 

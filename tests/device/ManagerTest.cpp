@@ -135,6 +135,9 @@ TEST(Operations, BracketTransfersWithModes6And4) {
     EXPECT_EQ(payloads.back(), "6F0473");
   }
   EXPECT_EQ(registered.device().getTarget().toString(), target.toString());
+  EXPECT_TRUE(manager.createTargetOnDevice("loopback", "RING", target));
+  manager.clearTargetData("loopback");
+  EXPECT_THAT(registered.device().getAllTargets(), IsEmpty());
 }
 
 TEST(Operations, StopTrainingBringsEveryRecord) {

@@ -11,16 +11,29 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
-TEST(RingUpload, StaysInTheDeviceObjectWhenAnyFrameIsRefused) {
-  const std::vector<std::string> parts{"6C0300", "6C0301", "6C0302", "6C0383"};
-  for (std::size_t refused = 0; refused < parts.size(); ++refused) {
-    Transfer transfer(refusing(parts[refused]));
-    const auto target = example("ring-600yd-rifle.json");
-    EXPECT_FALSE(transfer.uploadRing(target));
-    EXPECT_TRUE(transfer.device.hasError());
-    EXPECT_THAT(transfer.sent("6C"), SizeIs(refused + 1));
+TEST(Upload, EndsAtTheFirstRefusalAndStaysInTheDeviceObject) {
+  const std::string rows = "[[0],[1],[2]]";
+  const struct {
+    std::string refused;
+    std::string bitmap;
+    std::size_t frames;
+    bool accepted;
+  } table[] = {{"6C0200", "[]", 1, false}, {"6C0201", "[]", 2, false}, {"6C0202", "[]", 3, false},
+               {"6C0283", "[]", 4, false}, {"660200", rows, 1, false}, {"660201", rows, 2, false},
+               {"664201", rows, 4, false}, {"664203", rows, 5, true},  {"664200", "[]", 2, true},
+               {"664200", "{}", 2, true}};
+  for (const auto& [refused, bitmap, frames, accepted] : table) {
+    SCOPED_TRACE(refused);
+    const auto letter = refused.substr(0, 2);
+    const bool isRing = letter == "6C";
+    Transfer transfer(refusing(refused));
+    const auto target = parsed(
+        R"({"RingTargetNumber":2,"SilhouetteTargetNumber":2,"NumberOfPrisms":1,"SilhouetteTarget":)" + bitmap + "}");
+    EXPECT_EQ(isRing ? transfer.uploadRing(target) : transfer.uploadSilhouette(target), accepted);
+    EXPECT_NE(transfer.device.hasError(), accepted);
+    EXPECT_THAT(transfer.sent(letter), SizeIs(frames));
     EXPECT_THAT(transfer.targets(), ElementsAre(target.toString()));
-    EXPECT_EQ(transfer.targetsInUse(), "03FF01");
+    EXPECT_EQ(transfer.targetsInUse(), isRing ? "02FF01" : "FF0201");
   }
 }
 
@@ -66,29 +79,6 @@ TEST(RingDownload, EndsAtTheFirstRefusalAndKeepsWhatCame) {
   EXPECT_FALSE(transfer.device.isDownloading());
   EXPECT_THAT(transfer.sent("6D"), SizeIs(2));
   EXPECT_THAT(transfer.targets(), ElementsAre(testing::EndsWith(R"("PrismPlaceY":0})")));
-}
-
-TEST(SilhouetteUpload, EndsAtTheFirstRefusalAndNeedsNoRows) {
-  const struct {
-    const char* refused;
-    const char* bitmap;
-    std::size_t frames;
-    bool accepted;
-  } table[] = {{"660200", "[[0],[1],[2]]", 1, false},
-               {"660201", "[[0],[1],[2]]", 2, false},
-               {"664201", "[[0],[1],[2]]", 4, false},
-               {"664203", "[[0],[1],[2]]", 5, true},
-               {"664200", "[]", 2, true},
-               {"664200", "{}", 2, true}};
-  for (const auto& [refused, bitmap, frames, accepted] : table) {
-    Transfer transfer(refusing(refused));
-    const auto target =
-        parsed(R"({"SilhouetteTargetNumber":2,"NumberOfPrisms":1,"SilhouetteTarget":)" + std::string(bitmap) + "}");
-    EXPECT_EQ(transfer.uploadSilhouette(target), accepted) << refused;
-    EXPECT_THAT(transfer.sent("66"), SizeIs(frames)) << refused;
-    EXPECT_THAT(transfer.targets(), ElementsAre(target.toString()));
-    EXPECT_EQ(transfer.targetsInUse(), "FF0201");
-  }
 }
 
 TEST(SilhouetteDownload, BringsWhatWentUpToSlotZeroBackWhole) {
