@@ -74,8 +74,13 @@ TEST(Check, BitmapsHave64RowsOf64PixelsFrom0To3) {
     return checked(bitmap(rows, firstRow), silhouette).problems;
   };
   EXPECT_THAT(problems(64, begun + ",3]"), IsEmpty());
-  EXPECT_THAT(problems(63, begun + ",3]"), ElementsAre("\"SilhouetteTarget\" has 63 rows where 64 are expected"));
+  for (const std::size_t rows : {63U, 65U}) {
+    EXPECT_THAT(problems(rows, begun + ",3]"),
+                ElementsAre("\"SilhouetteTarget\" has " + std::to_string(rows) + " rows where 64 are expected"));
+  }
   EXPECT_THAT(problems(64, begun + "]"), ElementsAre("\"SilhouetteTarget\" row 0 has 63 pixels where 64 are expected"));
+  EXPECT_THAT(problems(64, begun + ",3,3]"),
+              ElementsAre("\"SilhouetteTarget\" row 0 has 65 pixels where 64 are expected"));
   EXPECT_THAT(problems(64, begun + ",4]"),
               ElementsAre("\"SilhouetteTarget\" row 0 pixel 63 is no whole number from 0 to 3"));
   EXPECT_THAT(problems(64, "7"),
