@@ -44,14 +44,14 @@ TEST(Reading, GivesTheValueOrTheMissingKeyResult) {
                {R"({"k":18446744073709551615})", true, -1, 18446744073709551615.0},
                {R"({"k":18446744073709551616})", true, smallest, 18446744073709551616.0}};
   const std::string notFound = "Value not found with id: k\n";
-  for (const auto& [text, boolean, integer, number] : table) {
-    SCOPED_TRACE(text);
-    const auto document = parsed(text);
-    EXPECT_EQ(getBoolean(document, "k"), boolean);
-    EXPECT_EQ(errorTextOf([&] { EXPECT_EQ(getInteger(document, "k"), integer); }),
-              integer == missingInteger ? notFound : "");
-    EXPECT_EQ(errorTextOf([&] { EXPECT_EQ(getDouble(document, "k"), number); }),
-              number == missingDouble ? notFound : "");
+  for (const auto& expected : table) {
+    SCOPED_TRACE(expected.document);
+    const auto document = parsed(expected.document);
+    EXPECT_EQ(getBoolean(document, "k"), expected.boolean);
+    EXPECT_EQ(errorTextOf([&] { EXPECT_EQ(getInteger(document, "k"), expected.integer); }),
+              expected.integer == missingInteger ? notFound : "");
+    EXPECT_EQ(errorTextOf([&] { EXPECT_EQ(getDouble(document, "k"), expected.number); }),
+              expected.number == missingDouble ? notFound : "");
   }
 }
 
