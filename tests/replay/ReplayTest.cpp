@@ -13,7 +13,6 @@
 #include "platform/serial/LoopbackLine.h"
 #include "simulator/Simulator.h"
 #include "tests/support/Hex.h"
-#include "tools/bx/Recording.h"
 #include "tools/bx/Tool.h"
 
 namespace BX::tool {
@@ -26,10 +25,9 @@ using ::testing::SizeIs;
 
 using Lines = std::vector<std::string>;
 
-Lines linesOf(const std::string& text) {
+Lines linesOf(std::istream&& text) {
   Lines lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  for (std::string line; std::getline(text, line);) lines.push_back(line);
   return lines;
 }
 
@@ -44,17 +42,15 @@ Lines outputOf(const std::function<void(Tool&)>& run) {
     tool.console.beQuiet();
     run(tool);
   }
-  return linesOf(std::regex_replace(text.str(), std::regex(R"("aimingTime":[-+.e0-9]+)"), ""));
+  return linesOf(std::istringstream(std::regex_replace(text.str(), std::regex(R"("aimingTime":[-+.e0-9]+)"), "")));
 }
 
 sim::Options faulty() {
   sim::Options options;
   options.rate = 2000;
   options.stream.emplace();
-  for (int shot = 1; shot <= 60; ++shot) {
-    auto payload = test::bytesOf("CA6A00 00 0001 0002 0000 0000 0000 05 FF 03 00 000001 00 0000 000000 00 0000");
-    payload[2] = static_cast<std::uint8_t>(shot);
-    options.stream->push_back(payload);
+  for (std::uint8_t shot = 1; shot <= 60; ++shot) {
+    options.stream->push_back(test::bytesOf("CA6A" + test::hexOf(std::vector{shot}) + std::string(2 * 27, '0')));
   }
   options.stream->push_back({0x59});
   for (const char* fault : {"to-host:information:3:drop", "to-host:stream:7:corrupt", "to-host:stream:20:duplicate",
@@ -64,41 +60,30 @@ sim::Options faulty() {
   return options;
 }
 
-// One session for all tests: its fixed waits are real.
 class Replay : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() {
+  Replay() {
     link::LoopbackLine line;
     const sim::Simulator device(faulty(), line.deviceEnd());
     link::setTransport("lane 1", [&](const std::string&) { return line.hostEnd(); });
-    ASSERT_TRUE(link::setTraceFile(path()));
-    printed() = outputOf([](Tool& tool) { runTrain(tool, {.port = "lane 1", .files = {}, .output = {}}); });
+    link::setTraceFile(path);
+    printed = outputOf([](Tool& tool) { runTrain(tool, {.port = "lane 1", .files = {}, .output = {}}); });
     link::setTraceFile("");
     link::setTransport("lane 1", {});
-    std::ifstream file(path());
-    trace() = linesOf((std::ostringstream() << file.rdbuf()).str());
+    trace = linesOf(std::ifstream(path));
   }
-  static void TearDownTestSuite() { std::filesystem::remove(path()); }
-  void TearDown() override { link::setOptions({}); }
+  ~Replay() override {
+    link::setOptions({});
+    std::filesystem::remove(path);
+  }
 
-  static std::string path() {
-    return (std::filesystem::temp_directory_path() / ("bx-replay-" + std::to_string(getpid()))).string();
-  }
-  static Lines& printed() {
-    static Lines lines;
-    return lines;
-  }
-  static Lines& trace() {
-    static Lines lines;
-    return lines;
-  }
-  static Lines replayed(const Lines& lines) {
-    std::ofstream file(path());
+  Lines replayed(const Lines& lines) const {
+    std::ofstream file(path);
     for (const auto& line : lines) file << line << '\n';
     file.close();
-    return outputOf([](Tool& tool) { runReplay(tool, {.file = path(), .port = {}, .target = {}}); });
+    return outputOf([&](Tool& tool) { runReplay(tool, {.file = path, .port = {}, .target = {}}); });
   }
-  static std::string failureOf(const Lines& lines) {
+  std::string failureOf(const Lines& lines) const {
     try {
       replayed(lines);
     } catch (const Failure& failure) {
@@ -106,34 +91,33 @@ class Replay : public ::testing::Test {
     }
     return "none";
   }
+
+  const std::string path = testing::TempDir() + "bx-replay-" + std::to_string(getpid());
+  Lines printed;
+  Lines trace;
 };
 
 TEST_F(Replay, PrintsTheSameRecordsThroughTheSameFaults) {
-  ASSERT_THAT(printed(), SizeIs(60));
-  EXPECT_THAT(trace(), Contains(HasSubstr(" ! ")));
-  EXPECT_EQ(replayed(trace()), printed());
+  ASSERT_THAT(printed, SizeIs(60));
+  EXPECT_THAT(trace, Contains(HasSubstr(" ! ")));
+  EXPECT_EQ(replayed(trace), printed);
 }
 
-TEST_F(Replay, GoesOnToTheEndOfATraceThatWasBrokenOff) {
-  const Lines begun(trace().begin(), trace().end() - 60);
-  const Lines records = replayed(begun);
-  EXPECT_FALSE(records.empty());
-  EXPECT_EQ(records, Lines(printed().begin(), printed().begin() + static_cast<std::ptrdiff_t>(records.size())));
+TEST_F(Replay, GoesOnToTheEndOfATraceThatWasBrokenOffOrHungUp) {
+  trace.resize(trace.size() - 60);
+  for (int i = 0; i < 2; ++i) {
+    const Lines records = replayed(trace);
+    EXPECT_FALSE(records.empty());
+    EXPECT_EQ(records, Lines(printed.begin(), printed.begin() + static_cast<std::ptrdiff_t>(records.size())));
+    trace.push_back("99999999 * hung-up lane 1");
+  }
 }
 
-TEST_F(Replay, EndsWithTheHangUpOfTheTrace) {
-  Lines hungUp(trace().begin(), trace().end() - 60);
-  hungUp.push_back("99999999 * hung-up lane 1");
-  const Lines records = replayed(hungUp);
-  EXPECT_FALSE(records.empty());
-  EXPECT_EQ(records, Lines(printed().begin(), printed().begin() + static_cast<std::ptrdiff_t>(records.size())));
-}
-
-TEST_F(Replay, TellsWhereItDepartsAndEnds) {
+TEST_F(Replay, TellsWhereItDepartsFromTheTrace) {
   link::setOptions({.resend = 5ms, .reply = 50ms});
-  Lines deaf = trace();
+  Lines deaf = trace;
   std::erase_if(deaf, [](const std::string& line) { return line.find(" < ") != std::string::npos; });
-  deaf.insert(deaf.begin() + 2, trace()[2]);  // the first answer only, and none to what follows
+  deaf.insert(deaf.begin() + 2, trace[2]);  // the first answer only, and none to what follows
   EXPECT_THAT(failureOf(deaf), HasSubstr("departs from the trace: line "));
 }
 
@@ -142,7 +126,7 @@ TEST_F(Replay, RefusesWhatIsNoTrace) {
   EXPECT_THAT(failureOf({"0 * opened a", "5 < 00112200 a"}), HasSubstr(":2: no sound frame"));
   EXPECT_THAT(failureOf({}), HasSubstr("nothing was traced"));
   EXPECT_THAT(failureOf({"0 * opened a", "0 * opened b"}), HasSubstr("choose a port by --port, one of: a b"));
-  EXPECT_THAT(failureOf(Lines(trace().begin() + 1, trace().end())), HasSubstr(":1: a trace begins when its port"));
+  EXPECT_THAT(failureOf(Lines(trace.begin() + 1, trace.end())), HasSubstr(":1: a trace begins when its port"));
 }
 
 }  // namespace

@@ -3,51 +3,14 @@
 
 #include <sys/types.h>
 
-#include <condition_variable>
 #include <filesystem>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace BX::test {
 
-struct Outcome {
-  int status = -1;  // exit status, or -1 when a signal ended it
-  std::string out;
-  std::string err;
-};
-
 std::vector<std::string> linesOf(const std::string& text);
 std::string readFile(const std::filesystem::path& path);
-
-class Program {
- public:
-  explicit Program(std::vector<std::string> command);
-  ~Program();  // ends it
-  Program(const Program&) = delete;
-  Program& operator=(const Program&) = delete;
-
-  void send(int signal) const;
-  // Blocks until standard output has `count` lines, and gives them; fewer when the program ended before.
-  std::vector<std::string> awaitLines(std::size_t count);
-  // Blocks until the program has ended.
-  Outcome await();
-
- private:
-  void collect(int descriptor, std::string& text);
-
-  pid_t pid_ = -1;
-  int status_ = -1;
-  bool ended_ = false;
-  std::string out_;
-  std::string err_;
-  int open_ = 2;  // streams that are still read
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::thread outReader_;
-  std::thread errReader_;
-};
 
 // A folder for one test.
 class Folder {
@@ -64,10 +27,41 @@ class Folder {
   std::filesystem::path path_;
 };
 
+struct Outcome {
+  int status = -1;  // exit status, or -1 when a signal ended it
+  std::string out;
+  std::string err;
+};
+
+class Program {
+ public:
+  explicit Program(std::vector<std::string> command);
+  ~Program();  // ends it
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  void send(int signal) const;
+  // Blocks until standard output has `count` lines, and gives them; fewer when the program ended before.
+  std::vector<std::string> awaitLines(std::size_t count);
+  // Blocks until the program has ended.
+  Outcome await();
+
+ private:
+  // Waits for more of standard output; false at its end.
+  bool read();
+
+  Folder folder_;  // standard error goes to a file, which nobody has to read meanwhile
+  pid_t pid_ = -1;
+  bool ended_ = false;
+  int output_ = -1;
+  std::size_t lines_ = 0;
+  Outcome outcome_;
+};
+
 // bx-sim on a pseudo-terminal.
 class Device {
  public:
-  explicit Device(const std::vector<std::string>& arguments = {});
+  explicit Device(std::vector<std::string> arguments = {});
   const std::string& port() const { return port_; }
   void send(int signal) const { program_.send(signal); }
 

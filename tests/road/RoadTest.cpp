@@ -2,48 +2,38 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <array>
 #include <random>
 
 #include "Program.h"
 #include "morva/KeyedAccess.h"
+#include "tests/json/Parsed.h"
 #include "tests/support/Hex.h"
 
 namespace BX::test {
 namespace {
 
-using Json = MORVA::MORVADataTypeJSON;
+using MORVA::getInteger;
+using ::testing::_;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
-Json parse(const std::string& text) {
-  Json document;
-  EXPECT_TRUE(document.parseString(text)) << text;
-  return document;
-}
+const std::string examples = std::string(BX_SOURCE_DIR) + "/examples/";
 
-std::vector<std::string> withPrefix(const std::string& path, const std::string& prefix) {
-  std::vector<std::string> lines;
-  for (const auto& line : linesOf(readFile(path))) {
-    if (line.starts_with(prefix)) lines.push_back(line);
-  }
-  return lines;
-}
-
-// Measurements and shots that carry their index, and payloads that are no records.
-std::string randomPayload(std::mt19937& random, unsigned index) {
-  std::vector<std::uint8_t> bytes(std::uniform_int_distribution<std::size_t>(1, 60)(random));
+// A shot, a measurement or no record, with its number as the tilt, and any bytes else.
+std::string randomPayload(std::mt19937& random, unsigned number) {
+  constexpr std::array<std::uint8_t, 3> kinds = {0x6A, 0x65, 0x00};
+  std::vector<std::uint8_t> bytes(34);
   for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
-  if (bytes[0] == 0x59) bytes[0] = 0;  // would end the stream
-  if (index % 4 != 0) {
-    bytes.resize(34);
-    bytes[0] = 0xCA;
-    bytes[1] = index % 8 == 1 ? 0x6A : 0x65;
-    bytes[8] = static_cast<std::uint8_t>(index >> 8);
-    bytes[9] = static_cast<std::uint8_t>(index);
-  }
+  bytes[0] = 0xCA;
+  bytes[1] = kinds[number % 3];
+  bytes[8] = static_cast<std::uint8_t>(number >> 8);
+  bytes[9] = static_cast<std::uint8_t>(number);
   return hexOf(bytes);
 }
 
@@ -62,72 +52,57 @@ TEST(Road, EveryStreamedPayloadIsOneLineInOrderUntilInterrupted) {
   const auto lines = linesOf(outcome.out);
   ASSERT_THAT(lines, SizeIs(count));
   for (unsigned i = 0; i < count; ++i) {
-    if (i % 4 == 0) continue;
-    ASSERT_EQ(MORVA::getInteger(parse(lines[i]), "Tilt"), static_cast<int>(i)) << lines[i];
+    if (i % 3 == 2) continue;
+    ASSERT_EQ(getInteger(parsed(lines[i]), "Tilt"), static_cast<int>(i)) << lines[i];
   }
 }
 
-TEST(Road, ForcedSettingsReachTheWireAsTheLibraryMakesThem) {
+TEST(Road, SettingsAreWrittenForFilesOnlyAndPrintedAsInfoPrintsThem) {
   const Folder folder;
   const Device device({"--transcript", folder.path("transcript")});
-  const Outcome outcome =
-      bx({"settings", device.port(), "--force", "--device",
-          folder.write("device.json", R"({"Mounting": "BELOW", "ArrowButtonsEnabled": true, "UseZeroing": false,
-             "RegisterAllTriggers": true, "TargetReceiverHitIndicationBeam": false, "SleepWakeUp": 0,
-             "GraphicDisplay": false})"),
-          "--session",
-          folder.write("session.json",
-                       R"({"isInFieldMode": false, "NumberOfBullets": 300, "WakeupAngle": 5, "CockingDelay": 1.25})")});
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(withPrefix(folder.path("transcript"), "> 64"),
-              ElementsAre("> 64001300010000000000000000000000000078", "> 64010420FFFF002C05FFFFFF0C0000000000C1",
-                          "> 64020420FFFF002C05FFFFFF0C0000000000C2", "> 6483FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFD7"));
-  EXPECT_THAT(outcome.err, HasSubstr("\"NumberOfBullets\" 300 does not fit the wire"));
-  EXPECT_THAT(outcome.err, HasSubstr("\"HitSoundBuzzer\": the library takes true"));
-  ASSERT_THAT(linesOf(outcome.out), SizeIs(1));
-  EXPECT_EQ(MORVA::getText(parse(outcome.out), "Mounting"), "BELOW");
-}
-
-TEST(Road, WithoutFilesSettingsWritesNothingAndPrintsWhatInfoPrints) {
-  const Folder folder;
-  const Device device({"--transcript", folder.path("transcript")});
-  const Outcome settings = bx({"settings", device.port()});
+  const auto framesWritten = [&] {
+    auto lines = linesOf(readFile(folder.path("transcript")));
+    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("> 64"); });
+    return lines;
+  };
   const Outcome info = bx({"info", device.port()});
-  EXPECT_EQ(settings.status, 0);
-  EXPECT_EQ(settings.out, info.out);
   EXPECT_THAT(info.err, IsEmpty());
-  EXPECT_NE(MORVA::getText(parse(info.out), "SerialNumber"), "");
-  EXPECT_THAT(withPrefix(folder.path("transcript"), "> 64"), IsEmpty());
+  EXPECT_NE(MORVA::getText(parsed(info.out), "SerialNumber"), "");
+  EXPECT_EQ(bx({"settings", device.port()}).out, info.out);
+  EXPECT_THAT(framesWritten(), IsEmpty());
+
+  // Forced upon the wire as the library makes them, with the device settings that were read.
+  const auto file = folder.write("session.json", R"({"isInFieldMode": false, "NumberOfBullets": 300})");
+  const Outcome forced = bx({"settings", device.port(), "--force", "--session", file});
+  EXPECT_EQ(forced.status, 0) << forced.err;
+  EXPECT_THAT(framesWritten(), ElementsAre(StartsWith("> 640010"), StartsWith("> 64011C21FFFF002C"), _, _));
+  EXPECT_THAT(forced.err, AllOf(HasSubstr("\"NumberOfBullets\" 300 does not fit the wire"),
+                                HasSubstr("missing \"UseZeroing\", \"GraphicDisplay\", \"HitSoundBuzzer\"")));
+  EXPECT_EQ(forced.out, info.out);
 }
 
-TEST(Road, WithoutDeviceSettingsThoseThatWereReadAreWrittenBack) {
-  const Folder folder;
-  const Device device({"--transcript", folder.path("transcript")});
-  const Outcome outcome = bx({"settings", device.port(), "--session", folder.write("s.json", "{}")});
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(withPrefix(folder.path("transcript"), "> 64"), SizeIs(4));
-  EXPECT_THAT(outcome.err, HasSubstr("missing \"UseZeroing\", \"GraphicDisplay\", \"HitSoundBuzzer\""));
+TEST(Road, ATargetGoesUpAndComesDown) {
+  const Device device;
+  const std::string file = examples + "ring-300m-rifle.json";
+  ASSERT_EQ(bx({"target", device.port(), file}).status, 0);
+  const Json given = parsed(readFile(file));
+  const auto number = std::to_string(getInteger(given, "RingTargetNumber"));
+  const Json stored = parsed(bx({"target", device.port(), "--get", number}).out);
+  for (const auto* key : {"RingTargetNumber", "NominalDistance", "DiameterBlackArea", "DiameterHighestRing"}) {
+    EXPECT_EQ(getInteger(stored, key), getInteger(given, key)) << key;
+  }
 }
 
-Json withoutAimingTime(const std::string& line) {
-  Json record = parse(line);
+std::string withoutAimingTime(const std::string& line) {
+  Json record = parsed(line);
   record.getDocument().RemoveMember("aimingTime");
-  return record;
+  return record.toString();
 }
 
-TEST(Road, ATargetASessionAndItsStoredRecords) {
+TEST(Road, ASessionIsWrittenStoredDownloadedAndCleared) {
   const Folder folder;
   const Device device({"--rate", "2000"});
   const std::string& port = device.port();
-  const std::string examples = std::string(BX_SOURCE_DIR) + "/examples/";
-  ASSERT_EQ(bx({"target", port, examples + "ring-300m-rifle.json"}).status, 0);
-  const Json face = parse(readFile(examples + "ring-300m-rifle.json"));
-  const std::string number = std::to_string(MORVA::getInteger(face, "RingTargetNumber"));
-  const Json stored = parse(bx({"target", port, "--get", number}).out);
-  for (const auto* key : {"RingTargetNumber", "NominalDistance", "DiameterBlackArea", "DiameterHighestRing"}) {
-    EXPECT_EQ(MORVA::getInteger(stored, key), MORVA::getInteger(face, key)) << key;
-  }
-
   const Outcome trained = bx({"train", port, "--shots", "3", "--device", examples + "device-settings.json", "--session",
                               examples + "session-settings.json", "--target", examples + "ring-300m-rifle.json",
                               "--output", folder.path("session.jsonl")});
@@ -135,17 +110,18 @@ TEST(Road, ATargetASessionAndItsStoredRecords) {
   EXPECT_THAT(trained.out, IsEmpty());
   const auto session = linesOf(readFile(folder.path("session.jsonl")));
   ASSERT_GT(session.size(), 3U);
-  const Json header = parse(session.front());
+  const Json header = parsed(session.front());
   EXPECT_EQ(MORVA::getText(header, "port"), port);
-  EXPECT_EQ(MORVA::getDocument(header, "target").toString(), face.toString());
-  EXPECT_EQ(MORVA::getInteger(parse(session.back()), "ShotNumber"), 3);
+  EXPECT_EQ(MORVA::getDocument(header, "target").toString(),
+            parsed(readFile(examples + "ring-300m-rifle.json")).toString());
+  EXPECT_EQ(getInteger(parsed(session.back()), "ShotNumber"), 3);
 
   const Outcome downloaded = bx({"download", port});
   ASSERT_EQ(downloaded.status, 0) << downloaded.err;
   const auto records = linesOf(downloaded.out);
   ASSERT_GE(records.size(), session.size() - 1);
   for (std::size_t i = 1; i < session.size(); ++i) {
-    ASSERT_EQ(withoutAimingTime(records[i - 1]).toString(), withoutAimingTime(session[i]).toString()) << i;
+    ASSERT_EQ(withoutAimingTime(records[i - 1]), withoutAimingTime(session[i])) << i;
   }
 
   EXPECT_EQ(bx({"clear", port}).status, 0);
@@ -166,21 +142,24 @@ TEST(Road, TrainingEndsWithItsTimeAndWithItsReader) {
   EXPECT_THAT(linesOf(outcome.out), SizeIs(1));
 }
 
-TEST(Road, TheDemonstrationWalksTheWholeRoad) {
-  const Outcome outcome = bx({"demo", "--shots", "1"});
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  for (const auto* step : {"Connected", "Configured", "Training", "Streamed", "Downloaded", "Cleared", "Done"}) {
-    EXPECT_THAT(outcome.out, HasSubstr(step));
-  }
-  EXPECT_THAT(outcome.err, IsEmpty());
-}
-
 TEST(Road, VerboseShowsTheLibrarysOwnLinesOnStandardError) {
   const Device device({"--rate", "2000"});
   const Outcome outcome = bx({"train", device.port(), "--shots", "1", "--verbose"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.err, HasSubstr(device.port() + ": {"));
   EXPECT_THAT(outcome.out, Not(HasSubstr(device.port())));
+}
+
+TEST(Road, TheDemonstrationWalksIt) {
+  const Outcome outcome = bx({"demo", "--shots", "1"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("Done"));
+  EXPECT_THAT(outcome.err, IsEmpty());
+}
+
+TEST(Road, HelpAndVersionNeedNoDevice) {
+  EXPECT_EQ(bx({"train", "--help"}).status, 0);
+  EXPECT_THAT(bx({"info", "--version"}).out, StartsWith("bx "));
 }
 
 }  // namespace

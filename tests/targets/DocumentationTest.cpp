@@ -1,11 +1,8 @@
 // What docs/ says about documents and payloads, held against the code.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <regex>
 
 #include "records/RecordDecoder.h"
-#include "tests/targets/ConnectedDevice.h"
+#include "tests/targets/TargetTesting.h"
 
 namespace BX::test {
 namespace {
@@ -37,30 +34,6 @@ Names memberNames(const Json& document) {
   return names;
 }
 
-struct Example {
-  const char* file;
-  const char* title;
-};
-
-class ExampleDocument : public testing::TestWithParam<Example> {};
-
-TEST_P(ExampleDocument, HasDocumentedKeysOnly) {
-  const auto documented = tableKeys(GetParam().title);
-  for (const auto& name : memberNames(example(GetParam().file))) {
-    // The eleven variable diameters share a row.
-    const auto isVariable = name.starts_with("DiameterVariableHminus");
-    EXPECT_THAT(documented, testing::Contains(isVariable ? "DiameterVariableHminus1" : name));
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(, ExampleDocument,
-                         testing::Values(Example{"device-settings.json", "Device settings"},
-                                         Example{"session-settings.json", "Session settings"},
-                                         Example{"ring-25m-precision-pistol.json", "Ring target"},
-                                         Example{"ring-300m-rifle.json", "Ring target"},
-                                         Example{"ring-600yd-rifle.json", "Ring target"},
-                                         Example{"silhouette-torso.json", "Silhouette target"}));
-
 TEST(Documents, NameEveryKeyOfTheCode) {
   const auto page = sourceText("docs/documents.md");
   for (const auto* header : {"src/targets/TargetKeys.h", "src/config/SettingsKeys.h"}) {
@@ -79,12 +52,11 @@ TEST(Documents, ListTheMembersOfRecordsInTheirOrder) {
 
 TEST(Payloads, OfTheRingExampleAreAsDocumented) {
   const auto block = matches(section("docs/wire.md", "Ring targets"), "\n([<>] [0-9A-F]+)");
-  ConnectedDevice connected;
-  auto target = example("ring-25m-precision-pistol.json");
-  ASSERT_TRUE(connected.device.uploadRingTarget(target));
-  ASSERT_TRUE(connected.device.downloadRingTarget(1));
-  ASSERT_TRUE(connected.far.simulator.awaitTranscript(block.back(), 1));
-  const auto transcript = connected.far.simulator.transcript();
+  Transfer transfer;
+  ASSERT_TRUE(transfer.uploadRing(example("ring-25m-precision-pistol.json")));
+  ASSERT_TRUE(transfer.device.downloadRingTarget(1));
+  ASSERT_TRUE(transfer.simulator.awaitTranscript(block.back(), 1));
+  const auto transcript = transfer.simulator.transcript();
   ASSERT_GE(transcript.size(), block.size());
   EXPECT_EQ(Names(transcript.end() - static_cast<std::ptrdiff_t>(block.size()), transcript.end()), block);
 }

@@ -4,23 +4,10 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
-#include <string>
 
-#include "morva/MORVADataTypeJSON.h"
-#include "simulator/Hex.h"
+#include "tests/device/DeviceTesting.h"
 
 namespace BX::test {
-
-using Json = MORVA::MORVADataTypeJSON;
-using sim::fromHex;
-using sim::toHex;
-
-inline Json parsed(const std::string& text) {
-  Json document;
-  if (!document.parseString(text)) throw std::runtime_error("not JSON: " + text);
-  return document;
-}
 
 inline std::string sourceText(const std::filesystem::path& path) {
   const std::ifstream file(std::filesystem::path(BX_SOURCE_DIR) / path);
@@ -31,6 +18,27 @@ inline std::string sourceText(const std::filesystem::path& path) {
 inline Json example(const std::string& name) { return parsed(sourceText("examples/" + name)); }
 
 // `hex` without its spaces.
-inline std::string compact(const std::string& hex) { return toHex(fromHex(hex)); }
+inline std::string compact(const std::string& hex) { return hexOf(bytesOf(hex)); }
+
+// A device in transfer mode.
+struct Transfer : Connection {
+  explicit Transfer(sim::Options options = {}) : Connection(std::move(options)) {
+    if (!connect() || !enter(BXSerialCom::TRANSFER)) throw std::runtime_error("no connection");
+  }
+
+  bool uploadRing(Json target) { return device.uploadRingTarget(target); }
+  bool uploadSilhouette(Json target) { return device.uploadSilhouetteTarget(target); }
+
+  std::vector<std::string> targets() const {
+    std::vector<std::string> documents;
+    for (const auto& target : device.getAllTargets()) documents.push_back(target.toString());
+    return documents;
+  }
+  // The bytes of the payload that tell the device which targets are in use: ring, silhouette, prisms.
+  std::string targetsInUse() {
+    if (!device.setParameterSetFrames()) throw std::runtime_error("settings refused");
+    return sent("6401").back().substr(2 * 4, 2 * 3);
+  }
+};
 
 }  // namespace BX::test
