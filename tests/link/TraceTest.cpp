@@ -7,9 +7,8 @@
 
 #include "bx/BXSerialCom.h"
 #include "platform/serial/Trace.h"
+#include "tests/support/DisturbedLine.h"
 #include "tests/support/Hex.h"
-#include "tests/support/HoldingLine.h"
-#include "tests/support/LoopbackDevice.h"
 
 namespace BX::link {
 namespace {
@@ -31,6 +30,16 @@ TEST(TraceEntries, AreReadAsTheyAreWritten) {
   }
 }
 
+// Says something that is no frame as soon as it is open.
+class StrayLine : public test::Around {
+ public:
+  using Around::Around;
+  void open(Events events) override {
+    Around::open(events);
+    events.received(bytesOf("1122 00 3344556677 00"));
+  }
+};
+
 class TraceFileTest : public testing::Test {
  protected:
   ~TraceFileTest() override {
@@ -51,24 +60,9 @@ class TraceFileTest : public testing::Test {
     }
     return lines;
   }
-  // A poll on the port, opened and closed, with stray bytes from the device at both ends.
+  // A poll on the port, opened and closed.
   void poll() {
-    class Stray : public Transport {
-     public:
-      explicit Stray(std::unique_ptr<Transport> inner) : inner_(std::move(inner)) {}
-      void open(Events events) override {
-        inner_->open(events);
-        events.received(bytesOf("1122 00 3344556677 00"));
-        received_ = std::move(events.received);
-      }
-      void write(std::vector<std::uint8_t> bytes) override { inner_->write(std::move(bytes)); }
-      void close() override { inner_->close(); }
-
-     private:
-      std::unique_ptr<Transport> inner_;
-      std::function<void(std::span<const std::uint8_t>)> received_;
-    };
-    setTransport(device_.port, [this](const auto&) { return std::make_unique<Stray>(device_.line.hostEnd()); });
+    setTransport(device_.port, [this](const auto&) { return std::make_unique<StrayLine>(device_.line.hostEnd()); });
     BXSerialCom com;
     com.initializePort(device_.port);
     ASSERT_TRUE(com.openPort());
