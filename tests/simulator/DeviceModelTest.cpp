@@ -9,6 +9,7 @@ namespace BX::sim {
 namespace {
 
 using test::bytesOf;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::SizeIs;
 using testing::StartsWith;
@@ -69,9 +70,7 @@ TEST(DeviceModel, KeepsParameterSetsAsWritten) {
       6504 > 4E65
       6583 > 4E65)");
   for (const std::string set : {"02", "08", "09", "10", "11", "12", "13", "B8"}) {
-    const std::string answer = device.ask("65" + set);
-    EXPECT_THAT(answer, StartsWith("5965" + set));
-    EXPECT_THAT(answer, SizeIs(2 * (3 + 16)));
+    EXPECT_THAT(device.ask("65" + set), AllOf(StartsWith("5965" + set), SizeIs(2 * (3 + 16))));
   }
 }
 

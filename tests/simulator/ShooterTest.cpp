@@ -75,12 +75,5 @@ TEST(Shooter, HitsLikeADecentShooterAtEveryDistance) {
   EXPECT_LE(meanRadius(records(3, 60000, {3, 7, wire::noTarget, 3000}), 299.25), 120);
 }
 
-TEST(Shooter, IsBarelySeenUntilItComesUpToTheTarget) {
-  const auto all = records(4, 91);
-  EXPECT_EQ(all.front()[16], 0x01);
-  EXPECT_LT(signed16(all.front(), 6), -2500);
-  for (std::size_t i = 50; i < 90; ++i) EXPECT_EQ(all[i][16], 0) << i;
-}
-
 }  // namespace
 }  // namespace BX::sim

@@ -49,17 +49,6 @@ TEST_F(TargetStore, GivesSilhouettesBackWithTheRequestEchoed) {
       660302 00*16 > 4E66)");
 }
 
-TEST_F(TargetStore, TakesTheLastRowByItsMark) {
-  device.talk("660300 A3*16 > 5966 \n 660301 B3*16 > 5966");
-  for (std::uint8_t row = 0; row < 63; ++row) device.talk("6643" + test::hexOf(Bytes{row, row}) + " > 5966");
-  device.talk(R"(
-      6643BF EE > 5966
-      670300 > 59670300 A3*16
-      67403E > 5967403E 3E
-      67403F > 5967403F EE
-      6740BF > 596740BF EE)");
-}
-
 TEST_F(TargetStore, TellsTheRowsOfOneSlotFromTheFramesOfAnother) {
   // Frame 0 to 0x43 is row 0 of slot 3; the second one is no row 1, but the settings of slot 0x43 itself.
   device.talk(R"(
