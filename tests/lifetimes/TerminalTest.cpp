@@ -6,7 +6,6 @@
 #include <ctime>
 #include <random>
 
-#include "platform/serial/Frame.h"
 #include "tests/lifetimes/Lifetimes.h"
 
 namespace BX::test {
@@ -103,21 +102,6 @@ TEST_F(Terminal, ConnectsWhateverWasLeftOnIt) {
     ASSERT_TRUE(com.openPort()) << link::lastError(port);
     for (int i = 0; i < 20; ++i) EXPECT_TRUE(com.poll()) << link::lastError(port);
   }
-}
-
-// Frames that a device sent to the host before this one.
-TEST_F(Terminal, BringsNoFrameOfAnEarlierSession) {
-  sim::Bytes stale;
-  for (const char* content : {"7311", "7312", "001159 70", "0002CA41"}) {
-    const auto frame = link::encodeFrame(bytesOf(content));
-    stale.insert(stale.end(), frame.begin(), frame.end());
-  }
-  start({}, stale);
-  ASSERT_TRUE(com.openPort());
-  std::string answers;
-  com.setCallBackFunction([&] { answers += hexOf(com.getReceivedBytes()).substr(0, 6); });
-  EXPECT_TRUE(com.getParameterSetFrame(1));
-  EXPECT_EQ(answers, "596501");
 }
 
 TEST_F(Terminal, RefusesASecondHostAndKeepsTheFirst) {

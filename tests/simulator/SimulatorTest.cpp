@@ -20,6 +20,7 @@ using namespace std::chrono_literals;
 using test::bytesOf;
 using test::hexOf;
 using testing::ElementsAre;
+using testing::EndsWith;
 
 // A host that knows nothing but bytes.
 class RawHost {
@@ -62,15 +63,18 @@ Options patient() {
   return options;
 }
 
-TEST(Simulator, AnswersInFramesThatAreExactToTheByte) {
+TEST(Simulator, AnswersInFramesThatAreExactToTheByteUntilItHangsUp) {
   link::LoopbackLine line;
-  const Simulator simulator(patient(), line.deviceEnd());
+  Simulator simulator(patient(), line.deviceEnd());
   RawHost host(line.hostEnd());
   host.write("FF730012345678" + beginSession);  // garbage costs nothing
   EXPECT_EQ(host.await(sessionBegun), sessionBegun);
   host.write(startupRequest);
   EXPECT_EQ(host.await(sessionBegun + startupAnswer), sessionBegun + startupAnswer);
   EXPECT_THAT(simulator.transcript(), ElementsAre("> 7373"));
+  simulator.hangUp();
+  EXPECT_THAT(host.await(sessionBegun + startupAnswer + "hung up"), EndsWith("hung up"));
+  EXPECT_THROW(RawHost(line.hostEnd()), std::runtime_error);
 }
 
 TEST(Simulator, PacesBytesInBothDirections) {
@@ -85,16 +89,6 @@ TEST(Simulator, PacesBytesInBothDirections) {
   host.await(sessionBegun + startupAnswer);
   // 19 bytes up, then 10 bytes down, each of ten bits, and the latency.
   EXPECT_GE(std::chrono::steady_clock::now() - start, 29 * 10 * 1000ms / 9600 + 20ms);
-}
-
-TEST(Simulator, HangsUpAtOnceAndForGood) {
-  link::LoopbackLine line;
-  Simulator simulator(patient(), line.deviceEnd());
-  RawHost host(line.hostEnd());
-  simulator.hangUp();
-  EXPECT_EQ(host.await("hung up"), "hung up");
-  simulator.hangUp();
-  EXPECT_THROW(RawHost(line.hostEnd()), std::runtime_error);
 }
 
 TEST(Simulator, WritesDownEachPayloadOnceAndRestsWhenAHostHasGone) {
