@@ -51,23 +51,23 @@ void prepare(BXDeviceManager& manager, const Operation& operation) {
   if (operation.isConnected) manager.connectDevice(port, true);
 }
 
-// At once on the link's thread when it is the line that hangs up, or on a thread of its own some time later.
+// On a thread of its own, some time after the frame.
 struct Incident {
   const char* name;
-  Doing happen;  // empty: the hang-up
+  std::function<void(BXDeviceManager&, DisturbedLine&)> happen;
 };
 
 const std::vector<Incident> incidents = {
-    {"hang-up", {}},
-    {"remove", [](auto& manager) { manager.removeDevice(port); }},
-    {"remove all", [](auto& manager) { manager.disconnectDevices(); }},
+    {"hang-up", [](auto&, auto& line) { line.hangUp(); }},
+    {"remove", [](auto& manager, auto&) { manager.removeDevice(port); }},
+    {"remove all", [](auto& manager, auto&) { manager.disconnectDevices(); }},
     {"remove and add",
-     [](auto& manager) {
+     [](auto& manager, auto&) {
        manager.removeDevice(port);
        manager.addDevice(port, "");
      }},
-    {"copy", [](auto& manager) { const BXDeviceManager copy(manager); }},
-    {"stop", [](auto& manager) { manager.stopTraining(); }},
+    {"copy", [](auto& manager, auto&) { const BXDeviceManager copy(manager); }},
+    {"stop", [](auto& manager, auto&) { manager.stopTraining(); }},
 };
 
 class Instants : public testing::TestWithParam<Operation> {
@@ -99,12 +99,9 @@ class Instants : public testing::TestWithParam<Operation> {
     std::thread other([&] {
       now.wait();
       if (pause > 100us) std::this_thread::sleep_for(pause);
-      if (incident.happen) incident.happen(manager);
+      incident.happen(manager, line);
     });
-    line.arm(frame, [&] {
-      if (!incident.happen) line.hangUp();
-      now.set();
-    });
+    line.arm(frame, [&] { now.set(); });
     GetParam().run(manager);
     now.set();  // a stream's timing decides how many frames there are
     other.join();

@@ -16,9 +16,12 @@ namespace {
 
 using enum Direction;
 using test::bytesOf;
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::Ge;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Le;
 using testing::SizeIs;
 
 Bytes frame(const std::string& hex) { return link::encodeFrame(bytesOf(hex)); }
@@ -110,17 +113,6 @@ TEST(FaultInjector, DoesToTheFrameWhatTheRuleSays) {
   link::FrameDecoder().feed(damaged, [](auto) { FAIL() << "a damaged frame was taken"; });
 }
 
-TEST(FaultInjector, RefusesPayloadsBeforeOrAfterTheyAreDone) {
-  auto injector = injectorOf({"to-device:page:2:refuse", "to-host:answer:2:refuse"});
-  const auto page = bytesOf("62000163");
-  EXPECT_FALSE(injector.refuses(page));
-  EXPECT_FALSE(injector.refusesAfterwards(page));
-  EXPECT_FALSE(injector.refuses(bytesOf("7373")));
-  EXPECT_TRUE(injector.refusesAfterwards(bytesOf("7373")));
-  EXPECT_TRUE(injector.refuses(page));
-  EXPECT_THAT(injector.judge(ToDevice, request("01", "62000163")).pieces, SizeIs(1)) << "it refuses no frame";
-}
-
 TEST(FaultInjector, MakesTheSameNoiseFromTheSameSeed) {
   const auto fates = [](std::uint64_t seed) {
     FaultInjector injector({}, Noise{10, seed});
@@ -134,13 +126,13 @@ TEST(FaultInjector, MakesTheSameNoiseFromTheSameSeed) {
   const auto first = fates(1);
   EXPECT_EQ(first, fates(1));
   EXPECT_NE(first, fates(2));
-  for (std::size_t fate = 1; fate <= 3; ++fate) {  // lost, damaged, doubled
-    EXPECT_NEAR(static_cast<double>(std::count(first.begin(), first.end(), fate)), 33, 25);
-  }
+  // About a tenth, and of each kind: lost, damaged, doubled.
+  for (std::size_t fate = 1; fate <= 3; ++fate)
+    EXPECT_THAT(std::count(first.begin(), first.end(), fate), AllOf(Ge(8), Le(58)));
 }
 
 // The same rules on a line.
-TEST(FaultyDevice, RefusesRestartsAndHangsUp) {
+TEST(FaultyDevice, RefusesRestartsAndHangsUpAtTheGivenPayload) {
   test::Event hungUp;
   Options options;
   options.resend = std::chrono::milliseconds(5);
