@@ -86,9 +86,8 @@ TEST(Connections, OnATerminalLeaveNothingBehind) {
   auto line = std::make_unique<sim::PtyLine>();
   const std::string port = line->name();
   const sim::Simulator simulator(streaming(3), std::move(line));
-  platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
+  const NoWaits noWaits;
   expectNothingLeftBy(scaled(100), port);
-  platform::replaceTime({});
 }
 
 }  // namespace

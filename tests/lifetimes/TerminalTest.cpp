@@ -54,18 +54,9 @@ void stop(int handle, termios&) { ::tcflow(handle, TCOOFF); }
 
 class Terminal : public testing::Test {
  protected:
-  Terminal() {
-    platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
-  }
-  ~Terminal() override {
-    com.closePort();
-    simulator_.reset();
-    platform::replaceTime({});
-  }
-
   void start(const Leaving& leave = {}, sim::Bytes stale = {}, std::size_t noise = 0, std::size_t records = 0) {
     com.closePort();
-    simulator_.reset();
+    simulator.reset();
     auto line = std::make_unique<sim::PtyLine>();
     port = line->name();
     if (leave) {
@@ -78,16 +69,14 @@ class Terminal : public testing::Test {
       ::close(handle);
     }
     auto noisy = std::make_unique<NoisyTerminal>(std::move(line), std::move(stale), noise);
-    simulator_ = std::make_unique<sim::Simulator>(streaming(records), std::move(noisy));
+    simulator = std::make_unique<sim::Simulator>(streaming(records), std::move(noisy));
     com.initializePort(port);
   }
-  void hangUp() { simulator_.reset(); }
 
+  NoWaits noWaits;
   std::string port;
+  std::unique_ptr<sim::Simulator> simulator;
   BXSerialCom com;
-
- private:
-  std::unique_ptr<sim::Simulator> simulator_;
 };
 
 TEST_F(Terminal, ConnectsWhateverWasLeftOnIt) {
@@ -148,7 +137,7 @@ TEST_F(Terminal, CostsNothingWhileNothingIsHeardAndOnceItIsHungUp) {
   com.startSessionListening();
   expectIdle();
   EXPECT_TRUE(com.getStreaming());
-  hangUp();
+  simulator.reset();
   await([&] { return !com.isConnected() && !com.getStreaming(); });
   expectIdle();
 }

@@ -48,7 +48,7 @@ class DisturbedLine {
     const std::scoped_lock lock(mutex_);
     if (const auto events = std::exchange(events_, {}); events.hungUp) events.hungUp("the port was hung up");
   }
-  // `deed` runs once, at the write `number` from now on (from 0), before it goes out, on the link's own thread.
+  // `deed` runs once, at the write `number` from now on (from 0), before it goes out, on the thread that writes.
   void arm(std::size_t number, std::function<void()> deed) {
     const std::scoped_lock lock(mutex_);
     writes_ = 0;
