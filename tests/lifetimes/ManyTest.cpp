@@ -8,6 +8,42 @@
 namespace BX::test {
 namespace {
 
+// Devices that stream, and their registry.
+struct Many {
+  Many(std::size_t count, std::size_t records) {
+    for (std::size_t i = 0; i < count; ++i) {
+      devices.push_back(std::make_unique<DisturbedDevice>(streaming(records), "device" + std::to_string(i)));
+      connect(manager, devices.back()->port);
+    }
+    for (const auto& device : devices) manager.startTraining(device->port);
+  }
+  std::vector<std::unique_ptr<DisturbedDevice>> devices;
+  BXDeviceManager manager;
+};
+
+TEST(Many, DevicesStreamAtOnceAndLoseNothing) {
+  const std::size_t records = scaled(500);
+  Many many(32, records);
+  const auto received = [&](const auto& device) { return many.manager.getDevice(device->port).trainingFrameCount(); };
+  for (const auto& device : many.devices) await([&] { return received(device) >= records; });
+  many.manager.stopTraining();
+  for (const auto& device : many.devices) EXPECT_EQ(received(device), records);
+}
+
+TEST(Many, DevicesHangUpAtOnceWhileTheyStream) {
+  for (std::size_t round = 0; round < scaled(6); ++round) {
+    Many many(16, 1000);
+    std::thread unplugged([&] {
+      for (const auto& device : many.devices) device->hostsLine.hangUp();
+    });
+    many.manager.stopTraining();
+    unplugged.join();
+    // Which of them were removed and which had been stopped before is chance. In the other rounds the manager is
+    // destroyed while they are being removed.
+    if (round % 2 != 0) many.manager.disconnectDevices();
+  }
+}
+
 std::size_t entriesOf(const char* folder) {
   const std::filesystem::directory_iterator entries(folder);
   return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
@@ -20,84 +56,38 @@ struct Holdings {
   std::size_t bytes = mallinfo2().uordblks;
 };
 
-TEST(Many, DevicesStreamAtOnceAndLoseNothing) {
-  constexpr std::size_t count = 32;
-  const std::size_t records = scaled(500);
-  std::vector<std::unique_ptr<DisturbedDevice>> devices;
-  BXDeviceManager manager;
-  for (std::size_t i = 0; i < count; ++i) {
-    devices.push_back(std::make_unique<DisturbedDevice>(streaming(records), "device" + std::to_string(i)));
-    manager.addDevice(devices.back()->port, "");
-    ASSERT_NE(manager.connectDevice(devices.back()->port, true).toString(), "{}") << link::lastError("device0");
-  }
-  for (const auto& device : devices) manager.startTraining(device->port);
-  for (const auto& device : devices) {
-    await([&] { return manager.getDevice(device->port).trainingFrameCount() >= records; });
-  }
-  manager.stopTraining();
-  for (const auto& device : devices) EXPECT_EQ(manager.getDevice(device->port).trainingFrameCount(), records);
-}
-
-TEST(Many, DevicesHangUpAtOnceWhileTheyStream) {
-  constexpr std::size_t count = 16;
-  for (std::size_t round = 0; round < scaled(6); ++round) {
-    std::vector<std::unique_ptr<DisturbedDevice>> devices;
+// The last connections leave no more behind than the first ones.
+void expectNothingLeftBy(std::size_t connections, const std::string& port) {
+  const auto come = [&port](bool trains) {
     BXDeviceManager manager;
-    for (std::size_t i = 0; i < count; ++i) {
-      devices.push_back(std::make_unique<DisturbedDevice>(streaming(1000), "device" + std::to_string(i)));
-      manager.addDevice(devices.back()->port, "");
-      manager.connectDevice(devices.back()->port, true);
-      manager.startTraining(devices.back()->port);
-    }
-    std::thread unplugged([&] {
-      for (const auto& device : devices) device->trigger.hangUp();
-    });
-    manager.stopTraining();
-    unplugged.join();
-    // Which of them were removed and which had been stopped before is chance. In the other rounds the manager is
-    // destroyed while they are being removed.
-    if (round % 2 != 0) manager.disconnectDevices();
-  }
-}
-
-class Connections : public testing::Test {
- protected:
-  static void connect(const std::string& port, bool trains) {
-    BXDeviceManager manager;
-    manager.addDevice(port, "");
-    ASSERT_NE(manager.connectDevice(port, true).toString(), "{}") << link::lastError(port);
+    connect(manager, port);
     if (trains) {
       manager.startTraining(port);
       manager.stopTraining(port);
     }
     manager.disconnectDevice(port);
-  }
-
-  // The last connections leave no more behind than the first ones.
-  static void repeat(const std::string& port, std::size_t count) {
-    for (std::size_t i = 0; i < 10; ++i) connect(port, true);
-    const Holdings before;
-    for (std::size_t i = 10; i < count; ++i) connect(port, i % 10 == 0);
-    const Holdings after;
-    EXPECT_LE(after.descriptors, before.descriptors);
-    EXPECT_LE(after.threads, before.threads);
-    constexpr std::size_t noise = 16 * 1024;  // what the device's end happens to hold
-    EXPECT_LE(after.bytes, before.bytes + noise);
-  }
-};
-
-TEST_F(Connections, OneThousandLeaveNothingBehind) {
-  const DisturbedDevice device(streaming(3));
-  repeat(device.port, scaled(1000));
+  };
+  for (std::size_t i = 0; i < 10; ++i) come(true);
+  const Holdings before;
+  for (std::size_t i = 10; i < connections; ++i) come(i % 10 == 0);
+  const Holdings after;
+  EXPECT_LE(after.descriptors, before.descriptors);
+  EXPECT_LE(after.threads, before.threads);
+  constexpr std::size_t noise = 16 * 1024;  // what the device's end happens to hold
+  EXPECT_LE(after.bytes, before.bytes + noise);
 }
 
-TEST_F(Connections, OnATerminalLeaveNothingBehind) {
+TEST(Connections, OneThousandLeaveNothingBehind) {
+  const DisturbedDevice device(streaming(3));
+  expectNothingLeftBy(scaled(1000), device.port);
+}
+
+TEST(Connections, OnATerminalLeaveNothingBehind) {
   auto line = std::make_unique<sim::PtyLine>();
   const std::string port = line->name();
   const sim::Simulator simulator(streaming(3), std::move(line));
-  platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
-  repeat(port, scaled(100));
-  platform::replaceTime({});
+  const NoWaits noWaits;
+  expectNothingLeftBy(scaled(100), port);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The link procedure: two stations on a line that loses, doubles, damages and delays frames, in virtual time.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <array>
 #include <functional>
 #include <random>
 #include <string>
@@ -13,29 +14,34 @@ namespace BX::link {
 namespace {
 
 using namespace std::chrono_literals;
+using test::bytesOf;
 using test::hexOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
 
 enum class Fate { Pass, Lose, Double, Damage };
+
+constexpr auto deadText = "the device no longer acknowledges";
 
 // Both stations, the line between them and the clock.
 class Line {
  public:
   using Judge = std::function<Fate(bool toDevice, std::size_t index)>;
 
-  explicit Line(Judge judge, Timing timing = {})
-      : host(Role::Primary, timing), device(Role::Secondary, timing), judge_(std::move(judge)) {}
+  explicit Line(Judge fates = {}, Timing timing = {})
+      : judge(std::move(fates)), host(Role::Primary, timing), device(Role::Secondary, timing) {}
 
+  void request(std::uint8_t tag, const Bytes& payload) { host.send({tag, false, payload}, now); }
   // Runs until nothing is left to do, or a session has gone down, or `bound` of virtual time has passed.
   void run(std::chrono::milliseconds bound = 60s) {
     const auto end = now + bound;
     while (now < end) {
       while (exchange()) {
       }
-      if (down) return;
+      if (!down.empty()) return;
       auto next = end;
-      for (const auto& deadline : {host.deadline(), device.deadline()}) {
-        if (deadline) next = std::min(next, *deadline);
-      }
+      for (const auto& deadline : {host.deadline(), device.deadline()}) next = std::min(next, deadline.value_or(end));
       now = std::max(next, now + 1us);
       if (next == end) return;
       host.advance(now);
@@ -43,141 +49,109 @@ class Line {
     }
   }
 
+  Judge judge;
   Station host;
   Station device;
   Station::Time now{};
-  std::vector<Message> atHost;
-  std::vector<Message> atDevice;
-  std::vector<Message> acknowledgedToDevice;
-  std::function<void(const Message&)> onRequest = [](const Message&) {};
-  std::optional<std::string> down;
+  std::vector<std::string> atHost;  // payloads
+  std::vector<std::string> atDevice;
+  std::size_t acknowledgedToDevice = 0;
+  std::size_t answers = 0;  // to each request: its bytes and a number
+  std::string down;
   std::size_t framesToDevice = 0;
   std::size_t framesToHost = 0;
 
  private:
   bool exchange() {
-    auto fromHost = host.take(now);
-    for (auto& message : fromHost.delivered) atHost.push_back(std::move(message));
-    if (fromHost.down) down = fromHost.down;
+    const auto fromHost = host.take(now);
+    for (const auto& message : fromHost.delivered) atHost.push_back(hexOf(message.payload));
+    if (fromHost.down) down = *fromHost.down;
     for (const auto& frame : fromHost.frames) carry(true, framesToDevice++, frame);
-    auto fromDevice = device.take(now);
-    for (auto& message : fromDevice.delivered) {
-      atDevice.push_back(message);
-      onRequest(message);
-    }
-    for (auto& message : fromDevice.acknowledged) acknowledgedToDevice.push_back(std::move(message));
+    const auto fromDevice = device.take(now);
+    for (const auto& message : fromDevice.delivered) answer(message);
+    acknowledgedToDevice += fromDevice.acknowledged.size();
     for (const auto& frame : fromDevice.frames) carry(false, framesToHost++, frame);
     return !fromHost.frames.empty() || !fromDevice.frames.empty() || !fromDevice.delivered.empty();
   }
-
+  void answer(Message message) {
+    atDevice.push_back(hexOf(message.payload));
+    message.payload.push_back(0);
+    for (; message.payload.back() < answers; ++message.payload.back()) {
+      device.send({message.tag, message.payload.back() + 1U < answers, message.payload}, now);
+    }
+  }
   void carry(bool toDevice, std::size_t index, Bytes frame) {
-    Station& receiver = toDevice ? device : host;
-    FrameDecoder& decoder = toDevice ? deviceDecoder_ : hostDecoder_;
-    const Fate fate = judge_(toDevice, index);
+    const Fate fate = judge ? judge(toDevice, index) : Fate::Pass;
     if (fate == Fate::Lose) return;
     if (fate == Fate::Damage) frame[frame.size() / 2] ^= 0x10U;
+    Station& receiver = toDevice ? device : host;
+    FrameDecoder& decoder = toDevice ? deviceDecoder_ : hostDecoder_;
     for (int i = 0; i < (fate == Fate::Double ? 2 : 1); ++i) {
       decoder.feed(frame, [&](auto content) { receiver.receive(content, now); });
     }
   }
 
-  Judge judge_;
   FrameDecoder hostDecoder_;
   FrameDecoder deviceDecoder_;
 };
-
-Message request(std::uint8_t tag, Bytes payload) { return {tag, false, std::move(payload)}; }
-
-// Answers every request with three payloads that carry its bytes.
-void answerThrice(Line& line) {
-  line.onRequest = [&line](const Message& message) {
-    for (std::uint8_t i = 0; i < 3; ++i) {
-      Bytes payload = message.payload;
-      payload.push_back(i);
-      line.device.send({message.tag, i < 2, payload}, line.now);
-    }
-  };
-}
-
-std::vector<std::string> payloads(const std::vector<Message>& messages) {
-  std::vector<std::string> texts;
-  for (const auto& message : messages) texts.push_back(hexOf(message.payload));
-  return texts;
-}
-
-TEST(Station, carriesRequestsAndAnswersOverACleanLine) {
-  Line line([](bool, std::size_t) { return Fate::Pass; });
-  answerThrice(line);
-  line.host.send(request(1, {0x73, 0x73}), line.now);
-  line.run();
-  EXPECT_EQ(payloads(line.atDevice), (std::vector<std::string>{"7373"}));
-  EXPECT_EQ(payloads(line.atHost), (std::vector<std::string>{"737300", "737301", "737302"}));
-  EXPECT_TRUE(line.atHost[0].moreFollows && line.atHost[1].moreFollows && !line.atHost[2].moreFollows);
-  EXPECT_EQ(line.atHost[2].tag, 1);
-  EXPECT_EQ(line.acknowledgedToDevice.size(), 3U);
-  // SABM, the request, an acknowledgement at the end; nothing is sent twice.
-  EXPECT_LE(line.framesToDevice, 5U);
-}
 
 // Every frame of a short conversation in turn, in either direction, meets every fate.
 TEST(Station, survivesTheLossDoublingAndDamageOfEachFrame) {
   for (const Fate fate : {Fate::Lose, Fate::Double, Fate::Damage}) {
     for (const bool toDevice : {true, false}) {
       for (std::size_t victim = 0; victim < 14; ++victim) {
+        SCOPED_TRACE((toDevice ? "to device " : "to host ") + std::to_string(victim));
         Line line([&](bool direction, std::size_t index) {
           return direction == toDevice && index == victim ? fate : Fate::Pass;
         });
-        answerThrice(line);
-        for (std::uint8_t tag = 1; tag <= 4; ++tag) {
-          line.host.send(request(tag, {tag}), line.now);
+        line.answers = 3;
+        for (std::uint8_t tag = 1; tag <= 3; ++tag) {
+          line.request(tag, {tag});
           line.run(5s);
         }
-        const std::string where = std::string(toDevice ? "to device " : "to host ") + std::to_string(victim);
-        EXPECT_EQ(payloads(line.atDevice), (std::vector<std::string>{"01", "02", "03", "04"})) << where;
-        EXPECT_EQ(line.atHost.size(), 12U) << where;
-        EXPECT_EQ(line.acknowledgedToDevice.size(), 12U) << where;
-        EXPECT_FALSE(line.down) << where;
+        EXPECT_THAT(line.atDevice, ElementsAre("01", "02", "03"));
+        EXPECT_THAT(line.atHost, ElementsAre("0100", "0101", "0102", "0200", "0201", "0202", "0300", "0301", "0302"));
+        EXPECT_EQ(line.acknowledgedToDevice, 9U);
+        EXPECT_EQ(line.down, "");
       }
     }
   }
 }
 
-TEST(Station, deliversAStreamOnceAndInOrderOverABadLine) {
+TEST(Station, sendsNothingTwiceOverACleanLine) {
+  Line line;
+  line.answers = 3;
+  line.request(1, {0x73});
+  line.run();
+  EXPECT_LE(line.framesToDevice, 5U);  // SABM, the request, acknowledgements
+  EXPECT_EQ(line.host.framesResent() + line.device.framesResent(), 0U);
+}
+
+TEST(Station, deliversPayloadsOfAnyLengthOnceAndInOrderOverABadLine) {
   std::mt19937 random(42);
   Line line([&](bool, std::size_t) {
     const auto dice = random() % 100;
     return dice < 4 ? Fate::Lose : dice < 8 ? Fate::Double : dice < 12 ? Fate::Damage : Fate::Pass;
   });
-  line.host.send(request(1, {0x6F}), line.now);
+  line.request(1, {0x6F});
   line.run();
   std::vector<std::string> expected;
   for (std::uint16_t i = 0; i < 2000; ++i) {
-    const Bytes payload{0xCA, static_cast<std::uint8_t>(i >> 8U), static_cast<std::uint8_t>(i)};
+    Bytes payload{0xCA, static_cast<std::uint8_t>(i >> 8U), static_cast<std::uint8_t>(i)};
+    payload.resize(std::array<std::size_t, 8>{0, 1, 3, 239, 240, 241, 480, 481}[i % 8U]);
     expected.push_back(hexOf(payload));
     line.device.send({streamTag, false, payload}, line.now);
     if (random() % 8 == 0) line.run(300ms);
   }
   line.run(600s);
-  EXPECT_FALSE(line.down) << *line.down;
-  EXPECT_EQ(payloads(line.atHost), expected);
+  EXPECT_EQ(line.down, "");
+  EXPECT_EQ(line.atHost, expected);
   EXPECT_EQ(line.device.backlog(), 0U);
-}
-
-TEST(Station, carriesPayloadsOfAnyLength) {
-  Line line([](bool, std::size_t index) { return index % 7 == 3 ? Fate::Lose : Fate::Pass; });
-  std::vector<std::string> expected;
-  for (const std::size_t size : {0U, 1U, 239U, 240U, 241U, 480U, 481U, 5000U}) {
-    const Bytes payload(size, static_cast<std::uint8_t>(size));
-    expected.push_back(hexOf(payload));
-    line.host.send(request(1, payload), line.now);
-  }
-  line.run();
-  EXPECT_EQ(payloads(line.atDevice), expected);
 }
 
 TEST(Station, givesUpAfterFiveSends) {
   Line line([](bool, std::size_t) { return Fate::Lose; });
-  line.host.send(request(1, {1}), line.now);
+  line.request(1, {1});
   line.run();
   EXPECT_EQ(line.framesToDevice, 5U);
   EXPECT_EQ(line.down, "no device answers");
@@ -185,22 +159,27 @@ TEST(Station, givesUpAfterFiveSends) {
   EXPECT_LE(line.now - Station::Time{}, 1330ms);
 }
 
-TEST(Station, givesUpWhenOneFrameNeverPasses) {
-  bool blocked = false;
-  Line line([&](bool toDevice, std::size_t) { return blocked && toDevice ? Fate::Damage : Fate::Pass; });
-  line.host.send(request(1, {1}), line.now);
-  line.run();
-  blocked = true;
-  for (std::uint8_t tag = 2; tag < 6; ++tag) line.host.send(request(tag, {tag}), line.now);
-  line.run();
-  EXPECT_EQ(line.down, "the device no longer acknowledges");
+TEST(Station, givesUpWhenOneFrameNeverPassesOrASilentLineIsDead) {
+  for (const bool sends : {true, false}) {
+    Line line;
+    line.request(1, {1});
+    line.run();
+    if (!sends) line.host.setKeepAlive(2000ms, line.now);
+    line.run(20s);
+    EXPECT_EQ(line.down, "");
+    EXPECT_LT(line.framesToDevice, 20U);
+    line.judge = [](bool toDevice, std::size_t) { return toDevice ? Fate::Damage : Fate::Pass; };
+    for (std::uint8_t tag = 2; sends && tag < 6; ++tag) line.request(tag, {tag});
+    line.run(20s);
+    EXPECT_EQ(line.down, deadText);
+  }
 }
 
 TEST(Station, waitsForTheLastByteToLeave) {
   // 240 bytes take 2 s at 1,200 baud: no resend may come before.
   Line line([](bool toDevice, std::size_t index) { return toDevice && index > 0 ? Fate::Lose : Fate::Pass; },
             Timing{.baud = 1200});
-  line.host.send(request(1, Bytes(240, 0x55)), line.now);
+  line.request(1, Bytes(240, 0x55));
   line.run(2s);
   EXPECT_EQ(line.framesToDevice, 2U);
   line.run(400ms);
@@ -208,92 +187,68 @@ TEST(Station, waitsForTheLastByteToLeave) {
 }
 
 TEST(Station, noticesARestartedDevice) {
-  Line line([](bool, std::size_t) { return Fate::Pass; });
-  line.host.send(request(1, {1}), line.now);
+  Line line;
+  line.request(1, {1});
   line.run();
   line.device.restart();
-  line.host.send(request(2, {2}), line.now);
+  line.request(2, {2});
   line.run();
-  EXPECT_EQ(line.down, "the device has restarted");
-  line.down.reset();
-  line.host.send(request(3, {3}), line.now);
+  EXPECT_EQ(std::exchange(line.down, ""), "the device has restarted");
+  line.request(3, {3});
   line.run();
-  EXPECT_EQ(payloads(line.atDevice), (std::vector<std::string>{"01", "03"}));
+  EXPECT_THAT(line.atDevice, ElementsAre("01", "03"));
 }
 
-TEST(Station, keepsAnEyeOnASilentLine) {
-  bool dead = false;
-  Line line([&](bool, std::size_t) { return dead ? Fate::Lose : Fate::Pass; });
-  line.host.send(request(1, {1}), line.now);
-  line.run();
-  line.host.setKeepAlive(2000ms, line.now);
-  line.run(20s);
-  EXPECT_FALSE(line.down);
-  EXPECT_LT(line.framesToDevice, 20U);
-  dead = true;
-  line.run(20s);
-  EXPECT_EQ(line.down, "the device no longer acknowledges");
+// ---- Frame by frame, at one instant.
+
+Station::Output receive(Station& station, const std::string& content) {
+  station.receive(bytesOf(content), {});
+  return station.take({});
+}
+
+std::vector<Bytes> framesOf(std::initializer_list<const char*> contents) {
+  std::vector<Bytes> frames;
+  for (const auto* content : contents) frames.push_back(encodeFrame(bytesOf(content)));
+  return frames;
 }
 
 // A host that reconnects meets what its predecessor left on the line.
 TEST(Station, takesNothingOfAnEarlierSessionForItsOwn) {
-  Station device(Role::Secondary, {});
-  Station first(Role::Primary, {}, 10);
-  const Station::Time now{};
-  std::vector<Bytes> stale;
-  const auto pass = [&](const std::vector<Bytes>& frames, Station& to) {
-    FrameDecoder decoder;
-    for (const auto& frame : frames) decoder.feed(frame, [&](auto content) { to.receive(content, now); });
-  };
-  first.send(request(1, {1}), now);
-  pass(first.take(now).frames, device);
-  stale = device.take(now).frames;
-  pass(stale, first);
-  pass(first.take(now).frames, device);
-  (void)device.take(now);
-  device.send(request(1, {0xAA}), now);
-  for (auto& frame : device.take(now).frames) stale.push_back(frame);
-
-  Station second(Role::Primary, {}, 77);
-  second.send(request(1, {2}), now);
-  const auto begin = second.take(now).frames;
-  pass(stale, second);
-  EXPECT_EQ(second.state(), Station::State::Connecting);
-  pass(begin, device);
-  pass(device.take(now).frames, second);
-  EXPECT_EQ(second.state(), Station::State::Up);
-  EXPECT_TRUE(second.take(now).delivered.empty());
+  Station host(Role::Primary, {}, 76);
+  host.send({1, false, {2}}, {});
+  EXPECT_EQ(host.take({}).frames, framesOf({"3F4D"}));
+  for (const char* stale : {"730B", "0001AA", "21"}) EXPECT_THAT(receive(host, stale).frames, IsEmpty());
+  EXPECT_EQ(host.state(), Station::State::Connecting);
+  const auto begun = receive(host, "734D");
+  EXPECT_TRUE(begun.sessionBegan);
+  EXPECT_THAT(begun.delivered, IsEmpty());
+  EXPECT_EQ(begun.frames, framesOf({"000102"}));
 }
 
 TEST(Station, ignoresItsOwnEcho) {
-  Station host(Role::Primary, {});
-  Station::Time now{};
-  host.send(request(1, {1}), now);
+  Line line;
+  line.host.send({1, false, {1}}, {});
   FrameDecoder decoder;
-  for (int i = 0; i < 10 && host.deadline(); ++i) {
-    for (const auto& frame : host.take(now).frames) {
-      decoder.feed(frame, [&](auto content) { host.receive(content, now); });
+  for (int i = 0; i < 10 && line.host.deadline(); ++i) {
+    for (const auto& frame : line.host.take(line.now).frames) {
+      decoder.feed(frame, [&](auto content) { line.host.receive(content, line.now); });
     }
-    now = *host.deadline();
-    host.advance(now);
+    line.now = *line.host.deadline();
+    line.host.advance(line.now);
   }
-  EXPECT_EQ(host.state(), Station::State::Down);
+  EXPECT_EQ(line.host.state(), Station::State::Down);
 }
 
 // The answer to the first SABM was late, and what the device had to say came before the second one.
 TEST(Station, answersARepeatedBeginningWithoutBeginningAnew) {
-  const auto receive = [](Station& station, const std::string& content) {
-    station.receive(test::bytesOf(content), Station::Time{});
-    return station.take(Station::Time{});
-  };
   Station device(Role::Secondary, {});
   EXPECT_TRUE(receive(device, "3F07").sessionBegan);
-  device.send({streamTag, false, {0xCA}}, Station::Time{});
-  device.take(Station::Time{});
+  device.send({streamTag, false, {0xCA}}, {});
+  device.take({});
   const auto again = receive(device, "3F07");
   EXPECT_FALSE(again.sessionBegan || again.down);
-  EXPECT_EQ(again.frames, std::vector<Bytes>{encodeFrame(test::bytesOf("7307"))});
-  EXPECT_EQ(receive(device, "21").acknowledged.size(), 1U);
+  EXPECT_EQ(again.frames, framesOf({"7307"}));
+  EXPECT_THAT(receive(device, "21").acknowledged, SizeIs(1));
   EXPECT_TRUE(receive(device, "3F07").sessionBegan);  // another host, with the same number by chance
 }
 

@@ -7,8 +7,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr Pacer::Time start{};
+
 TEST(Pacer, LetsBytesArriveAtTheSpeedOfTheLine) {
-  const Pacer::Time start{};
   Pacer pacer(1000);  // a byte each 10 ms
   pacer.push({1, 2}, start);
   pacer.push({3}, start);
@@ -17,12 +18,11 @@ TEST(Pacer, LetsBytesArriveAtTheSpeedOfTheLine) {
   EXPECT_EQ(pacer.takeDue(start + 25ms), (Bytes{1, 2}));
   EXPECT_EQ(pacer.due(), start + 30ms);
   pacer.push({4}, start + 40ms);
-  EXPECT_EQ(pacer.takeDue(start + 40ms), (Bytes{3}));
+  EXPECT_EQ(pacer.takeDue(start + 40ms), Bytes{3});
   EXPECT_EQ(pacer.due(), start + 50ms) << "an idle line saves no time up";
 }
 
 TEST(Pacer, DelaysWithoutSlowingTheLineDown) {
-  const Pacer::Time start{};
   Pacer pacer(1000, 500ms);
   pacer.push({1}, start);
   pacer.push({2}, start);
@@ -30,9 +30,6 @@ TEST(Pacer, DelaysWithoutSlowingTheLineDown) {
   EXPECT_EQ(pacer.due(), start + 520ms);
   pacer.clear();
   EXPECT_TRUE(pacer.empty());
-  Pacer fast(0);
-  fast.push({1}, start);
-  EXPECT_EQ(fast.takeDue(start), Bytes{1});
 }
 
 }  // namespace

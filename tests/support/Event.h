@@ -1,9 +1,10 @@
-// Something that a test waits for.
+// What tests wait for.
 #pragma once
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 namespace BX::test {
 
@@ -25,5 +26,11 @@ class Event {
   std::condition_variable changed_;
   bool set_ = false;
 };
+
+// For what tells nobody that it has come.
+template <typename Condition>
+void await(Condition condition) {
+  while (!condition()) std::this_thread::yield();
+}
 
 }  // namespace BX::test

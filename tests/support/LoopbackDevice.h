@@ -11,19 +11,23 @@
 
 namespace BX::test {
 
+// As long as one lives, fixed waits take no time.
+struct NoWaits {
+  NoWaits() {
+    platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
+  }
+  ~NoWaits() { platform::replaceTime({}); }
+  NoWaits(const NoWaits&) = delete;
+  NoWaits& operator=(const NoWaits&) = delete;
+};
+
 class LoopbackDevice {
  public:
   explicit LoopbackDevice(sim::Options options = {}, std::string portName = "loopback")
       : port(std::move(portName)), simulator(std::move(options), line.deviceEnd()) {
     link::setTransport(port, [this](const std::string&) { return line.hostEnd(); });
-    platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
   }
-  ~LoopbackDevice() {
-    link::setTransport(port, {});
-    platform::replaceTime({});
-  }
-  LoopbackDevice(const LoopbackDevice&) = delete;
-  LoopbackDevice& operator=(const LoopbackDevice&) = delete;
+  ~LoopbackDevice() { link::setTransport(port, {}); }
 
   // What the host has sent so far, in order: hexadecimal payloads that begin with `prefix` (upper-case hex).
   std::vector<std::string> sent(const std::string& prefix = "") const {
@@ -34,6 +38,7 @@ class LoopbackDevice {
     return payloads;
   }
 
+  const NoWaits noWaits;
   const std::string port;
   link::LoopbackLine line;
   sim::Simulator simulator;
