@@ -4,11 +4,11 @@
 #include <gmock/gmock.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "bx/BXDevice.h"
 #include "tests/json/Parsed.h"
+#include "tests/support/Event.h"
 #include "tests/support/Hex.h"
 #include "tests/support/LoopbackDevice.h"
 
@@ -41,11 +41,6 @@ inline sim::Options streaming(const std::vector<std::string>& payloads) {
   for (const auto& payload : payloads) options.stream->push_back(bytesOf(payload));
   options.rate = 2000;
   return options;
-}
-
-template <typename Condition>
-void await(Condition condition) {
-  while (!condition()) std::this_thread::yield();
 }
 
 // A device object in front of a simulated device.
