@@ -13,9 +13,9 @@ namespace {
 constexpr std::size_t maxPayloadSize = std::size_t{64} << 20U;
 // How long an acknowledgement may wait, in fifths of `resend`: for a frame that can carry it, or for more of a stream.
 constexpr int carriedFifths = 1;
-constexpr int gatheredFifths = 2;
+constexpr int gatheredFifths = 3;
 // It waits for no more of a stream than this, so that the sender's window stays open.
-constexpr std::size_t maxGathered = 4;
+constexpr std::size_t maxGathered = 6;
 static_assert(maxGathered < window);
 constexpr std::uint64_t bitsPerByte = 10;  // start bit, eight data bits, stop bit
 

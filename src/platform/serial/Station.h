@@ -33,7 +33,7 @@ struct Message {
 enum class Role { Primary, Secondary };
 
 // Time-outs are told in BXSerialLink.h. The acknowledgement of a request or of an answer's end waits a fifth of
-// `resend` for a frame that can carry it; that of a streamed payload two fifths, or until four have come.
+// `resend` for a frame that can carry it; that of a streamed payload three fifths, or until six have come.
 struct Timing {
   unsigned baud = 115200;  // 0: bytes take no time
   std::chrono::milliseconds resend{100};
