@@ -25,10 +25,10 @@ double secondsOf(const Work& work) {
   return secondsSince(start);
 }
 
-// Seconds of processor time that this process has used, all threads together.
-inline double processorSeconds() {
+// Seconds of processor time that this process has used, all threads together, or one thread, by its clock.
+inline double processorSeconds(clockid_t clock = CLOCK_PROCESS_CPUTIME_ID) {
   timespec time{};
-  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  ::clock_gettime(clock, &time);
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 

@@ -23,6 +23,8 @@ class Range {
   };
   // Lets them stream for `time`, fetching ten times a second.
   Cost run(std::chrono::milliseconds time);
+  // Ends the streams. Idempotent.
+  void stop();
 
  private:
   std::size_t fetchAll();
