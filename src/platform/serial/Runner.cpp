@@ -59,7 +59,7 @@ void Runner::watchGuest(Lock& lock) {
   if (!running_ && coming_ == 0 && turns_ == seen) guest_ = Guest::None;
 }
 
-void Runner::run(Lock& lock, std::optional<Time> deadline) {
+void Runner::run(Lock& lock, std::optional<Time> deadline) noexcept {
   running_ = true;
   ++turns_;
   lock.unlock();
@@ -79,7 +79,7 @@ bool Runner::runOne(Guest guest, std::optional<Time> deadline) {
   if (guest_ == guest && !running_) {
     run(lock, deadline);
     if (stopped_ || mayRun()) own_.notify_one();
-    if (guest_ != guest) free_.notify_all();
+    if (coming_ > 0) free_.notify_all();
     return true;
   }
   guest_ = guest;

@@ -51,7 +51,7 @@ class Runner {
   void serve();
   bool mayRun() const;
   void watchGuest(Lock& lock);
-  void run(Lock& lock, std::optional<Time> deadline);
+  void run(Lock& lock, std::optional<Time> deadline) noexcept;
 
   boost::asio::io_context& context_;
   boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_;
