@@ -19,6 +19,8 @@ void stream(BXSerialCom& com) {
 struct Call {
   const char* name;
   std::function<void(BXSerialCom&, DisturbedDevice&, const std::function<void()>& deed)> make;
+
+  friend void PrintTo(const Call& call, std::ostream* out) { *out << call.name; }
 };
 
 const std::vector<Call> calls = {

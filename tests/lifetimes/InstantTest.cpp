@@ -2,6 +2,7 @@
 // them. The operation ends, and the port can be used again.
 #include <algorithm>
 #include <numeric>
+#include <ostream>
 #include <random>
 
 #include "morva/KeyedAccess.h"
@@ -33,6 +34,8 @@ struct Operation {
   const char* name;
   bool isConnected;  // before it begins
   Doing run;
+
+  friend void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
 };
 
 const std::vector<Operation> operations = {
