@@ -76,10 +76,10 @@ void Simulator::Core::hangUp() {
   onThread([this] { closeLine(); });
 }
 
-void Simulator::Core::setFaults(std::vector<FaultRule> faults) {
+void Simulator::Core::setFaults(const std::vector<FaultRule>& faults) {
   onThread([&] {
     if (!faults_) faults_.emplace(std::vector<FaultRule>{}, options_.noise);
-    faults_->setRules(std::move(faults));
+    faults_->setRules(faults);
   });
 }
 

@@ -39,7 +39,7 @@ class Simulator::Core {
 
   const Transcript& transcript() const { return transcript_; }
   void hangUp();
-  void setFaults(std::vector<FaultRule> faults);
+  void setFaults(const std::vector<FaultRule>& faults);
   std::size_t faultsWaiting();
   std::size_t frameCount(Direction direction, FrameKind kind);
 

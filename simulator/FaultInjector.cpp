@@ -90,15 +90,15 @@ FaultInjector::Fate apply(std::optional<FaultEffect> effect, Bytes bytes) {
 
 }  // namespace
 
-FaultInjector::FaultInjector(std::vector<FaultRule> rules, const std::optional<Noise>& noise) {
-  setRules(std::move(rules));
+FaultInjector::FaultInjector(const std::vector<FaultRule>& rules, const std::optional<Noise>& noise) {
+  setRules(rules);
   kindOfTag_.fill(FrameKind::Other);
   if (!noise) return;
   noiseEvery_ = noise->every;
   for (std::size_t i = 0; i < noise_.size(); ++i) noise_[i].seed(noise->seed + i);
 }
 
-void FaultInjector::setRules(std::vector<FaultRule> rules) {
+void FaultInjector::setRules(const std::vector<FaultRule>& rules) {
   rules_.clear();
   for (const FaultRule& rule : rules) rules_.push_back({rule});
   counts_ = {};

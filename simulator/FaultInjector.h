@@ -18,10 +18,10 @@ using Bytes = std::vector<std::uint8_t>;
 
 class FaultInjector {
  public:
-  FaultInjector(std::vector<FaultRule> rules, const std::optional<Noise>& noise);
+  FaultInjector(const std::vector<FaultRule>& rules, const std::optional<Noise>& noise);
 
   // Replaces the rules; counting begins anew.
-  void setRules(std::vector<FaultRule> rules);
+  void setRules(const std::vector<FaultRule>& rules);
   // Rules that have not struck yet.
   std::size_t waiting() const;
   // Frames of a kind since the rules were set.

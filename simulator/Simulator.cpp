@@ -17,7 +17,7 @@ bool Simulator::awaitTranscript(const std::string& prefix, std::size_t count, st
 
 void Simulator::hangUp() { core_->hangUp(); }
 
-void Simulator::setFaults(std::vector<FaultRule> faults) { core_->setFaults(std::move(faults)); }
+void Simulator::setFaults(const std::vector<FaultRule>& faults) { core_->setFaults(faults); }
 
 std::size_t Simulator::faultsWaiting() const { return core_->faultsWaiting(); }
 

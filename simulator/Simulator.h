@@ -84,7 +84,7 @@ class Simulator {
   void hangUp();
 
   // Any thread. Replaces the rules of what goes wrong; counting begins anew.
-  void setFaults(std::vector<FaultRule> faults);
+  void setFaults(const std::vector<FaultRule>& faults);
   // Any thread. How many rules have not struck yet.
   std::size_t faultsWaiting() const;
   // Any thread. Frames of this kind since setFaults; 0 when it was never called.
