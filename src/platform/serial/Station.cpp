@@ -329,7 +329,10 @@ Station::Output Station::take(Time now) {
   return std::exchange(output_, {});
 }
 
+// A secondary is silent until the primary has said something in this session: only then is no repeated SABM behind that
+// would begin the session a second time at one end alone.
 void Station::pump(Time now) {
+  if (role_ == Role::Secondary && !heard_) return;
   while (state_ == State::Up && !pollPending_ && inFlight_ < window && inFlight_ < parts_.size()) {
     if (inFlight_ == 0) {
       wait_ = timing_.resend;
