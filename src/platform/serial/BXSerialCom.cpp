@@ -58,6 +58,8 @@ bool BXSerialCom::getParameterSetFrame(unsigned char frame) {
   return link_->exchange(withSum({letter::parameterSetRead, frame}), {}, link_->replyHandler());
 }
 
+// The signatures are the host's.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 bool BXSerialCom::sendBytesAckReturn(std::vector<unsigned char>& bytes, const unsigned char& ack,
                                      std::function<void()> callback, [[maybe_unused]] bool unused) {
   return link_->exchange(bytes, {ack}, callback);
@@ -70,6 +72,7 @@ bool BXSerialCom::sendDownloadTargetRequest(std::vector<unsigned char>& bytes, c
 bool BXSerialCom::sendDownloadRequest(std::vector<unsigned char>& bytes, std::function<void()> callback) {
   return link_->exchange(bytes, {letter::storedResults}, callback);
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 bool BXSerialCom::poll() { return link_->exchange(withSum({letter::poll}), {}, link_->replyHandler()); }
 

@@ -65,7 +65,8 @@ void makeRaw(int handle) {
   settings.c_cc[VMIN] = 1;
   settings.c_cc[VTIME] = 0;
   Descriptor::require(::tcsetattr(handle, TCSANOW, &settings));
-  ::tcflow(handle, TCOON);  // its last user may have stopped the output
+  // Its last user may have stopped the output. Nobody else has the handle yet.
+  ::tcflow(handle, TCOON);  // NOLINT(concurrency-mt-unsafe)
 }
 
 }  // namespace
