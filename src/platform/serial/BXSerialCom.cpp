@@ -48,6 +48,8 @@ bool BXSerialCom::setDeviceMode(const DeviceMode& mode, [[maybe_unused]] bool en
   return link_->changeMode(static_cast<std::uint8_t>(mode));
 }
 
+// The signatures are the host's.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 bool BXSerialCom::sendDeviceInfoCommand(const std::string& item, std::function<void()> callback) {
   const auto code = link::informationCode(item);
   if (!code) return link_->fail("there is no information item \"" + item + "\"");
@@ -58,8 +60,6 @@ bool BXSerialCom::getParameterSetFrame(unsigned char frame) {
   return link_->exchange(withSum({letter::parameterSetRead, frame}), {}, link_->replyHandler());
 }
 
-// The signatures are the host's.
-// NOLINTBEGIN(performance-unnecessary-value-param)
 bool BXSerialCom::sendBytesAckReturn(std::vector<unsigned char>& bytes, const unsigned char& ack,
                                      std::function<void()> callback, [[maybe_unused]] bool unused) {
   return link_->exchange(bytes, {ack}, callback);
