@@ -46,10 +46,8 @@ std::string_view takeWord(std::string_view& line) {
 
 bool isMark(std::string_view word) {
   constexpr std::array marks{TraceMark::ToDevice, TraceMark::FromDevice, TraceMark::Dropped, TraceMark::Event};
-  for (const TraceMark mark : marks) {
-    if (word.size() == 1 && word[0] == static_cast<char>(mark)) return true;
-  }
-  return false;
+  return std::any_of(marks.begin(), marks.end(),
+                     [word](TraceMark mark) { return word.size() == 1 && word[0] == static_cast<char>(mark); });
 }
 
 }  // namespace
