@@ -175,6 +175,24 @@ TEST_F(LinkTest, endsTheStreamWhenItsHandlerThrows) {
   EXPECT_TRUE(com->setDeviceMode(BXSerialCom::RESTING, true));
 }
 
+// The end of the stream waits for the handler, and the handler for its turn.
+TEST_F(LinkTest, endsAStreamWhoseHandlerWaitsToExchange) {
+  startStreaming({"CA01"});
+  Event inside;
+  com->setProcessTrainingCallback([&] {
+    keep();
+    if (received.size() > 1) return;
+    inside.set();
+    EXPECT_TRUE(device->simulator.awaitTranscript("< 596F", 2));
+    EXPECT_TRUE(com->poll());
+  });
+  com->startSessionListening();
+  ASSERT_TRUE(inside.wait());
+  EXPECT_TRUE(com->setDeviceMode(BXSerialCom::RESTING, true));
+  awaitEnd();
+  EXPECT_THAT(received, ElementsAre("CA01", "596F"));
+}
+
 TEST_F(LinkTest, handlesWhatHasArrivedBeforeItStopsListening) {
   startStreaming(std::vector<std::string>(500, "CA65"));
   Event stopped;

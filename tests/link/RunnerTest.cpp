@@ -42,7 +42,7 @@ class RunnerTest : public testing::Test {
 TEST_F(RunnerTest, servesWhileThereIsNoGuest) {
   EXPECT_NE(nextEvent().get(), here);
   come();
-  runner.relieve();
+  runner.relieve(Runner::Guest::Listener);
   EXPECT_NE(nextEvent().get(), here);
 }
 
@@ -65,12 +65,12 @@ TEST_F(RunnerTest, runsOneThreadAtATime) {
         --inside;
       });
       if (!runner.runOne(guest, std::chrono::steady_clock::now() + 1ms)) std::this_thread::yield();
-      if (guest == Runner::Guest::Listener && i % 10 == 0) runner.relieve();
+      if (guest == Runner::Guest::Listener && i % 10 == 0) runner.relieve(Runner::Guest::Listener);
     }
   };
   std::thread requester(serve, Runner::Guest::Requester);
   serve(Runner::Guest::Listener);
-  runner.relieve();
+  runner.relieve(Runner::Guest::Listener);
   requester.join();
 }
 

@@ -135,7 +135,8 @@ Link::Filed Link::file(Message message) {
   if (pending_->changesMode && pending_->arrived && isModeAnswer(message.payload)) {
     if (listens_) {
       // The end of the stream: the listening thread reads it. Asked for by its own handler, it counts at once.
-      if (pending_->isListeners) completePending(message.tag, message.payload);
+      pending_->answer.push_back(message.payload);
+      pending_->complete = pending_->isListeners;
       streamed_.push_back(std::move(message));
       return Filed::Ready;
     }
@@ -193,9 +194,10 @@ std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& 
   Pending pending;
   Answer answer;
   std::optional<std::string> failure;
+  std::shared_ptr<Engine> engine;
   {
     Lock lock(mutex_);
-    changed_.wait(lock, [this] { return !exchanging_; });
+    awaitTurn(lock);
     untold_.reset();
     if (!engine_ || hungUp_) {
       failure = hungUp_.value_or(closedText);
@@ -208,8 +210,9 @@ std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& 
       pending.isListeners = isListeningThread();
       pending.lastSign = Clock::now();
       answer.opening = opening_;
-      engine_->submit({pending.tag, false, payload});
-      failure = awaitAnswer(lock, pending);
+      engine = engine_;
+      engine->submit({pending.tag, false, payload});
+      failure = awaitAnswer(lock, engine->runner(), pending);
       pending_ = nullptr;
       exchanging_ = false;
     }
@@ -224,24 +227,35 @@ std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& 
   return answer;
 }
 
-std::optional<std::string> Link::awaitAnswer(Lock& lock, Pending& pending) {
-  const auto engine = engine_;
+// Exchanges take turns. The listening thread does not serve the line meanwhile; and an exchange that waits for this
+// very thread to read its answer, the end of the stream, is over without that.
+void Link::awaitTurn(Lock& lock) {
+  const bool isListeners = isListeningThread();
+  if (isListeners && exchanging_ && engine_) engine_->runner().relieve(Runner::Guest::Listener);
+  changed_.wait(lock, [&] {
+    if (isListeners && pending_ != nullptr && pending_->arrived && !pending_->complete) {
+      pending_->complete = true;
+      changed_.notify_all();
+    }
+    return !exchanging_;
+  });
+}
+
+std::optional<std::string> Link::awaitAnswer(Lock& lock, Runner& runner, Pending& pending) {
   const auto guest = pending.isListeners ? Runner::Guest::Listener : Runner::Guest::Requester;
   const auto over = [&] { return pending.complete || pending.failure; };
-  while (!over()) {
-    if (pending.arrived) {
-      changed_.wait(lock, over);  // the listening thread has it, behind what was streamed before
-      break;
-    }
+  const auto waits = [&] { return !over() && !pending.arrived; };
+  while (waits()) {
     const Clock::time_point deadline = pending.lastSign + options_.reply;
     lock.unlock();
-    const bool served = engine->runner().runOne(guest, deadline);
+    const bool served = runner.runOne(guest, deadline);
     lock.lock();
-    if (!served && !over() && !pending.arrived) changed_.wait_until(lock, deadline);
-    if (!over() && !pending.arrived && Clock::now() >= pending.lastSign + options_.reply) {
+    if (!served && waits()) changed_.wait_until(lock, deadline);
+    if (waits() && Clock::now() >= pending.lastSign + options_.reply) {
       pending.failure = "no answer within " + secondsText(options_.reply);
     }
   }
+  changed_.wait(lock, over);  // what has arrived may be with the listening thread, behind what was streamed before
   return pending.failure;
 }
 

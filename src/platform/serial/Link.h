@@ -113,10 +113,11 @@ class Link final : public Engine::Listener, public std::enable_shared_from_this<
   void onHungUp(const std::string& reason) override;
 
   std::optional<Answer> request(const Bytes& payload, const Expected& expected, bool changesMode);
-  std::optional<std::string> awaitAnswer(Lock& lock, Pending& pending);
+  void awaitTurn(Lock& lock);
+  std::optional<std::string> awaitAnswer(Lock& lock, Runner& runner, Pending& pending);
   void failPending(const std::string& reason);
   void tellLoss(const std::string& reason);
-  void completePending(std::uint8_t tag, Bytes payload);
+  void completePending(std::uint8_t tag);
   bool handOver(const Answer& answer, const Handler& handler);
 
   void listen(HandlerGate::Opening opening, Engine& engine);

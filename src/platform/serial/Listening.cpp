@@ -42,6 +42,7 @@ void Link::startListening() {
   if (listening_.joinable()) listening_.detach();
   try {
     listening_ = std::thread([self = shared_from_this(), opening, engine] { self->listen(opening, *engine); });
+    listeningId_ = listening_.get_id();  // before the thread can have the lock
   } catch (const std::system_error& reason) {
     lock.unlock();
     endListening();
@@ -58,10 +59,9 @@ void Link::setRunning(bool running) {
 }
 
 void Link::listen(HandlerGate::Opening opening, Engine& engine) {
-  listeningId_ = std::this_thread::get_id();
   while (hearNext(opening, engine)) {
   }
-  engine.runner().relieve();
+  engine.runner().relieve(Runner::Guest::Listener);
   endListening();
   auto own = std::this_thread::get_id();
   listeningId_.compare_exchange_strong(own, std::thread::id());  // unless another stream has begun meanwhile
@@ -72,6 +72,7 @@ bool Link::hearNext(HandlerGate::Opening opening, Engine& engine) {
   Message message;
   {
     Lock lock(mutex_);
+    // Closing ends this before it stops the engine.
     while (streamed_.empty() && running_ && sessionUp_ && opening == opening_) {
       lock.unlock();
       engine.runner().runOne(Runner::Guest::Listener, std::nullopt);
@@ -105,7 +106,7 @@ bool Link::handleStreamed(HandlerGate::Opening opening, const Message& message) 
   }
   if (message.tag != streamTag) {
     const Lock lock(mutex_);
-    completePending(message.tag, message.payload);
+    completePending(message.tag);
     changed_.notify_all();
     return false;
   }
@@ -124,9 +125,9 @@ void Link::endListening() {
     listens_ = false;
     if (engine_ && !hungUp_) engine_->watch(false);
     // A mode's answer that was meant for this thread is now read by the exchange itself.
-    std::erase_if(streamed_, [this](Message& message) {
+    std::erase_if(streamed_, [this](const Message& message) {
       if (message.tag == streamTag) return false;
-      completePending(message.tag, std::move(message.payload));
+      completePending(message.tag);
       return true;
     });
     if (hungUp_ && engine_) removed = removeHandler_;
@@ -143,10 +144,8 @@ void Link::endListening() {
   }
 }
 
-void Link::completePending(std::uint8_t tag, Bytes payload) {
-  if (pending_ == nullptr || pending_->tag != tag) return;
-  pending_->answer.push_back(std::move(payload));
-  pending_->complete = true;
+void Link::completePending(std::uint8_t tag) {
+  if (pending_ != nullptr && pending_->tag == tag && pending_->arrived) pending_->complete = true;
 }
 
 void Link::joinListening() {

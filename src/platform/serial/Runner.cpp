@@ -61,7 +61,6 @@ void Runner::watchGuest(Lock& lock) {
 
 void Runner::run(Lock& lock, std::optional<Time> deadline) noexcept {
   running_ = true;
-  ++turns_;
   lock.unlock();
   if (deadline) {
     context_.run_one_until(*deadline);
@@ -78,7 +77,7 @@ bool Runner::runOne(Guest guest, std::optional<Time> deadline) {
   if (stopped_ || guest_ > guest) return false;
   if (guest_ == guest && !running_) {
     run(lock, deadline);
-    if (stopped_ || mayRun()) own_.notify_one();
+    if (stopped_) own_.notify_one();
     if (coming_ > 0) free_.notify_all();
     return true;
   }
@@ -92,8 +91,9 @@ bool Runner::runOne(Guest guest, std::optional<Time> deadline) {
   return true;
 }
 
-void Runner::relieve() {
+void Runner::relieve(Guest guest) {
   const Lock lock(mutex_);
+  if (guest_ != guest) return;
   guest_ = Guest::None;
   own_.notify_one();
 }

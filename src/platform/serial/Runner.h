@@ -30,19 +30,20 @@ class Runner {
   // what the context runs.
   void stop(std::function<void()> last);
 
-  // Who comes; the later in this list takes over from the earlier. One of each at a time.
+  // Who comes; the later in this list takes over from the earlier. The caller sees to it that there is one of each at
+  // most.
   enum class Guest {
     None,
     Requester,  // waits for an answer; relieved soon after its last turn
     Listener,   // waits for a stream
   };
   using Time = std::chrono::steady_clock::time_point;
-  // Waits for the next event, until `deadline` if there is one, and handles it. Returns without one when the guest has
-  // just come, since others may have handled what it waits for. False when it is not to come: another guest goes first,
-  // or the runner has stopped.
+  // Waits for the next event, until `deadline` if there is one, and handles it; what runs now pauses soon. Returns
+  // without one when the guest has just come, since others may have handled what it waits for. False when it is not to
+  // come: another guest goes first, or the runner has stopped.
   bool runOne(Guest guest, std::optional<Time> deadline);
-  // The guest goes: the own thread takes over. Called by the guest.
-  void relieve();
+  // This guest goes: the own thread takes over. Called by the guest; nothing when another one has come.
+  void relieve(Guest guest);
   // Makes runOne return. Any thread.
   void nudge();
 
@@ -61,7 +62,7 @@ class Runner {
   std::condition_variable own_;   // the own thread waits, for the guest to go
   std::condition_variable free_;  // a guest waits, for another thread to pause
   std::function<void()> last_;
-  std::uint64_t turns_ = 0;  // begun and ended
+  std::uint64_t turns_ = 0;  // that have ended
   Guest guest_ = Guest::None;
   int coming_ = 0;  // guests that wait for their first turn
   bool running_ = false;

@@ -16,7 +16,7 @@
 
 namespace BX::link {
 
-// Every member, and every event, runs on the one thread that runs `context`.
+// Every member, and every event, runs on the thread that runs `context`, one at a time.
 class SerialPortTransport : public Transport {
  public:
   SerialPortTransport(boost::asio::io_context& context, std::string port, unsigned baud);
