@@ -77,7 +77,7 @@ class Engine {
   std::optional<Clock::time_point> armedFor_;
   bool hungUp_ = false;
   std::unique_ptr<Transport> transport_;
-  Runner runner_{context_};
+  Runner runner_{context_, options_.resend};
 };
 
 }  // namespace BX::link

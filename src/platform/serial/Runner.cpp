@@ -6,15 +6,12 @@ namespace BX::link {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-// A guest that stays away for so long, or twice as long at most, is relieved. A listener's records may then have been
-// repeated once; the device is far from giving up. A requester has often nothing more to ask.
-std::chrono::milliseconds patience(Runner::Guest guest) { return guest == Runner::Guest::Listener ? 100ms : 10ms; }
+constexpr int requestersShare = 10;
 
 }  // namespace
 
-Runner::Runner(boost::asio::io_context& context) : context_(context), work_(boost::asio::make_work_guard(context)) {}
+Runner::Runner(boost::asio::io_context& context, std::chrono::milliseconds resend)
+    : context_(context), resend_(resend), work_(boost::asio::make_work_guard(context)) {}
 
 Runner::~Runner() { stop({}); }
 
@@ -50,12 +47,18 @@ void Runner::serve() {
   if (last_) last_();
 }
 
+// A guest that stays away for so long, or twice as long at most, is relieved. A listener's records may then have been
+// repeated once; the device is far from giving up. A requester has often nothing more to ask.
+std::chrono::microseconds Runner::patience() const {
+  return guest_ == Guest::Listener ? resend_ : resend_ / requestersShare;
+}
+
 // Whether it is the own thread's turn.
 bool Runner::mayRun() const { return guest_ == Guest::None && !running_ && coming_ == 0; }
 
 void Runner::watchGuest(Lock& lock) {
   const std::uint64_t seen = turns_;
-  own_.wait_for(lock, patience(guest_), [this] { return stopped_ || mayRun(); });
+  own_.wait_for(lock, patience(), [this] { return stopped_ || mayRun(); });
   if (!running_ && coming_ == 0 && turns_ == seen) guest_ = Guest::None;
 }
 

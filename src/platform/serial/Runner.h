@@ -18,7 +18,8 @@ namespace BX::link {
 
 class Runner {
  public:
-  explicit Runner(boost::asio::io_context& context);
+  // `resend`: when an unacknowledged frame is repeated, which tells how long a guest may stay away.
+  Runner(boost::asio::io_context& context, std::chrono::milliseconds resend);
   // Stops.
   ~Runner();
   Runner(const Runner&) = delete;
@@ -51,10 +52,12 @@ class Runner {
   using Lock = std::unique_lock<std::mutex>;
   void serve();
   bool mayRun() const;
+  std::chrono::microseconds patience() const;
   void watchGuest(Lock& lock);
   void run(Lock& lock, std::optional<Time> deadline) noexcept;
 
   boost::asio::io_context& context_;
+  const std::chrono::microseconds resend_;
   boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_;
   std::thread thread_;
 
