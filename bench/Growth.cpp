@@ -2,6 +2,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,21 +21,21 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How much more time a unit takes than with the smallest size, at most.
+// How far the time a unit lies from the one of the smallest size, at most.
 Row row(const std::string& what, const std::vector<std::size_t>& sizes, const std::vector<Samples>& samples) {
   const auto each = [&](std::size_t i) { return median(samples[i]) / static_cast<double>(sizes[i]); };
   std::string detail = "µs:";
-  double most = 0;
+  double farthest = 0;
   for (std::size_t i = 0; i < sizes.size(); ++i) {
-    most = std::max(most, each(i) / each(0) - 1);
+    farthest = std::max(farthest, std::abs(each(i) / each(0) - 1));
     detail += (i == 0 ? " " : ", ") + rounded(each(i) * 1e6) + " at " + std::to_string(sizes[i]);
   }
   return {.what = what,
           .against = "the same at the smallest number",
           .bar = Bar::AtMost,
           .limit = 10,
-          .got = most * 100,
-          .unit = "% more",
+          .got = farthest * 100,
+          .unit = "% away",
           .detail = detail};
 }
 
