@@ -13,6 +13,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # A library with GNU-unique symbols is never unloaded by dlclose.
   target_compile_options(bx_options INTERFACE -fno-gnu-unique)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(bx_options INTERFACE -Wthread-safety)  # reads the attributes of src/platform/Mutex.h
+endif()
 if(BX_SANITIZE)
   target_compile_options(bx_options INTERFACE -fsanitize=${BX_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(bx_options INTERFACE -fsanitize=${BX_SANITIZE})
