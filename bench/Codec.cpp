@@ -14,7 +14,7 @@ namespace BX::bench {
 
 namespace {
 
-constexpr std::int32_t noRing = records::noTarget;
+constexpr std::int32_t noRing = noTarget;
 
 records::Shot decoded(const sim::Bytes& record) {
   records::Shot shot = records::decodeShot(record, {25, "m", noRing});

@@ -4,13 +4,12 @@
 #include <string>
 
 #include "bx/BXDevice.h"
-#include "config/SettingsKeys.h"
+#include "bx/DocumentKeys.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/InMemoryLink.h"
 #include "morva/KeyedAccess.h"
 #include "platform/Wire.h"
 #include "platform/time/TimeSeam.h"
-#include "targets/TargetKeys.h"
 #include "tools/bx/Documents.h"
 
 namespace {
@@ -26,9 +25,9 @@ constexpr std::size_t sumSize = 1;
 
 // Keys of every type and kind of document.
 constexpr std::array<const char*, 9> keys = {
-    config::key::mounting,          config::key::isInFieldMode,     config::key::numberOfBullets,
-    config::key::cockingDelay,      targets::key::nominalDistance,  targets::key::caliber,
-    targets::key::ringTargetNumber, targets::key::diameterVariable, targets::key::bitmap};
+    key::settings::mounting,     key::session::isInFieldMode,  key::session::numberOfBullets,
+    key::session::cockingDelay,  key::target::nominalDistance, key::ring::caliber,
+    key::ring::ringTargetNumber, key::ring::diameterVariable,  key::silhouette::bitmap};
 
 // What `operation` of a fresh device sends, each request accepted.
 template <typename Operation>
@@ -62,7 +61,7 @@ Payloads settings(const Json& document) {
 }
 
 std::size_t nameFrameSize(const Json& document, std::size_t emptySize) {
-  const auto length = getText(document, targets::key::targetName).size();
+  const auto length = getText(document, key::target::targetName).size();
   return headSize + std::max<std::size_t>(length == 0 ? emptySize : length, 10) + 6 + sumSize;
 }
 
@@ -77,8 +76,8 @@ Payloads ring(const Json& document) {
 
 std::size_t rowCount(const Json& document) {
   const auto& root = document.getDocument();
-  if (!root.IsObject() || !root.HasMember(targets::key::bitmap)) return 0;
-  const auto& rows = root[targets::key::bitmap];
+  if (!root.IsObject() || !root.HasMember(key::silhouette::bitmap)) return 0;
+  const auto& rows = root[key::silhouette::bitmap];
   return rows.IsArray() ? rows.Size() : 0;
 }
 

@@ -12,7 +12,6 @@
 #include "records/RecordFormat.h"
 #include "targets/RingCodec.h"
 #include "targets/SilhouetteCodec.h"
-#include "targets/TargetKeys.h"
 
 namespace {
 
@@ -84,7 +83,7 @@ void readRingReply(Payload reply, Json& target) {
     case ring::outerPart:
       return ring::writeDiameters(reply, target);
     default:
-      setText(target, targets::key::targetName, targets::nameOf(reply));
+      setText(target, key::target::targetName, targets::nameOf(reply));
   }
 }
 
@@ -97,7 +96,7 @@ void readSilhouetteReply(Payload reply, Json& target) {
       silhouette::distanceOf(reply);
       return silhouette::writeSettings(reply, target);
     case silhouette::Reply::Name:
-      setText(target, targets::key::targetName, targets::nameOf(reply));
+      setText(target, key::target::targetName, targets::nameOf(reply));
       return;
     case silhouette::Reply::Row:
       silhouette::rowTargetOf(reply);

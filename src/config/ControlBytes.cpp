@@ -3,15 +3,17 @@
 #include <array>
 #include <utility>
 
+#include "bx/DocumentKeys.h"
+
 namespace BX::config {
 
 namespace {
 
 constexpr std::array<std::pair<Mounting, const char*>, 4> mountings = {{
-    {Mounting::Above, "ABOVE"},
-    {Mounting::Below, "BELOW"},
-    {Mounting::Left, "LEFT"},
-    {Mounting::Right, "RIGHT"},
+    {Mounting::Above, text::above},
+    {Mounting::Below, text::below},
+    {Mounting::Left, text::left},
+    {Mounting::Right, text::right},
 }};
 
 constexpr std::uint8_t mountingMask = 0x03;

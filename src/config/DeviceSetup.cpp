@@ -1,6 +1,6 @@
 // The settings documents, and the identity items that a freshly connected device is asked for.
 #include "bx/BXDevice.h"
-#include "device/DebugLog.h"
+#include "platform/DebugLog.h"
 
 namespace BX {
 

@@ -2,10 +2,11 @@
 #include <iostream>
 
 #include "bx/BXDevice.h"
+#include "bx/DocumentKeys.h"
 #include "config/ParameterSetFrame.h"
-#include "config/SettingsKeys.h"
-#include "device/DebugLog.h"
 #include "morva/KeyedAccess.h"
+#include "platform/DebugLog.h"
+#include "platform/Exchange.h"
 #include "platform/Numbers.h"
 #include "platform/Wire.h"
 
@@ -72,17 +73,17 @@ bool BXDevice::setParameterSetFrames() {
                 .ringTargetNumber = logged(labels.ring, currentRingTargetNumber),
                 .silhouetteTargetNumber = logged(labels.silhouette, currentSilhouetteTargetNumber),
                 .numberOfPrisms = logged(labels.prisms, numberOfPrisms),
-                .numberOfBullets = setting(config::key::numberOfBullets),
-                .wakeupAngle = setting(config::key::wakeupAngle),
-                .shotRejectionAngle = setting(config::key::shotRejectionAngle),
-                .sleepTimeout = setting(config::key::sleepTimeout),
-                .triggerSensitivity = setting(config::key::triggerSensitivity),
-                .cockingDelay = config::encodeCockingDelay(getDouble(sessionSettings, config::key::cockingDelay))});
+                .numberOfBullets = setting(key::session::numberOfBullets),
+                .wakeupAngle = setting(key::session::wakeupAngle),
+                .shotRejectionAngle = setting(key::session::shotRejectionAngle),
+                .sleepTimeout = setting(key::session::sleepTimeout),
+                .triggerSensitivity = setting(key::session::triggerSensitivity),
+                .cockingDelay = config::encodeCockingDelay(getDouble(sessionSettings, key::session::cockingDelay))});
   };
 
   const config::DeviceParameters parameters = {.controlByte1 = createParameterControlByte1(),
                                                .controlByte2 = createParameterControlByte2(),
-                                               .fieldMode = getBoolean(sessionSettings, config::key::isInFieldMode)};
+                                               .fieldMode = getBoolean(sessionSettings, key::session::isInFieldMode)};
   log(parameters.fieldMode ? "SET PARAM SET FRAMESE STARTUP FUNC - 0x02" : "SET PARAM SET FRAMESE STARTUP FUNC - 0x01");
   if (!wire::sendForAcknowledgement(serialCom, config::encode(parameters))) return false;
   if (!wire::sendForAcknowledgement(serialCom, operatingMode(config::classicFrame, classicLabels))) return false;

@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "bx/DocumentKeys.h"
 #include "platform/Numbers.h"
 #include "platform/Wire.h"
 
@@ -43,7 +44,9 @@ Bytes encodeClosingFrame() {
   return content;
 }
 
-std::uint8_t encodeCockingDelay(double seconds) { return platform::lowByte(platform::truncateToInt(seconds * 10.0)); }
+std::uint8_t encodeCockingDelay(double seconds) {
+  return platform::lowByte(platform::truncateToInt(seconds * scale::cockingDelay));
+}
 
 std::optional<std::uint8_t> frameNumber(std::span<const std::uint8_t> reply) {
   if (!wire::isReply(reply, wire::letter::parameterSetRead) || reply.size() <= numberOffset) return std::nullopt;

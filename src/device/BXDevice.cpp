@@ -3,9 +3,9 @@
 #include <chrono>
 #include <utility>
 
-#include "device/DebugLog.h"
 #include "device/InformationReply.h"
 #include "morva/KeyedAccess.h"
+#include "platform/DebugLog.h"
 #include "platform/time/TimeSeam.h"
 
 namespace BX {

@@ -1,6 +1,6 @@
 #include "bx/DebugHook.h"
 
-#include "device/DebugLog.h"
+#include "platform/DebugLog.h"
 
 namespace BX {
 

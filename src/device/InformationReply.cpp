@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "config/SettingsKeys.h"
+#include "bx/DocumentKeys.h"
 #include "platform/Wire.h"
 
 namespace BX::device {
@@ -27,15 +27,15 @@ std::optional<InformationItem> decodeInformation(std::span<const std::uint8_t> r
 std::optional<InformationSetting> settingOf(const InformationItem& item) {
   switch (item.code) {
     case SerialNumber:
-      return InformationSetting{config::key::serialNumber, item.text};
+      return InformationSetting{key::settings::serialNumber, item.text};
     case Id:
-      return InformationSetting{config::key::deviceId, item.text};
+      return InformationSetting{key::settings::deviceId, item.text};
     case Program:
-      return InformationSetting{config::key::program, item.text};
+      return InformationSetting{key::settings::program, item.text};
     case Date:
-      return InformationSetting{config::key::date, item.text.substr(labelLength)};
+      return InformationSetting{key::settings::date, item.text.substr(labelLength)};
     case Time:
-      return InformationSetting{config::key::time, item.text.substr(labelLength)};
+      return InformationSetting{key::settings::time, item.text.substr(labelLength)};
     default:
       return std::nullopt;
   }

@@ -2,9 +2,9 @@
 #include <utility>
 
 #include "bx/BXDevice.h"
-#include "config/SettingsKeys.h"
-#include "device/DebugLog.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
+#include "platform/DebugLog.h"
 #include "platform/Wire.h"
 #include "platform/time/TimeSeam.h"
 #include "records/RecordFormat.h"
@@ -14,7 +14,7 @@ namespace BX {
 void BXDevice::startThread() {
   log("START THREAD!!!");
   clearTrainingFrames();
-  const bool fieldMode = getBoolean(sessionSettings, config::key::isInFieldMode);
+  const bool fieldMode = getBoolean(sessionSettings, key::session::isInFieldMode);
   if (!fieldMode) log("CLASSIC STREAM");
   setDeviceMode(fieldMode ? BXSerialCom::FIELD_STREAM : BXSerialCom::CLASSIC_STREAM, false);
   log("STREAM CALLBACK SET");

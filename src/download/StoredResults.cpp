@@ -1,9 +1,11 @@
 #include <algorithm>
 
 #include "bx/BXDevice.h"
-#include "device/DebugLog.h"
+#include "bx/DocumentKeys.h"
 #include "download/StoredResultsWire.h"
 #include "platform/AtExit.h"
+#include "platform/DebugLog.h"
+#include "platform/Exchange.h"
 #include "records/RecordFormat.h"
 
 namespace BX {
@@ -60,7 +62,7 @@ bool BXDevice::downloadStoredTargets() {
 bool BXDevice::downloadTargetsOf(const Bytes& shotFrame) {
   log("SHOT");
   const std::int32_t ringNumber = shotFrame[shot::ringTargetOffset];
-  if (ringNumber < records::noTarget && !ringTargets.contains(ringNumber)) {
+  if (ringNumber < noTarget && !ringTargets.contains(ringNumber)) {
     log("RING FOUND!");
     currentRingTargetNumber = ringNumber;
     if (!downloadRingTarget(ringNumber)) {
@@ -69,7 +71,7 @@ bool BXDevice::downloadTargetsOf(const Bytes& shotFrame) {
     }
   }
   const std::int32_t silhouetteNumber = shotFrame[shot::silhouetteTargetOffset];
-  if (silhouetteNumber < records::noTarget && !silhouetteTargets.contains(silhouetteNumber)) {
+  if (silhouetteNumber < noTarget && !silhouetteTargets.contains(silhouetteNumber)) {
     log("SIL FOUND!");
     currentSilhouetteTargetNumber = silhouetteNumber;
     if (!downloadSilhouetteTarget(silhouetteNumber)) {

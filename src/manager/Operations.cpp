@@ -4,8 +4,8 @@
 #include <thread>
 #include <utility>
 
+#include "bx/DocumentKeys.h"
 #include "manager/Entry.h"
-#include "targets/TargetKeys.h"
 
 namespace BX {
 
@@ -79,7 +79,7 @@ bool BXDeviceManager::createTargetOnDevice(const std::string& port, const std::s
   useTransferMode(*device);
   device->setTarget(target);
   const bool uploaded =
-      targetType == targets::text::ring ? device->uploadRingTarget(target) : device->uploadSilhouetteTarget(target);
+      targetType == text::ring ? device->uploadRingTarget(target) : device->uploadSilhouetteTarget(target);
   rest(*device);
   return uploaded;
 } catch (...) {

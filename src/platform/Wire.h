@@ -1,12 +1,10 @@
-// What the payloads of all subsystems have in common.
+// What the payloads of all subsystems have in common, as bytes. No I/O here.
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <vector>
 
-#include "bx/BXSerialCom.h"
 #include "platform/Letters.h"
 #include "platform/Numbers.h"
 
@@ -23,22 +21,6 @@ constexpr bool isReply(std::span<const std::uint8_t> bytes, std::uint8_t letter)
 inline void append16(Bytes& frame, std::int64_t value) {
   frame.push_back(platform::lowByte(value >> 8));
   frame.push_back(platform::lowByte(value));
-}
-
-// The sum byte is the link's to define, so it goes on where a frame is sent, not where it is built.
-inline void seal(const BXSerialCom& link, Bytes& frame) { frame.push_back(link.calculateSum(frame)); }
-
-// Sends a frame that lacks its sum byte yet; true when the device accepted it. The acknowledgement carries the
-// frame's own first byte.
-inline bool sendForAcknowledgement(BXSerialCom& link, Bytes frame) {
-  seal(link, frame);
-  return link.sendBytesAckReturn(frame, frame.front(), std::function<void()>(), false);
-}
-
-// Asks for a part of a stored target; the reply goes to the link's reply handler. True when there was one.
-inline bool requestTarget(BXSerialCom& link, Bytes request) {
-  seal(link, request);
-  return link.sendDownloadTargetRequest(request, request.front());
 }
 
 }  // namespace BX::wire

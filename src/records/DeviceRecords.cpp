@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "bx/BXDevice.h"
-#include "device/DebugLog.h"
+#include "platform/DebugLog.h"
 #include "platform/Wire.h"
 #include "platform/time/TimeSeam.h"
 #include "records/RecordDecoder.h"
@@ -14,7 +14,7 @@ MORVA::MORVADataTypeJSON BXDevice::processShotData(const Bytes& frame) {
   log("process shot data - distance");
   log(std::to_string(nominalDistance));
   if (records::isYards(distanceUnit)) log("process shot data - yds - distance");
-  if (currentRingTargetNumber == records::noTarget) log("Process shot for Sil Dist");
+  if (currentRingTargetNumber == noTarget) log("Process shot for Sil Dist");
   // The target in use is the one before this shot; what the shot names counts from the next record on.
   records::Shot shot = records::decodeShot(frame, {nominalDistance, distanceUnit, currentRingTargetNumber});
   currentRingTargetNumber = shot.ringTarget;
@@ -35,7 +35,7 @@ MORVA::MORVADataTypeJSON BXDevice::processShotData(const Bytes& frame) {
 }
 
 MORVA::MORVADataTypeJSON BXDevice::processMeasurementData(const Bytes& frame) {
-  if (currentRingTargetNumber == records::noTarget && !downloadingTrainingData) log("Process Sample for Sil Dist");
+  if (currentRingTargetNumber == noTarget && !downloadingTrainingData) log("Process Sample for Sil Dist");
   const records::Aim aim = records::decodeMeasurement(frame, {nominalDistance, distanceUnit, currentRingTargetNumber},
                                                       downloadingTrainingData);
   // A faulty sample restarts the aiming time of the coming shot.

@@ -9,6 +9,8 @@ namespace BX::records {
 namespace {
 
 constexpr double metresPerYard = 0.9144;
+constexpr double metresPerWireUnit = 0.1;
+constexpr double sinePerWireUnit = 0.001;
 constexpr double distanceOffset = 0.75;                  // metres
 constexpr double perDistance = 0.0033333333333333335;    // 1 / 300: raw positions are those at 300 m
 constexpr double degreesPerRadian = 57.324840764331206;  // 180 / 3.14: full angles truncate to full degrees
@@ -23,7 +25,7 @@ double nominalMetres(const TargetInUse& target) {
 }
 
 double measuredMetres(std::span<const std::uint8_t> frame, std::size_t offset) {
-  return platform::bigEndian16(frame, offset) * 0.1;
+  return platform::bigEndian16(frame, offset) * metresPerWireUnit;
 }
 
 Aim decodeAim(std::span<const std::uint8_t> frame, double distance, std::uint8_t status) {
@@ -38,10 +40,10 @@ Aim decodeAim(std::span<const std::uint8_t> frame, double distance, std::uint8_t
 
 }  // namespace
 
-bool isYards(std::string_view distanceUnit) { return distanceUnit == "yd" || distanceUnit == "Yards"; }
+bool isYards(std::string_view distanceUnit) { return distanceUnit == text::yd || distanceUnit == text::yards; }
 
 std::int32_t toDegrees(std::int16_t sine) {
-  double value = sine * 0.001;
+  double value = sine * sinePerWireUnit;
   if (!(value < 1.0)) {
     value = 1.0;
   } else if (!(value > -1.0)) {

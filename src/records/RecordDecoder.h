@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "bx/DocumentKeys.h"
 #include "morva/MORVADataTypeJSON.h"
 #include "records/RecordFormat.h"
 

@@ -47,50 +47,50 @@ MORVADataTypeJSON makeDocument(const AddMembers& addMembers) {
 }
 
 void addPosition(Members& members, const Aim& aim) {
-  members.number("PositionX", aim.positionX);
-  members.number("PositionY", aim.positionY);
-  members.integer("Tilt", aim.tilt);
-  members.integer("Rotation", aim.rotation);
+  members.number(key::record::positionX, aim.positionX);
+  members.number(key::record::positionY, aim.positionY);
+  members.integer(key::record::tilt, aim.tilt);
+  members.integer(key::record::rotation, aim.rotation);
 }
 
 void addAngles(Members& members, const Aim& aim) {
-  members.integer("RotationInDegrees", toDegrees(aim.rotation));
-  members.integer("TiltInDegrees", toDegrees(aim.tilt));
+  members.integer(key::record::rotationInDegrees, toDegrees(aim.rotation));
+  members.integer(key::record::tiltInDegrees, toDegrees(aim.tilt));
 }
 
 void addStatus(Members& members, std::uint8_t status) {
   const auto flag = [status](std::uint8_t bit) { return (status & bit) != 0 ? 1 : 0; };
-  members.integer("LowSignal", flag(status::lowSignal));
-  members.integer("HighSignal", flag(status::highSignal));
-  members.integer("MeasureError", flag(status::measureError));
-  members.integer("AngleError", flag(status::angleError));
-  members.integer("FSIError", flag(status::fsiError));
+  members.integer(key::record::lowSignal, flag(status::lowSignal));
+  members.integer(key::record::highSignal, flag(status::highSignal));
+  members.integer(key::record::measureError, flag(status::measureError));
+  members.integer(key::record::angleError, flag(status::angleError));
+  members.integer(key::record::fsiError, flag(status::fsiError));
 }
 
 }  // namespace
 
 MORVADataTypeJSON shotDocument(const Shot& shot) {
   return makeDocument([&shot](Members& members) {
-    members.integer("RingTargetNumber", shot.ringTarget);
-    members.integer("SilhouetteTargetNumber", shot.silhouetteTarget);
-    members.integer("FunctionMode", shot.functionMode);
-    members.integer("ShotNumber", shot.number);
+    members.integer(key::ring::ringTargetNumber, shot.ringTarget);
+    members.integer(key::silhouette::silhouetteTargetNumber, shot.silhouetteTarget);
+    members.integer(key::record::functionMode, shot.functionMode);
+    members.integer(key::record::shotNumber, shot.number);
     addPosition(members, shot.aim);
-    members.number("Distance", shot.aim.distance);
+    members.number(key::record::distance, shot.aim.distance);
     addAngles(members, shot.aim);
-    members.integer("Time", shot.time);
-    members.integer("FSI", shot.fsi);
-    members.number("ResultX", shot.aim.positionX);
-    members.number("ResultY", shot.aim.positionY);
+    members.integer(key::record::time, shot.time);
+    members.integer(key::record::fsi, shot.fsi);
+    members.number(key::record::resultX, shot.aim.positionX);
+    members.number(key::record::resultY, shot.aim.positionY);
     addStatus(members, shot.aim.status);
-    if (shot.aimingTime) members.number("aimingTime", *shot.aimingTime);
+    if (shot.aimingTime) members.number(key::record::aimingTime, *shot.aimingTime);
   });
 }
 
 MORVADataTypeJSON measurementDocument(const Aim& aim) {
   return makeDocument([&aim](Members& members) {
     addPosition(members, aim);
-    members.integer("Distance", platform::truncateToInt(aim.distance));
+    members.integer(key::record::distance, platform::truncateToInt(aim.distance));
     addAngles(members, aim);
     addStatus(members, aim.status);
   });

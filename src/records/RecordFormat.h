@@ -59,9 +59,6 @@ inline constexpr std::size_t distanceOffset = 14;  // tenths of a metre, unsigne
 inline constexpr std::size_t statusOffset = 16;    // bits of `status`
 }  // namespace measurement
 
-// A target number that names no target.
-inline constexpr std::uint8_t noTarget = 255;
-
 // Bits of the status byte that have a member of their own. Any other bit that is set counts as a fault, too.
 namespace status {
 inline constexpr std::uint8_t lowSignal = 1U << 0U;

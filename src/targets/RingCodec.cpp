@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <string>
 
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 #include "platform/Numbers.h"
-#include "targets/TargetKeys.h"
 
 namespace BX::targets::ring {
 
@@ -14,12 +14,6 @@ using platform::lowByte;
 using platform::truncateToInt;
 
 namespace {
-
-constexpr int distanceFactor = 10;
-constexpr int scoreFactor = 10;
-constexpr double tenth = 0.1;
-constexpr double hundredth = 0.01;
-constexpr double thousandth = 0.001;
 
 constexpr std::size_t diametersInPart = 8;
 
@@ -36,19 +30,25 @@ constexpr std::size_t prismYOffset = 17;
 constexpr std::size_t headerReplySize = 19;
 constexpr std::size_t diameterReplySize = reply::contentOffset + 2 * diametersInPart;
 
-std::string variableKey(int index) { return key::diameterVariable + std::to_string(index); }
+std::string variableKey(int index) { return key::ring::diameterVariable + std::to_string(index); }
 
 // The members of an inner or outer part, in the order in which they travel.
 std::array<std::string, diametersInPart> diameterKeys(std::uint8_t part) {
   if (part == innerPart) {
-    return {key::diameterInnerWhite,  key::diameterBlackArea, key::hitRingGap, key::diameterX,
-            key::diameterHighestRing, variableKey(1),         variableKey(2),  variableKey(3)};
+    return {key::ring::diameterInnerWhite,
+            key::ring::diameterBlackArea,
+            key::ring::hitRingGap,
+            key::ring::diameterX,
+            key::ring::diameterHighestRing,
+            variableKey(1),
+            variableKey(2),
+            variableKey(3)};
   }
   return {variableKey(4), variableKey(5), variableKey(6),  variableKey(7),
           variableKey(8), variableKey(9), variableKey(10), variableKey(11)};
 }
 
-std::int32_t scaled(unsigned value, double scale) { return truncateToInt(static_cast<double>(value) * scale); }
+std::int32_t scaled(unsigned value, double factor) { return truncateToInt(static_cast<double>(value) * factor); }
 
 Bytes frameStart(std::int32_t number, Part part) { return {wire::letter::ringUpload, lowByte(number), part}; }
 
@@ -56,28 +56,28 @@ Bytes frameStart(std::int32_t number, Part part) { return {wire::letter::ringUpl
 
 Header readHeader(const Json& target) {
   Header header;
-  header.caliberInMillimetres = isMillimetres(target, key::caliberUnit);
-  header.number = getInteger(target, key::ringTargetNumber);
-  header.nominalDistance = getInteger(target, key::nominalDistance);
-  header.caliber = getDouble(target, key::caliber);
-  header.hibMinScore = getInteger(target, key::hibMinScore);
-  header.highestRing = getInteger(target, key::highestRing);
-  header.minimumRing = getInteger(target, key::minimumRing);
-  header.targetWidth = getInteger(target, key::targetWidth);
-  header.targetHeight = getInteger(target, key::targetHeight);
-  header.prismPlaceX = getInteger(target, key::prismPlaceX);
-  header.prismPlaceY = getInteger(target, key::prismPlaceY);
+  header.caliberInMillimetres = isMillimetres(target, key::ring::caliberUnit);
+  header.number = getInteger(target, key::ring::ringTargetNumber);
+  header.nominalDistance = getInteger(target, key::target::nominalDistance);
+  header.caliber = getDouble(target, key::ring::caliber);
+  header.hibMinScore = getInteger(target, key::ring::hibMinScore);
+  header.highestRing = getInteger(target, key::ring::highestRing);
+  header.minimumRing = getInteger(target, key::ring::minimumRing);
+  header.targetWidth = getInteger(target, key::target::targetWidth);
+  header.targetHeight = getInteger(target, key::target::targetHeight);
+  header.prismPlaceX = getInteger(target, key::target::prismPlaceX);
+  header.prismPlaceY = getInteger(target, key::target::prismPlaceY);
   return header;
 }
 
-int unitFactor(const Json& target) { return isMillimetres(target, key::sizeUnit) ? 10 : 100; }
+int unitFactor(const Json& target) { return scale::ringSize.of(isMillimetres(target, key::target::sizeUnit)); }
 
 std::uint8_t controlByte1(const Json& target) {
   unsigned byte = 0x01;
   if (!isMetres(target)) byte |= control::yards;
-  if (!isMillimetres(target, key::caliberUnit)) byte |= control::caliberInInches;
-  if (!isMillimetres(target, key::sizeUnit)) byte |= control::sizeInInches;
-  if (MORVA::getText(target, key::ringGaps) != text::fixed) byte |= control::variableGaps;
+  if (!isMillimetres(target, key::ring::caliberUnit)) byte |= control::caliberInInches;
+  if (!isMillimetres(target, key::target::sizeUnit)) byte |= control::sizeInInches;
+  if (MORVA::getText(target, key::ring::ringGaps) != text::fixed) byte |= control::variableGaps;
   return lowByte(byte);
 }
 
@@ -85,11 +85,11 @@ Bytes headerFrame(const Header& header, std::uint8_t control) {
   auto frame = frameStart(header.number, headerPart);
   frame.push_back(control);
   frame.push_back(controlByte2);
-  wire::append16(frame, std::int64_t{header.nominalDistance} * distanceFactor);
-  wire::append16(frame, truncateToInt(header.caliber * (header.caliberInMillimetres ? 100.0 : 1000.0)));
+  wire::append16(frame, std::int64_t{header.nominalDistance} * scale::nominalDistance);
+  wire::append16(frame, truncateToInt(header.caliber * scale::caliber.of(header.caliberInMillimetres)));
   frame.push_back(lowByte(header.highestRing));
   frame.push_back(lowByte(header.minimumRing));
-  frame.push_back(lowByte(std::int64_t{header.hibMinScore} * scoreFactor));
+  frame.push_back(lowByte(std::int64_t{header.hibMinScore} * scale::hibMinScore));
   frame.push_back(0x00);
   frame.push_back(lowByte(header.targetWidth));
   frame.push_back(lowByte(header.targetHeight));
@@ -109,8 +109,8 @@ Bytes diameterFrame(const Json& target, std::int32_t number, Part part) {
 
 Bytes nameFrame(const Json& target, std::int32_t number) {
   auto frame = frameStart(number, namePart);
-  const auto name = MORVA::getText(target, key::targetName);
-  appendName(frame, name.empty() ? defaultName : name);
+  const auto name = MORVA::getText(target, key::target::targetName);
+  appendName(frame, name.empty() ? text::defaultRingName : name);
   return frame;
 }
 
@@ -127,41 +127,41 @@ bool isWhole(std::span<const std::uint8_t> reply) {
   }
 }
 
-double decodingScale(const Json& target) { return isMillimetres(target, key::sizeUnit) ? tenth : hundredth; }
+double decodingScale(const Json& target) { return scale::inverse(unitFactor(target)); }
 
 std::int32_t distanceOf(std::span<const std::uint8_t> headerReply) {
-  return scaled(bigEndian16(headerReply, distanceOffset), tenth);
+  return scaled(bigEndian16(headerReply, distanceOffset), scale::inverse(scale::nominalDistance));
 }
 
 void writeUnits(std::uint8_t control, Json& target) {
   const auto choose = [control](std::uint8_t bit, const char* set, const char* clear) {
     return (control & bit) != 0 ? set : clear;
   };
-  setText(target, key::distanceUnit, choose(control::yards, text::yards, text::meters));
-  setText(target, key::caliberUnit, choose(control::caliberInInches, text::inches, text::millimeters));
-  setText(target, key::sizeUnit, choose(control::sizeInInches, text::inches, text::millimeters));
-  setText(target, key::ringGaps, choose(control::variableGaps, text::variable, text::fixed));
+  setText(target, key::target::distanceUnit, choose(control::yards, text::yards, text::meters));
+  setText(target, key::ring::caliberUnit, choose(control::caliberInInches, text::inches, text::millimeters));
+  setText(target, key::target::sizeUnit, choose(control::sizeInInches, text::inches, text::millimeters));
+  setText(target, key::ring::ringGaps, choose(control::variableGaps, text::variable, text::fixed));
 }
 
 void writeHeader(std::span<const std::uint8_t> headerReply, Json& target) {
-  const auto scale = decodingScale(target);
-  const auto caliberScale = isMillimetres(target, key::caliberUnit) ? hundredth : thousandth;
-  setInteger(target, key::nominalDistance, distanceOf(headerReply));
-  setDouble(target, key::caliber, static_cast<double>(bigEndian16(headerReply, caliberOffset)) * caliberScale);
-  setInteger(target, key::highestRing, headerReply[highestRingOffset]);
-  setInteger(target, key::minimumRing, headerReply[minimumRingOffset]);
-  setInteger(target, key::hibMinScore, scaled(headerReply[scoreOffset], tenth));
-  setInteger(target, key::targetWidth, scaled(headerReply[widthOffset], scale));
-  setInteger(target, key::targetHeight, scaled(headerReply[heightOffset], scale));
-  setInteger(target, key::prismPlaceX, bigEndian16(headerReply, prismXOffset));
-  setInteger(target, key::prismPlaceY, bigEndian16(headerReply, prismYOffset));
+  const auto sizeScale = decodingScale(target);
+  const auto caliberScale = scale::inverse(scale::caliber.of(isMillimetres(target, key::ring::caliberUnit)));
+  setInteger(target, key::target::nominalDistance, distanceOf(headerReply));
+  setDouble(target, key::ring::caliber, static_cast<double>(bigEndian16(headerReply, caliberOffset)) * caliberScale);
+  setInteger(target, key::ring::highestRing, headerReply[highestRingOffset]);
+  setInteger(target, key::ring::minimumRing, headerReply[minimumRingOffset]);
+  setInteger(target, key::ring::hibMinScore, scaled(headerReply[scoreOffset], scale::inverse(scale::hibMinScore)));
+  setInteger(target, key::target::targetWidth, scaled(headerReply[widthOffset], sizeScale));
+  setInteger(target, key::target::targetHeight, scaled(headerReply[heightOffset], sizeScale));
+  setInteger(target, key::target::prismPlaceX, bigEndian16(headerReply, prismXOffset));
+  setInteger(target, key::target::prismPlaceY, bigEndian16(headerReply, prismYOffset));
 }
 
 void writeDiameters(std::span<const std::uint8_t> diameterReply, Json& target) {
-  const auto scale = decodingScale(target);
+  const auto sizeScale = decodingScale(target);
   auto offset = reply::contentOffset;
   for (const auto& member : diameterKeys(diameterReply[reply::indexOffset])) {
-    setInteger(target, member, scaled(bigEndian16(diameterReply, offset), scale));
+    setInteger(target, member, scaled(bigEndian16(diameterReply, offset), sizeScale));
     offset += 2;
   }
 }

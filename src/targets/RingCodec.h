@@ -17,8 +17,6 @@ enum Part : std::uint8_t { headerPart = 0x00, innerPart = 0x01, outerPart = 0x02
 inline constexpr std::array parts{headerPart, innerPart, outerPart, namePart};
 
 inline constexpr std::uint8_t controlByte2 = 0x02;
-// The name of a target without one.
-inline constexpr auto defaultName = "M16 200 yd";
 
 // ---- Upload. Frames lack their sum byte. Lengths take their units' factors here and are cut to the field's width.
 

@@ -1,18 +1,17 @@
 #include <utility>
 
 #include "bx/BXDevice.h"
-#include "device/DebugLog.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 #include "platform/AtExit.h"
+#include "platform/DebugLog.h"
+#include "platform/Exchange.h"
 #include "targets/RingCodec.h"
-#include "targets/TargetKeys.h"
 
 namespace BX {
 
 namespace ring = targets::ring;
 namespace reply = targets::reply;
-namespace key = targets::key;
-namespace text = targets::text;
 
 namespace {
 
@@ -31,7 +30,7 @@ bool BXDevice::downloadRingTarget(const int& number) {
     const auto request = targets::downloadRequest(wire::letter::ringRequest, number, part);
     if (!wire::requestTarget(serialCom, request)) return false;
   }
-  setText(ringTargets[number], key::targetType, text::ring);
+  setText(ringTargets[number], key::target::targetType, text::ring);
   return true;
 }
 
@@ -54,7 +53,7 @@ void BXDevice::processRingTarget(const Bytes& bytes) {
   switch (bytes[reply::indexOffset]) {
     case ring::headerPart: {
       Json document(MORVA::JSONType::Object);
-      setInteger(document, key::ringTargetNumber, number);
+      setInteger(document, key::ring::ringTargetNumber, number);
       processRingControlByte1(bytes[reply::contentOffset], document);
       logScale(document);
       nominalDistance = ring::distanceOf(bytes);
@@ -72,7 +71,7 @@ void BXDevice::processRingTarget(const Bytes& bytes) {
       break;
     }
     case ring::namePart:
-      setText(ringTargets[number], key::targetName, targets::nameOf(bytes));
+      setText(ringTargets[number], key::target::targetName, targets::nameOf(bytes));
       break;
     default:
       break;
@@ -81,7 +80,7 @@ void BXDevice::processRingTarget(const Bytes& bytes) {
 
 void BXDevice::processRingControlByte1(const unsigned char& byte, Json& document) {
   ring::writeUnits(byte, document);
-  distanceUnit = MORVA::getText(document, key::distanceUnit);
+  distanceUnit = MORVA::getText(document, key::target::distanceUnit);
   log(distanceUnit == text::meters ? "process ring control byte 1 - meters - distance:"
                                    : "process ring control byte 1 - yards - distance:");
 }

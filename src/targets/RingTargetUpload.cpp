@@ -1,14 +1,13 @@
 #include "bx/BXDevice.h"
-#include "device/DebugLog.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
+#include "platform/DebugLog.h"
+#include "platform/Exchange.h"
 #include "targets/RingCodec.h"
-#include "targets/TargetKeys.h"
 
 namespace BX {
 
 namespace ring = targets::ring;
-namespace key = targets::key;
-namespace text = targets::text;
 
 bool BXDevice::uploadRingTarget(Json& document) {
   log("UPLOAD RING TARGETS... TARGET CONVERSION:");
@@ -18,7 +17,7 @@ bool BXDevice::uploadRingTarget(Json& document) {
   // What the device is told of next stands here even when it refuses it.
   nominalDistance = header.nominalDistance;
   ringTargets[header.number] = document;
-  numberOfPrisms = getInteger(document, key::numberOfPrisms);
+  numberOfPrisms = getInteger(document, key::target::numberOfPrisms);
   currentRingTargetNumber = header.number;
 
   const auto frame = ring::headerFrame(header, createRingControlByte1(document));
@@ -49,8 +48,8 @@ unsigned char BXDevice::createRingControlByte1(Json& document) {
   distanceUnit = metres ? text::meters : text::yards;
   log(metres ? "create ring control byte 1 - meters - distance:" : "create ring control byte 1 - yards - distance:");
   log(std::to_string(nominalDistance));
-  log(targets::isMillimetres(document, key::caliberUnit) ? "Caliber MM" : "Caliber Inches");
-  log(targets::isMillimetres(document, key::sizeUnit) ? "Ring Unit MM" : "Ring Unit Inches");
+  log(targets::isMillimetres(document, key::ring::caliberUnit) ? "Caliber MM" : "Caliber Inches");
+  log(targets::isMillimetres(document, key::target::sizeUnit) ? "Ring Unit MM" : "Ring Unit Inches");
   return ring::controlByte1(document);
 }
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 #include "platform/Numbers.h"
-#include "targets/TargetKeys.h"
 
 namespace BX::targets::silhouette {
 
@@ -17,8 +17,6 @@ using rapidjson::Value;
 
 namespace {
 
-constexpr int distanceFactor = 10;
-constexpr double tenth = 0.1;
 constexpr std::uint8_t constantByte4 = 1;
 constexpr std::size_t zerosAfterDistance = 6;
 constexpr SizeType pixelsInByte = 4;
@@ -61,28 +59,28 @@ Value unpacked(std::span<const std::uint8_t> packed, rapidjson::Document::Alloca
 
 }  // namespace
 
-std::int64_t Settings::wireDistance() const { return std::int64_t{nominalDistance} * distanceFactor; }
+std::int64_t Settings::wireDistance() const { return std::int64_t{nominalDistance} * scale::nominalDistance; }
 
 std::int64_t Settings::wireSize() const {
-  return std::int64_t{std::max(targetWidth, targetHeight)} * (inMillimetres ? 1 : 10);
+  return std::int64_t{std::max(targetWidth, targetHeight)} * scale::silhouetteSize.of(inMillimetres);
 }
 
 Settings readSettings(const Json& target) {
   Settings settings;
-  settings.inMillimetres = isMillimetres(target, key::sizeUnit);
-  settings.number = getInteger(target, key::silhouetteTargetNumber);
-  settings.nominalDistance = getInteger(target, key::nominalDistance);
-  settings.targetHeight = getInteger(target, key::targetHeight);
-  settings.targetWidth = getInteger(target, key::targetWidth);
-  settings.prismPlaceX = getInteger(target, key::prismPlaceX);
-  settings.prismPlaceY = getInteger(target, key::prismPlaceY);
+  settings.inMillimetres = isMillimetres(target, key::target::sizeUnit);
+  settings.number = getInteger(target, key::silhouette::silhouetteTargetNumber);
+  settings.nominalDistance = getInteger(target, key::target::nominalDistance);
+  settings.targetHeight = getInteger(target, key::target::targetHeight);
+  settings.targetWidth = getInteger(target, key::target::targetWidth);
+  settings.prismPlaceX = getInteger(target, key::target::prismPlaceX);
+  settings.prismPlaceY = getInteger(target, key::target::prismPlaceY);
   return settings;
 }
 
 std::uint8_t controlByte1(const Json& target) {
   unsigned byte = 0;
   if (!isMetres(target)) byte |= control::yards;
-  if (!isMillimetres(target, key::sizeUnit)) byte |= control::sizeInInches;
+  if (!isMillimetres(target, key::target::sizeUnit)) byte |= control::sizeInInches;
   return lowByte(byte);
 }
 
@@ -100,14 +98,14 @@ Bytes settingsFrame(const Settings& settings, std::uint8_t control) {
 
 Bytes nameFrame(const Json& target, std::int32_t number) {
   auto frame = frameStart(number, namePart);
-  appendName(frame, MORVA::getText(target, key::targetName));
+  appendName(frame, MORVA::getText(target, key::target::targetName));
   return frame;
 }
 
 const Value* rowsOf(const Json& target) {
   const auto& root = target.getDocument();
   if (!root.IsObject()) return nullptr;
-  const auto member = root.FindMember(key::bitmap);
+  const auto member = root.FindMember(key::silhouette::bitmap);
   return member != root.MemberEnd() && member->value.IsArray() ? &member->value : nullptr;
 }
 
@@ -137,22 +135,23 @@ bool isWhole(std::span<const std::uint8_t> reply) {
 }
 
 std::int32_t distanceOf(std::span<const std::uint8_t> settingsReply) {
-  return truncateToInt(static_cast<double>(bigEndian16(settingsReply, distanceOffset)) * tenth);
+  return truncateToInt(static_cast<double>(bigEndian16(settingsReply, distanceOffset)) *
+                       scale::inverse(scale::nominalDistance));
 }
 
 void writeUnits(std::uint8_t control, Json& target) {
-  setText(target, key::distanceUnit, (control & control::yards) != 0 ? text::yards : text::meters);
-  setText(target, key::sizeUnit, (control & control::sizeInInches) != 0 ? text::inches : text::millimeters);
+  setText(target, key::target::distanceUnit, (control & control::yards) != 0 ? text::yards : text::meters);
+  setText(target, key::target::sizeUnit, (control & control::sizeInInches) != 0 ? text::inches : text::millimeters);
 }
 
 void writeSettings(std::span<const std::uint8_t> settingsReply, Json& target) {
-  const auto scale = isMillimetres(target, key::sizeUnit) ? 1.0 : tenth;
-  const auto size = truncateToInt(static_cast<double>(bigEndian16(settingsReply, sizeOffset)) * scale);
-  setInteger(target, key::nominalDistance, distanceOf(settingsReply));
-  setInteger(target, key::targetWidth, size);
-  setInteger(target, key::targetHeight, size);
-  setInteger(target, key::prismPlaceX, bigEndian16(settingsReply, prismXOffset));
-  setInteger(target, key::prismPlaceY, bigEndian16(settingsReply, prismYOffset));
+  const auto sizeScale = scale::inverse(scale::silhouetteSize.of(isMillimetres(target, key::target::sizeUnit)));
+  const auto size = truncateToInt(static_cast<double>(bigEndian16(settingsReply, sizeOffset)) * sizeScale);
+  setInteger(target, key::target::nominalDistance, distanceOf(settingsReply));
+  setInteger(target, key::target::targetWidth, size);
+  setInteger(target, key::target::targetHeight, size);
+  setInteger(target, key::target::prismPlaceX, bigEndian16(settingsReply, prismXOffset));
+  setInteger(target, key::target::prismPlaceY, bigEndian16(settingsReply, prismYOffset));
 }
 
 std::int32_t rowTargetOf(std::span<const std::uint8_t> rowReply) { return rowSlot - rowReply[reply::numberOffset]; }
@@ -163,15 +162,15 @@ void appendRow(std::span<const std::uint8_t> rowReply, Json& target) {
   auto& pool = root.GetAllocator();
   auto name = Value();
   auto rows = Value(rapidjson::kArrayType);
-  if (root.HasMember(key::bitmap)) {
-    const auto old = root.FindMember(key::bitmap);
+  if (root.HasMember(key::silhouette::bitmap)) {
+    const auto old = root.FindMember(key::silhouette::bitmap);
     name = std::move(old->name);
     if (old->value.IsArray() && rowReply[reply::indexOffset] != 0) rows = std::move(old->value);
     root.EraseMember(old);
   } else {
-    name = target.copyStringToValue(key::bitmap);
+    name = target.copyStringToValue(key::silhouette::bitmap);
   }
-  if (rows.Empty()) rows.Reserve(rowsAskedFor, pool);
+  if (rows.Empty()) rows.Reserve(bitmapRows, pool);
   rows.PushBack(unpacked(rowReply.subspan(reply::contentOffset), pool), pool);
   root.AddMember(name, rows, pool);
 }

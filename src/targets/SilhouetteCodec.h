@@ -19,7 +19,6 @@ inline constexpr std::uint8_t namePart = 0x01;
 inline constexpr std::uint8_t rowSlot = 0x40;
 inline constexpr std::uint8_t lastRow = 63;
 inline constexpr std::uint8_t lastRowMark = 0x80;
-inline constexpr int rowsAskedFor = 64;
 
 inline constexpr std::uint8_t controlByte2 = 0x00;
 

@@ -1,17 +1,16 @@
 #include <utility>
 
 #include "bx/BXDevice.h"
-#include "device/DebugLog.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
+#include "platform/DebugLog.h"
+#include "platform/Exchange.h"
 #include "targets/SilhouetteCodec.h"
-#include "targets/TargetKeys.h"
 
 namespace BX {
 
 namespace silhouette = targets::silhouette;
 namespace reply = targets::reply;
-namespace key = targets::key;
-namespace text = targets::text;
 
 bool BXDevice::downloadSilhouetteTarget(const int& number) {
   const auto ask = [this](std::int32_t slot, int part) {
@@ -24,10 +23,10 @@ bool BXDevice::downloadSilhouetteTarget(const int& number) {
   log("SIL - REQUEST CHUNK 2 - name");
   if (!ask(number, silhouette::namePart)) return false;
   log("SIL - REQUEST CHUNK 3 - bitmap");
-  for (int row = 0; row < silhouette::rowsAskedFor; ++row) {
+  for (int row = 0; row < bitmapRows; ++row) {
     if (!ask(silhouette::rowSlot, row)) return false;
   }
-  setText(silhouetteTargets[number], key::targetType, text::silhouette);
+  setText(silhouetteTargets[number], key::target::targetType, text::silhouette);
   return true;
 }
 
@@ -40,7 +39,7 @@ void BXDevice::processSilhouetteTarget(const Bytes& bytes) {
   switch (silhouette::kindOf(bytes)) {
     case silhouette::Reply::Settings: {
       Json document(MORVA::JSONType::Object);
-      setInteger(document, key::silhouetteTargetNumber, number);
+      setInteger(document, key::silhouette::silhouetteTargetNumber, number);
       // The echoed index, not the control byte that the device has stored: a target comes back as metric.
       processSilhouetteControlByte1(bytes[reply::indexOffset], document);
       nominalDistance = silhouette::distanceOf(bytes);
@@ -51,7 +50,7 @@ void BXDevice::processSilhouetteTarget(const Bytes& bytes) {
       break;
     }
     case silhouette::Reply::Name:
-      setText(silhouetteTargets[number], key::targetName, targets::nameOf(bytes));
+      setText(silhouetteTargets[number], key::target::targetName, targets::nameOf(bytes));
       break;
     case silhouette::Reply::Row:
       silhouette::appendRow(bytes, silhouetteTargets[silhouette::rowTargetOf(bytes)]);
@@ -61,7 +60,7 @@ void BXDevice::processSilhouetteTarget(const Bytes& bytes) {
 
 void BXDevice::processSilhouetteControlByte1(const unsigned char& byte, Json& document) {
   silhouette::writeUnits(byte, document);
-  distanceUnit = MORVA::getText(document, key::distanceUnit);
+  distanceUnit = MORVA::getText(document, key::target::distanceUnit);
   log(distanceUnit == text::meters ? "process silhouette control byte 1 - meters - distance:"
                                    : "process silhouette control byte 1 - yards - distance:");
 }

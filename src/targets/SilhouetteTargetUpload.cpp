@@ -1,14 +1,13 @@
 #include "bx/BXDevice.h"
-#include "device/DebugLog.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
+#include "platform/DebugLog.h"
+#include "platform/Exchange.h"
 #include "targets/SilhouetteCodec.h"
-#include "targets/TargetKeys.h"
 
 namespace BX {
 
 namespace silhouette = targets::silhouette;
-namespace key = targets::key;
-namespace text = targets::text;
 
 namespace {
 
@@ -37,7 +36,7 @@ bool BXDevice::uploadSilhouetteTarget(Json& document) {
 
   // What the device is told of next stands here even when it refuses it.
   silhouetteTargets[settings.number] = document;
-  numberOfPrisms = getInteger(document, key::numberOfPrisms);
+  numberOfPrisms = getInteger(document, key::target::numberOfPrisms);
   logValue("Number of Prisms:", numberOfPrisms);
   nominalDistance = settings.nominalDistance;
   logValue("set nom distance in upload sil target:", nominalDistance);
@@ -57,8 +56,9 @@ unsigned char BXDevice::createSilhouetteControlByte1(Json& document) {
   logValue(metres ? "create silhouette control byte 1 - meter - distance:"
                   : "create silhouette control byte 1 - yard - distance:",
            nominalDistance);
-  log(targets::isMillimetres(document, key::sizeUnit) ? "create silhouette control byte 1 bit 6 - mm - distance:"
-                                                      : "create silhouette control byte 1 bit 6 - yd - distance:");
+  log(targets::isMillimetres(document, key::target::sizeUnit)
+          ? "create silhouette control byte 1 bit 6 - mm - distance:"
+          : "create silhouette control byte 1 bit 6 - yd - distance:");
   return silhouette::controlByte1(document);
 }
 

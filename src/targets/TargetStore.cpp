@@ -1,5 +1,5 @@
 #include "bx/BXDevice.h"
-#include "records/RecordFormat.h"
+#include "bx/DocumentKeys.h"
 
 namespace BX {
 
@@ -12,8 +12,8 @@ std::vector<BXDevice::Json> BXDevice::getAllTargets() const {
 }
 
 void BXDevice::clearTargetData() {
-  currentRingTargetNumber = records::noTarget;
-  currentSilhouetteTargetNumber = records::noTarget;
+  currentRingTargetNumber = noTarget;
+  currentSilhouetteTargetNumber = noTarget;
   ringTargets.clear();
   silhouetteTargets.clear();
 }

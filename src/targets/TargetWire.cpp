@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
-#include "targets/TargetKeys.h"
 
 namespace BX::targets {
 
 bool isMetres(const Json& target) {
-  const auto unit = MORVA::getText(target, key::distanceUnit);
+  const auto unit = MORVA::getText(target, key::target::distanceUnit);
   return unit == text::m || unit == text::meters;
 }
 

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 
+#include "bx/DocumentKeys.h"
 #include "morva/MORVADataTypeJSON.h"
 #include "platform/Wire.h"
 
@@ -29,7 +30,7 @@ inline constexpr std::size_t indexOffset = 3;
 inline constexpr std::size_t contentOffset = 4;
 }  // namespace reply
 
-inline constexpr std::size_t nameSize = 10;
+inline constexpr std::size_t nameSize = longestTargetName;
 // Between a name and the sum byte.
 inline constexpr std::size_t namePadding = 6;
 

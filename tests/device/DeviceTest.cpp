@@ -2,7 +2,7 @@
 #include "tests/device/DeviceTesting.h"
 
 #include "bx/DebugHook.h"
-#include "device/DebugLog.h"
+#include "platform/DebugLog.h"
 
 namespace BX::test {
 namespace {
