@@ -16,7 +16,7 @@ using Time = link::Station::Time;
 
 // Only a host asks for signs of life.
 constexpr link::Timing timingOf(link::Role role) {
-  return {.baud = 0, .resend = 100ms, .sends = 5, .keepAlive = role == link::Role::Primary ? 500ms : 0ms};
+  return {.baud = 0, .resend = 100ms, .sends = 5, .keepAlive = role == link::Role::Initiator ? 500ms : 0ms};
 }
 
 std::uint32_t numberOf(const link::Message& message) {
@@ -214,8 +214,8 @@ class Harness {
 
   fuzz::Input& input_;
   Time now_{};
-  End host_{link::Role::Primary};
-  End device_{link::Role::Secondary};
+  End host_{link::Role::Initiator};
+  End device_{link::Role::Responder};
   Wire toDevice_;
   Wire toHost_;
 };

@@ -43,7 +43,7 @@ class Device {
     for (bool more = true; more;) {
       link::Station::Output output = station_.take(now);
       said_.insert(said_.end(), output.frames.begin(), output.frames.end());
-      if (output.down || output.sessionBegan) model_.rest();
+      if (output.ended || output.sessionBegan) model_.rest();
       for (const auto& request : output.delivered) answer(request, now);
       more = !output.delivered.empty();
     }
@@ -58,7 +58,7 @@ class Device {
 
   const sim::Options options_;
   sim::DeviceModel model_;
-  link::Station station_{link::Role::Secondary, timing};
+  link::Station station_{link::Role::Responder, timing};
   link::FrameDecoder decoder_;
   std::vector<Bytes> said_;
 };
@@ -127,7 +127,7 @@ class Harness {
   fuzz::Input& input_;
   Time now_{};
   Device device_;
-  link::Station host_{link::Role::Primary, timing};
+  link::Station host_{link::Role::Initiator, timing};
   link::FrameDecoder decoder_;
   std::uint8_t tag_ = 0;
   Bytes lastAnswer_;

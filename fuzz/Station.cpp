@@ -34,8 +34,8 @@ class Harness {
  private:
   link::Role role() {
     const auto byte = input_.byte();
-    isPrimary_ = byte % 2 == 0;
-    return isPrimary_ ? link::Role::Primary : link::Role::Secondary;
+    isInitiator_ = byte % 2 == 0;
+    return isInitiator_ ? link::Role::Initiator : link::Role::Responder;
   }
   link::Timing timing() {
     const auto byte = input_.byte();
@@ -47,7 +47,7 @@ class Harness {
       case 0:
         return station_.receive(input_.block(), now_);
       case 1:  // a peer that agrees: the session that was asked for
-        return receive({isPrimary_ ? answer(link::UA) : answer(link::SABM), isPrimary_ ? session_ : input_.byte()});
+        return receive({isInitiator_ ? answer(link::UA) : answer(link::SABM), isInitiator_ ? session_ : input_.byte()});
       case 2:  // and that has received everything so far
         return receive({link::withReceiveNumber(link::RR | (input_.byte() % 2 == 0 ? 0U : link::pollFinal), next_)});
       case 3:
@@ -59,7 +59,7 @@ class Harness {
         return send(input_.byte(), input_.twoBytes());
       case 6:
         queued_.clear();
-        if (isPrimary_) return station_.connect(now_);
+        if (isInitiator_) return station_.connect(now_);
         return station_.restart();
       case 7:
         queued_.clear();
@@ -84,8 +84,8 @@ class Harness {
   }
 
   void send(std::uint8_t tag, std::uint16_t size) {
-    const bool dropped = !isPrimary_ && station_.state() == link::Station::State::Down;
-    if (isPrimary_ && station_.state() == link::Station::State::Down) queued_.clear();
+    const bool dropped = !isInitiator_ && station_.state() == link::Station::State::Down;
+    if (isInitiator_ && station_.state() == link::Station::State::Down) queued_.clear();
     Bytes payload(size % 2048, tag);
     if (!dropped) queued_.push_back(payload);
     station_.send({static_cast<std::uint8_t>(tag & link::maxTag), tag > link::maxTag, std::move(payload)}, now_);
@@ -99,7 +99,7 @@ class Harness {
       require(!queued_.empty() && queued_.front() == message.payload, "acknowledged in the order of sending");
       queued_.pop_front();
     }
-    if (output.down || (output.sessionBegan && !isPrimary_)) queued_.clear();
+    if (output.ended || (output.sessionBegan && !isInitiator_)) queued_.clear();
     if (output.sessionBegan) expected_ = 0;
     require(station_.backlog() == queued_.size(), "what is queued is sent or given up");
     const auto deadline = station_.deadline();
@@ -119,7 +119,7 @@ class Harness {
   }
 
   fuzz::Input& input_;
-  bool isPrimary_ = true;
+  bool isInitiator_ = true;
   link::Station station_;
   link::Station::Time now_{};
   std::deque<Bytes> queued_;

@@ -49,7 +49,7 @@ Simulator::Core::Core(Options options, std::unique_ptr<link::Transport> line)
     : options_(std::move(options)),
       transcript_(options_.transcript, options_.keepTranscript),
       model_(options_),
-      station_(link::Role::Secondary, timing(options_)),
+      station_(link::Role::Responder, timing(options_)),
       fromHost_{Pacer(options_.baud), {}},
       toHost_{Pacer(options_.baud, options_.latency), {}},
       streamPeriod_(period(options_.rate)),
@@ -228,7 +228,7 @@ void Simulator::Core::settle(Time now) {
       if (!frameToHost(std::move(frame), now)) return;
     }
     for (const link::Message& message : output.acknowledged) transcript_.addToHost(message.payload);
-    if (output.down || output.sessionBegan) model_.rest();
+    if (output.ended || output.sessionBegan) model_.rest();
     for (const link::Message& request : output.delivered) payloadFromHost(request, now);
     more = !output.delivered.empty();
   }

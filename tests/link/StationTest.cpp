@@ -22,15 +22,13 @@ using testing::SizeIs;
 
 enum class Fate { Pass, Lose, Double, Damage };
 
-constexpr auto deadText = "the device no longer acknowledges";
-
 // Both stations, the line between them and the clock.
 class Line {
  public:
   using Judge = std::function<Fate(bool toDevice, std::size_t index)>;
 
   explicit Line(Judge fates = {}, Timing timing = {})
-      : judge(std::move(fates)), host(Role::Primary, timing), device(Role::Secondary, timing) {}
+      : judge(std::move(fates)), host(Role::Initiator, timing), device(Role::Responder, timing) {}
 
   void request(std::uint8_t tag, const Bytes& payload) { host.send({tag, false, payload}, now); }
   // Runs until nothing is left to do, or a session has gone down, or `bound` of virtual time has passed.
@@ -39,7 +37,7 @@ class Line {
     while (now < end) {
       while (exchange()) {
       }
-      if (!down.empty()) return;
+      if (ended) return;
       auto next = end;
       for (const auto& deadline : {host.deadline(), device.deadline()}) next = std::min(next, deadline.value_or(end));
       now = std::max(next, now + 1us);
@@ -56,8 +54,9 @@ class Line {
   std::vector<std::string> atHost;  // payloads
   std::vector<std::string> atDevice;
   std::size_t acknowledgedToDevice = 0;
-  std::size_t answers = 0;  // to each request: its bytes and a number
-  std::string down;
+  std::size_t answers = 0;      // to each request: its bytes and a number
+  std::optional<Ending> ended;  // the host's session
+  int renewals = 0;
   std::size_t framesToDevice = 0;
   std::size_t framesToHost = 0;
 
@@ -65,7 +64,8 @@ class Line {
   bool exchange() {
     const auto fromHost = host.take(now);
     for (const auto& message : fromHost.delivered) atHost.push_back(hexOf(message.payload));
-    if (fromHost.down) down = *fromHost.down;
+    if (fromHost.ended) ended = fromHost.ended;
+    if (fromHost.renewed) ++renewals;
     for (const auto& frame : fromHost.frames) carry(true, framesToDevice++, frame);
     const auto fromDevice = device.take(now);
     for (const auto& message : fromDevice.delivered) answer(message);
@@ -112,7 +112,7 @@ TEST(Station, survivesTheLossDoublingAndDamageOfEachFrame) {
         EXPECT_THAT(line.atDevice, ElementsAre("01", "02", "03"));
         EXPECT_THAT(line.atHost, ElementsAre("0100", "0101", "0102", "0200", "0201", "0202", "0300", "0301", "0302"));
         EXPECT_EQ(line.acknowledgedToDevice, 9U);
-        EXPECT_EQ(line.down, "");
+        EXPECT_FALSE(line.ended);
       }
     }
   }
@@ -144,7 +144,7 @@ TEST(Station, deliversPayloadsOfAnyLengthOnceAndInOrderOverABadLine) {
     if (random() % 8 == 0) line.run(300ms);
   }
   line.run(600s);
-  EXPECT_EQ(line.down, "");
+  EXPECT_FALSE(line.ended);
   EXPECT_EQ(line.atHost, expected);
   EXPECT_EQ(line.device.backlog(), 0U);
 }
@@ -153,8 +153,8 @@ TEST(Station, givesUpAfterFiveSends) {
   Line line([](bool, std::size_t) { return Fate::Lose; });
   line.request(1, {1});
   line.run();
-  EXPECT_EQ(line.framesToDevice, 5U);
-  EXPECT_EQ(line.down, "no device answers");
+  EXPECT_EQ(line.framesToDevice, 6U);  // and DISC
+  EXPECT_EQ(line.ended, Ending::NoPeer);
   EXPECT_GE(line.now - Station::Time{}, 1300ms);
   EXPECT_LE(line.now - Station::Time{}, 1330ms);
 }
@@ -166,12 +166,12 @@ TEST(Station, givesUpWhenOneFrameNeverPassesOrASilentLineIsDead) {
     line.run();
     if (!sends) line.host.setKeepAlive(2000ms, line.now);
     line.run(20s);
-    EXPECT_EQ(line.down, "");
+    EXPECT_FALSE(line.ended);
     EXPECT_LT(line.framesToDevice, 20U);
     line.judge = [](bool toDevice, std::size_t) { return toDevice ? Fate::Damage : Fate::Pass; };
     for (std::uint8_t tag = 2; sends && tag < 6; ++tag) line.request(tag, {tag});
     line.run(20s);
-    EXPECT_EQ(line.down, deadText);
+    EXPECT_EQ(line.ended, Ending::NotAcknowledged);
   }
 }
 
@@ -186,17 +186,35 @@ TEST(Station, waitsForTheLastByteToLeave) {
   EXPECT_EQ(line.framesToDevice, 3U);
 }
 
-TEST(Station, noticesARestartedDevice) {
+// A request that met no session had no effect and is sent again in a new one; when it may have had one, it is not.
+TEST(Station, renewsALostSessionUnlessTheRequestMayHaveHadItsEffect) {
   Line line;
   line.request(1, {1});
   line.run();
   line.device.restart();
-  line.request(2, {2});
+  line.request(2, Bytes(300, 2));
   line.run();
-  EXPECT_EQ(std::exchange(line.down, ""), "the device has restarted");
+  EXPECT_EQ(line.renewals, 1);
+  EXPECT_THAT(line.atDevice, SizeIs(2));
+  const auto answered = line.framesToHost;
+  line.judge = [&](bool toDevice, std::size_t index) {  // it is received, and its acknowledgement lost with the session
+    if (toDevice || index != answered) return Fate::Pass;
+    line.device.restart();
+    return Fate::Lose;
+  };
   line.request(3, {3});
   line.run();
-  EXPECT_THAT(line.atDevice, ElementsAre("01", "03"));
+  EXPECT_EQ(std::exchange(line.ended, std::nullopt), Ending::NoSession);
+  line.request(4, {4});
+  line.run();
+  EXPECT_THAT(line.atDevice, SizeIs(4));
+  line.device.restart();
+  line.request(5, {5});
+  line.request(6, {6});  // DM could answer either
+  line.run();
+  EXPECT_EQ(line.ended, Ending::NoSession);
+  EXPECT_EQ(line.renewals, 1);
+  EXPECT_THAT(line.atDevice, SizeIs(4));
 }
 
 // ---- Frame by frame, at one instant.
@@ -214,7 +232,7 @@ std::vector<Bytes> framesOf(std::initializer_list<const char*> contents) {
 
 // A host that reconnects meets what its predecessor left on the line.
 TEST(Station, takesNothingOfAnEarlierSessionForItsOwn) {
-  Station host(Role::Primary, {}, 76);
+  Station host(Role::Initiator, {}, 76);
   host.send({1, false, {2}}, {});
   EXPECT_EQ(host.take({}).frames, framesOf({"3F4D"}));
   for (const char* stale : {"730B", "0001AA", "21"}) EXPECT_THAT(receive(host, stale).frames, IsEmpty());
@@ -241,12 +259,12 @@ TEST(Station, ignoresItsOwnEcho) {
 
 // The answer to the first SABM was late. What the device has to say waits until no further one can be under way.
 TEST(Station, answersARepeatedBeginningWithoutBeginningAnew) {
-  Station device(Role::Secondary, {});
+  Station device(Role::Responder, {});
   EXPECT_TRUE(receive(device, "3F07").sessionBegan);
   device.send({streamTag, false, {0xCA}}, {});
   EXPECT_THAT(device.take({}).frames, IsEmpty());
   const auto again = receive(device, "3F07");
-  EXPECT_FALSE(again.sessionBegan || again.down);
+  EXPECT_FALSE(again.sessionBegan || again.ended);
   EXPECT_EQ(again.frames, framesOf({"7307"}));
   EXPECT_EQ(receive(device, "01").frames, framesOf({"0000CA"}));
   EXPECT_THAT(receive(device, "21").acknowledged, SizeIs(1));

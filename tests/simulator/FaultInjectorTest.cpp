@@ -154,7 +154,7 @@ TEST(FaultyDevice, RefusesRestartsAndHangsUpAtTheGivenPayload) {
   EXPECT_FALSE(com.setDeviceMode(BXSerialCom::TRANSFER, false));
   EXPECT_TRUE(clear()) << "it was refused after it was taken";
   EXPECT_FALSE(com.poll());
-  EXPECT_EQ(link::lastError(device.port), "the device has restarted");
+  EXPECT_EQ(link::lastError(device.port), "the device no longer holds the session");
   EXPECT_FALSE(clear()) << "the mode is gone";
   EXPECT_TRUE(com.poll());
   EXPECT_FALSE(com.poll());

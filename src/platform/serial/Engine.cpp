@@ -18,6 +18,19 @@ Timing timingOf(const Options& options) {
   return {.baud = options.baud, .resend = options.resend, .sends = options.sends, .keepAlive = {}};
 }
 
+std::string textOf(Ending ending) {
+  switch (ending) {
+    case Ending::NoPeer:
+      return "no device answers";
+    case Ending::NotAcknowledged:
+      return "the device no longer acknowledges";
+    case Ending::PayloadTooLong:
+      return "a payload is too long";
+    default:
+      return "the device no longer holds the session";
+  }
+}
+
 }  // namespace
 
 Engine::Engine(const std::string& port, const Options& options, Listener& listener)
@@ -25,7 +38,7 @@ Engine::Engine(const std::string& port, const Options& options, Listener& listen
       listener_(listener),
       counters_(newCounters(port)),
       trace_(newTrace(port)),
-      station_(Role::Primary, timingOf(options), static_cast<std::uint8_t>(std::random_device{}())),
+      station_(Role::Initiator, timingOf(options), static_cast<std::uint8_t>(std::random_device{}())),
       transport_(makeTransport(context_, port, options.baud)) {
   const auto copied = [this](std::span<const std::uint8_t> bytes) {
     boost::asio::post(context_, [this, data = Bytes(bytes.begin(), bytes.end())] { onReceived(data); });
@@ -132,11 +145,11 @@ void Engine::settle() {
   counters_->payloadsSent += output.acknowledged.size();
   counters_->payloadsReceived += output.delivered.size();
   if (output.sessionBegan) listener_.onSessionBegan();
-  if (!output.acknowledged.empty()) listener_.onAcknowledged();
+  if (output.progressed) listener_.onAcknowledged();
   for (Message& message : output.delivered) {
     if (!listener_.onDelivered(std::move(message))) ++counters_->answersLate;
   }
-  if (output.down) listener_.onSessionLost(*output.down);
+  if (output.ended) listener_.onSessionLost(textOf(*output.ended));
   armTimer();
 }
 

@@ -9,8 +9,6 @@ namespace BX::link {
 
 namespace {
 
-// Longer payloads than any host or device sends end the session instead of filling the memory.
-constexpr std::size_t maxPayloadSize = std::size_t{64} << 20U;
 // How long an acknowledgement may wait, in fifths of `resend`: for a frame that can carry it, or for more of a stream.
 constexpr int carriedFifths = 1;
 constexpr int gatheredFifths = 3;
@@ -32,6 +30,11 @@ Station::Station(Role role, const Timing& timing, std::uint8_t session)
 void Station::reset() {
   parts_.clear();
   messages_.clear();
+  renewing_ = false;
+  resetNumbers();
+}
+
+void Station::resetNumbers() {
   inFlight_ = 0;
   firstInFlight_ = 0;
   expected_ = 0;
@@ -50,15 +53,24 @@ void Station::restart() {
   output_ = {};
 }
 
-void Station::goDown(const std::string& reason, Time now) {
-  if (role_ == Role::Secondary) transmitUnnumbered(DM, now);
+void Station::end(Ending ending) {
   reset();
   state_ = State::Down;
-  output_.down = reason;
+  output_.ended = ending;
+}
+
+// The last word keeps a peer that still hears it from repeating what nobody takes any more.
+void Station::giveUp(Ending ending, Time now) {
+  transmitUnnumbered(role_ == Role::Responder ? DM : DISC, now);
+  end(ending);
 }
 
 void Station::connect(Time now) {
   reset();
+  beginSession(now);
+}
+
+void Station::beginSession(Time now) {
   state_ = State::Connecting;
   ++session_;
   sends_ = 1;
@@ -81,7 +93,7 @@ void Station::setKeepAlive(std::chrono::milliseconds silence, Time now) {
 
 void Station::send(Message message, Time now) {
   if (state_ == State::Down) {
-    if (role_ == Role::Secondary) return;
+    if (role_ == Role::Responder) return;
     connect(now);
   }
   const auto& payload = message.payload;
@@ -89,6 +101,7 @@ void Station::send(Message message, Time now) {
   do {
     const std::size_t size = std::min(maxPartSize, payload.size() - at);
     Part part;
+    part.beginsMessage = at == 0;
     part.data.assign(payload.begin() + static_cast<std::ptrdiff_t>(at),
                      payload.begin() + static_cast<std::ptrdiff_t>(at + size));
     at += size;
@@ -109,7 +122,7 @@ void Station::receive(std::span<const std::uint8_t> content, Time now) {
     return;
   }
   if (state_ != State::Up) {
-    if (role_ == Role::Secondary && (isInformation(control) || hasPollFinal(control))) transmitUnnumbered(DM, now);
+    if (role_ == Role::Responder && (isInformation(control) || hasPollFinal(control))) transmitUnnumbered(DM, now);
     return;
   }
   heard_ = true;
@@ -122,10 +135,10 @@ void Station::receive(std::span<const std::uint8_t> content, Time now) {
   if (supervisoryKind(control) == REJ) {
     recover(now);
   } else if (hasPollFinal(control)) {
-    // Without addresses poll and final look alike: only a primary polls by a supervisory frame.
+    // Without addresses poll and final look alike: only an initiator polls by a supervisory frame.
     if (pollWasPending) {
       checkpoint(now);
-    } else if (role_ == Role::Secondary) {
+    } else if (role_ == Role::Responder) {
       transmitSupervisory(RR | pollFinal, now);
     }
   }
@@ -134,37 +147,37 @@ void Station::receive(std::span<const std::uint8_t> content, Time now) {
 void Station::receiveUnnumbered(std::span<const std::uint8_t> content, Time now) {
   const std::uint8_t control = withoutPollFinal(content[0]);
   const std::uint8_t session = content.size() > 1 ? content[1] : 0;
-  if (role_ == Role::Primary) {
+  if (role_ == Role::Initiator) {
     if (control == UA && state_ == State::Connecting && session == session_) {
       sessionIsUp();
     } else if (control == DM && state_ == State::Up) {
-      goDown("the device has restarted", now);
+      const bool renews = renewable_ && !renewing_ && inFlight_ > 0 && assembling_.payload.empty();
+      if (!renews) return end(Ending::NoSession);
+      resetNumbers();
+      renewing_ = true;
+      beginSession(now);
     }
   } else if (control == SABM) {
     if (state_ == State::Up && session == session_ && !heard_) {  // asked again: the answer was late
       transmitSession(UA, now);
       return;
     }
-    if (state_ == State::Up) output_.down = "the host began anew";
+    if (state_ == State::Up) output_.ended = Ending::Replaced;
     session_ = session;
     output_.delivered.clear();
     sessionIsUp();
     transmitSession(UA, now);
   } else if (control == DISC) {
-    if (state_ == State::Up) output_.down = "the host disconnected";
-    reset();
-    state_ = State::Down;
+    if (state_ == State::Up) end(Ending::Disconnected);
   }
 }
 
 void Station::sessionIsUp() {
-  // A primary has queued its first message already.
-  auto parts = std::exchange(parts_, {});
-  auto messages = std::exchange(messages_, {});
-  reset();
-  if (role_ == Role::Primary) {
-    parts_ = std::move(parts);
-    messages_ = std::move(messages);
+  output_.renewed = renewing_;
+  if (role_ == Role::Responder) {
+    reset();
+  } else {  // it has queued its first message already
+    resetNumbers();
   }
   state_ = State::Up;
   heard_ = false;
@@ -184,6 +197,9 @@ bool Station::acknowledgeUpTo(std::uint8_t number, Time now) {
   }
   firstInFlight_ = number;
   inFlight_ -= count;
+  output_.progressed = true;
+  renewing_ = false;
+  renewable_ = false;
   wait_ = timing_.resend;
   sends_ = 1;
   resendAt_.reset();
@@ -220,10 +236,11 @@ void Station::receiveInformation(std::span<const std::uint8_t> content, Time now
 void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, Time now) {
   assembling_.payload.insert(assembling_.payload.end(), data.begin(), data.end());
   if (assembling_.payload.size() > maxPayloadSize) {
-    goDown("a payload is too long", now);
+    giveUp(Ending::PayloadTooLong, now);
     return;
   }
   assembling_.tag = info & tagMask;
+  if (assembling_.tag != streamTag) output_.progressed = true;
   assembling_.moreFollows = (info & payloadsFollow) != 0;
   const bool ends = (info & partsFollow) == 0;
   if (!ends || assembling_.moreFollows) {
@@ -278,7 +295,7 @@ void Station::recover(Time now) {
 void Station::resendExpired(Time now) {
   resendAt_.reset();
   if (sends_ >= timing_.sends) {
-    goDown(state_ == State::Connecting ? "no device answers" : "the device no longer acknowledges", now);
+    giveUp(state_ == State::Connecting ? Ending::NoPeer : Ending::NotAcknowledged, now);
     return;
   }
   ++sends_;
@@ -329,14 +346,17 @@ Station::Output Station::take(Time now) {
   return std::exchange(output_, {});
 }
 
-// A secondary is silent until the primary has said something in this session: only then is no repeated SABM behind that
-// would begin the session a second time at one end alone.
+// A responder is silent until the initiator has said something in this session: only then is no repeated SABM behind
+// that would begin the session a second time at one end alone.
 void Station::pump(Time now) {
-  if (role_ == Role::Secondary && !heard_) return;
+  if (role_ == Role::Responder && !heard_) return;
   while (state_ == State::Up && !pollPending_ && inFlight_ < window && inFlight_ < parts_.size()) {
     if (inFlight_ == 0) {
       wait_ = timing_.resend;
       sends_ = 1;
+      renewable_ = parts_.front().beginsMessage;
+    } else if (parts_[inFlight_].beginsMessage) {
+      renewable_ = false;  // an earlier message may have had its effect
     }
     ++inFlight_;
     transmitPart(inFlight_ - 1, false, now);
@@ -375,6 +395,7 @@ void Station::transmitUnnumbered(std::uint8_t control, Time now) {
 }
 
 void Station::transmit(std::span<const std::uint8_t> content, Time now) {
+  if (hasPollFinal(content[0])) renewable_ = false;
   output_.frames.push_back(encodeFrame(content));
   ++framesSent_;
   lineFree_ = std::max(lineFree_, now) + timeOnLine(output_.frames.back().size(), timing_.baud);

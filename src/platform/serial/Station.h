@@ -2,7 +2,7 @@
 // of 7 frames, over the frames of Frame.h. A pure state machine: frames and the time go in, frames and messages come
 // out; it does no I/O and reads no clock. Both the host's link and the simulated device run one.
 //
-// A primary begins sessions (connect); a secondary accepts them. Messages are payloads of any length with the tag of
+// An initiator begins sessions (connect); a responder accepts them. Messages are payloads of any length with the tag of
 // the request that they belong to; each is delivered exactly once and in order, or the session goes down.
 #pragma once
 
@@ -13,7 +13,6 @@
 #include <deque>
 #include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "platform/serial/Frame.h"
@@ -30,7 +29,20 @@ struct Message {
   Bytes payload;
 };
 
-enum class Role { Primary, Secondary };
+enum class Role { Initiator, Responder };
+
+// Why a session has ended.
+enum class Ending {
+  NoPeer,           // nothing answered SABM
+  NotAcknowledged,  // a frame was sent as often as it may be
+  NoSession,        // DM: the peer holds no session any more
+  PayloadTooLong,   // the peer sends more than maxPayloadSize
+  Replaced,         // responder: a host began anew
+  Disconnected,     // responder: DISC
+};
+
+// Longer payloads than any host or device sends end the session instead of filling the memory.
+inline constexpr std::size_t maxPayloadSize = std::size_t{1} << 20U;
 
 // Time-outs are told in BXSerialLink.h. The acknowledgement of a request or of an answer's end waits a fifth of
 // `resend` for a frame that can carry it; that of a streamed payload three fifths, or until six have come.
@@ -51,17 +63,21 @@ class Station {
     std::vector<Bytes> frames;          // encoded, to be written now
     std::vector<Message> delivered;     // from the peer
     std::vector<Message> acknowledged;  // of ours, that the peer has received whole
+    bool progressed = false;            // something was acknowledged, or a part of an answer accepted
     bool sessionBegan = false;          // before anything in `delivered`
-    std::optional<std::string> down;    // the session ended, and why
+    bool renewed = false;               // and the queue is sent again from its start, see below
+    std::optional<Ending> ended;
   };
 
-  // `session` is where a primary starts to number its sessions: better not where the last process did.
+  // `session` is where an initiator starts to number its sessions: better not where the last process did.
   Station(Role role, const Timing& timing, std::uint8_t session = 0);
 
   State state() const { return state_; }
-  // Primary: begins a clean session. What was queued before is forgotten.
+  // Initiator: begins a clean session. What was queued before is forgotten.
   void connect(Time now);
-  // Queues a message. A primary that is down begins a session first; a secondary that is down drops it.
+  // Queues a message. An initiator that is down begins a session first; a responder that is down drops it. A message
+  // that meets a peer without a session, alone and sent once, has had no effect: the initiator begins a new session by
+  // itself and sends it again.
   void send(Message message, Time now);
   // One sound frame's content has arrived.
   void receive(std::span<const std::uint8_t> content, Time now);
@@ -87,11 +103,15 @@ class Station {
   struct Part {  // what one information frame carries of a message
     std::uint8_t info = 0;
     Bytes data;
+    bool beginsMessage = false;
     bool endsMessage = false;
   };
 
   void reset();
-  void goDown(const std::string& reason, Time now);
+  void resetNumbers();
+  void beginSession(Time now);
+  void end(Ending ending);
+  void giveUp(Ending ending, Time now);
   void sessionIsUp();
   void receiveUnnumbered(std::span<const std::uint8_t> content, Time now);
   void receiveInformation(std::span<const std::uint8_t> content, Time now);
@@ -114,7 +134,9 @@ class Station {
   Timing timing_;
   std::uint8_t session_;  // SABM and UA carry it, so that a late UA begins nothing
   State state_ = State::Down;
-  bool heard_ = false;  // anything in this session but its beginning
+  bool heard_ = false;      // anything in this session but its beginning
+  bool renewing_ = false;   // the session was renewed, and nothing was acknowledged since
+  bool renewable_ = false;  // nothing that was sent since the frames in flight, each once, can be what DM answers
   Output output_;
 
   std::deque<Part> parts_;          // in flight first, then waiting
