@@ -13,8 +13,8 @@
 #include "bench/Lanes.h"
 #include "bench/Line.h"
 #include "bench/Sessions.h"
+#include "platform/Hex.h"
 #include "platform/time/TimeSeam.h"
-#include "simulator/Hex.h"
 
 namespace BX::bench {
 
@@ -31,7 +31,7 @@ class StoredFile {
   StoredFile() : path_(std::filesystem::temp_directory_path() / ("bx-bench-stored-" + std::to_string(::getpid()))) {
     std::ofstream file(path_);
     for (const auto& [block, page, payload] : storedSession(records, pages)) {
-      file << int{block} << ' ' << int{page} << ' ' << sim::toHex(payload) << '\n';
+      file << int{block} << ' ' << int{page} << ' ' << platform::hexOf(payload) << '\n';
     }
   }
   ~StoredFile() { std::filesystem::remove(path_); }

@@ -36,11 +36,12 @@ if(BX_BUILD_FUZZERS)
   target_link_options(bx_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# bx_library(NAME SOURCES ... DEPENDS ...): the shared library NAME that hosts load, and NAME_static, the same
-# objects with their internal functions reachable, for tests, benchmarks and fuzzers. DEPENDS names other
-# libraries of ours without a suffix; LIBRARIES names anything else.
+# bx_library(NAME SOURCES ... INTERNAL ... DEPENDS ... LIBRARIES ...): the shared library NAME that hosts load, and
+# NAME_static, the same objects with their internal functions reachable, for tests, benchmarks and fuzzers. INTERNAL
+# names static libraries of ours that become part of it; DEPENDS other libraries of ours, without a suffix; LIBRARIES
+# anything else.
 function(bx_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;INTERNAL;DEPENDS;LIBRARIES" ${ARGN})
   add_library(${name}_objects OBJECT ${ARG_SOURCES})
   target_compile_definitions(${name}_objects PRIVATE ${name}_EXPORTS)
   target_link_libraries(${name}_objects PRIVATE bx_options PUBLIC ${ARG_LIBRARIES})
@@ -48,7 +49,7 @@ function(bx_library name)
   add_library(${name} SHARED)
   add_library(${name}_static STATIC)
   foreach(suffix "" "_static")
-    target_link_libraries(${name}${suffix} PRIVATE bx_options ${name}_objects PUBLIC ${ARG_LIBRARIES})
+    target_link_libraries(${name}${suffix} PRIVATE bx_options ${name}_objects ${ARG_INTERNAL} PUBLIC ${ARG_LIBRARIES})
     target_include_directories(${name}${suffix} PUBLIC ${CMAKE_SOURCE_DIR}/include)
     foreach(dependency ${ARG_DEPENDS})
       target_link_libraries(${name}${suffix} PUBLIC ${dependency}${suffix})

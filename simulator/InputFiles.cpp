@@ -9,8 +9,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/Hex.h"
 #include "simulator/DeviceWire.h"
-#include "simulator/Hex.h"
 #include "simulator/Simulator.h"
 
 namespace BX::sim {
@@ -60,7 +60,7 @@ std::uint8_t takeNumber(std::string_view& rest, std::uint8_t limit, const std::s
 
 std::vector<Bytes> readStreamFile(const std::string& path) {
   std::vector<Bytes> payloads;
-  forEachEntry(path, [&](std::string_view entry) { payloads.push_back(fromHex(entry)); });
+  forEachEntry(path, [&](std::string_view entry) { payloads.push_back(platform::bytesOf(entry)); });
   return payloads;
 }
 
@@ -70,7 +70,7 @@ std::vector<StoredRecord> readStoredFile(const std::string& path) {
     StoredRecord record;
     record.block = takeNumber(entry, wire::storedBlocks - 1, "the block");
     record.page = takeNumber(entry, wire::maxPages - 1, "the page");
-    record.payload = fromHex(entry);
+    record.payload = platform::bytesOf(entry);
     if (record.payload.empty()) throw std::runtime_error("no record after the page");
     records.push_back(std::move(record));
   });
@@ -82,7 +82,7 @@ std::vector<ScriptedReply> readScriptFile(const std::string& path) {
   forEachEntry(path, [&](std::string_view entry) {
     const std::size_t equals = entry.find('=');
     if (equals == std::string_view::npos) throw std::runtime_error("no '=' between request and reply");
-    ScriptedReply reply{fromHex(entry.substr(0, equals)), fromHex(entry.substr(equals + 1))};
+    ScriptedReply reply{platform::bytesOf(entry.substr(0, equals)), platform::bytesOf(entry.substr(equals + 1))};
     if (reply.request.empty()) throw std::runtime_error("no request before the '='");
     replies.push_back(std::move(reply));
   });

@@ -1,11 +1,11 @@
 #include "simulator/Transcript.h"
 
-#include "simulator/Hex.h"
+#include "platform/Hex.h"
 
 namespace BX::sim {
 
 void Transcript::add(const char* direction, std::span<const std::uint8_t> payload) {
-  std::string line = direction + toHex(payload);
+  std::string line = direction + platform::hexOf(payload);
   if (sink_) sink_(line);
   if (!keep_) return;
   const std::scoped_lock lock(mutex_);

@@ -25,8 +25,6 @@ Book& book() {
 
 }  // namespace
 
-Transport::~Transport() = default;
-
 void setOptions(const Options& options) {
   const std::scoped_lock lock(book().mutex);
   book().options = options;

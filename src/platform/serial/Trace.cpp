@@ -3,38 +3,27 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <stdexcept>
 #include <utility>
+
+#include "platform/Hex.h"
 
 namespace BX::link {
 
 namespace {
 
-constexpr std::string_view digits = "0123456789ABCDEF";
-constexpr int hexadecimal = 16;
-
-std::string hexOf(const Bytes& bytes) {
-  std::string text;
-  text.reserve(bytes.size() * 2);
-  for (const std::uint8_t byte : bytes) {
-    text += digits[byte >> 4U];
-    text += digits[byte & 0x0FU];
-  }
-  return text;
+bool readNumber(std::string_view text, std::int64_t& number) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size();
 }
 
-template <typename Number>
-bool readNumber(std::string_view text, Number& number, int base) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-  return error == std::errc() && end == text.data() + text.size() && !text.empty();
-}
-
-std::optional<Bytes> bytesOf(std::string_view hex) {
-  if (hex.empty() || hex.size() % 2 != 0) return std::nullopt;
-  Bytes bytes(hex.size() / 2);
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    if (!readNumber(hex.substr(2 * i, 2), bytes[i], hexadecimal)) return std::nullopt;
+// None when `hex` is no bytes.
+Bytes bytesOf(std::string_view hex) {
+  try {
+    return platform::bytesOf(hex);
+  } catch (const std::runtime_error&) {
+    return {};
   }
-  return bytes;
 }
 
 // Cuts the text up to the next blank off `line`.
@@ -55,13 +44,13 @@ bool isMark(std::string_view word) {
 std::string formatTraceEntry(const TraceEntry& entry) {
   const bool isEvent = entry.mark == TraceMark::Event;
   return std::to_string(entry.time.count()) + ' ' + static_cast<char>(entry.mark) + ' ' +
-         (isEvent ? entry.event : hexOf(entry.bytes)) + ' ' + entry.port;
+         (isEvent ? entry.event : platform::hexOf(entry.bytes)) + ' ' + entry.port;
 }
 
 std::optional<TraceEntry> parseTraceEntry(std::string_view line) {
   TraceEntry entry;
   std::int64_t time = 0;
-  if (!readNumber(takeWord(line), time, 10)) return std::nullopt;
+  if (!readNumber(takeWord(line), time)) return std::nullopt;
   entry.time = std::chrono::microseconds(time);
   const std::string_view mark = takeWord(line);
   if (!isMark(mark)) return std::nullopt;
@@ -70,9 +59,8 @@ std::optional<TraceEntry> parseTraceEntry(std::string_view line) {
   if (entry.mark == TraceMark::Event) {
     entry.event = content;
   } else {
-    auto bytes = bytesOf(content);
-    if (!bytes) return std::nullopt;
-    entry.bytes = std::move(*bytes);
+    entry.bytes = bytesOf(content);
+    if (entry.bytes.empty()) return std::nullopt;
   }
   entry.port = line;
   return entry;
