@@ -39,7 +39,7 @@ endif()
 # bx_library(NAME SOURCES ... INTERNAL ... DEPENDS ... LIBRARIES ...): the shared library NAME that hosts load, and
 # NAME_static, the same objects with their internal functions reachable, for tests, benchmarks and fuzzers. INTERNAL
 # names static libraries of ours that become part of it; DEPENDS other libraries of ours, without a suffix; LIBRARIES
-# anything else.
+# anything else. cmake/exports/NAME.txt lists what the shared one exports.
 function(bx_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;INTERNAL;DEPENDS;LIBRARIES" ${ARGN})
   add_library(${name}_objects OBJECT ${ARG_SOURCES})
@@ -56,6 +56,21 @@ function(bx_library name)
     endforeach()
   endforeach()
   target_include_directories(${name}_static PUBLIC ${CMAKE_SOURCE_DIR}/src)
+  bx_export(${name})
+endfunction()
+
+# bx_export(NAME): lets out of the shared library what its list names, in C++ as it is read, and nothing else: the
+# templates of the standard library and of Boost would leave as well. A line with a * is a pattern.
+function(bx_export name)
+  set(list ${CMAKE_SOURCE_DIR}/cmake/exports/${name}.txt)
+  set_property(DIRECTORY ${CMAKE_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
+  file(STRINGS ${list} names)
+  list(TRANSFORM names REPLACE "^[^*]+$" "\"\\0\"")
+  list(JOIN names "; " names)
+  set(script ${CMAKE_BINARY_DIR}/${name}.map)
+  file(CONFIGURE OUTPUT ${script} CONTENT "{ global: extern \"C++\" { ${names}; }; local: *; };\n")
+  target_link_options(${name} PRIVATE LINKER:--version-script=${script})
+  set_target_properties(${name} PROPERTIES LINK_DEPENDS ${script})
 endfunction()
 
 # bx_test(NAME SOURCES ... LIBRARIES ...): one test program, its cases known to ctest one by one.
