@@ -34,8 +34,44 @@ struct Options {
 BX_SERIAL_COM_API void setOptions(const Options& options);
 BX_SERIAL_COM_API Options getOptions();
 
-// Why the last failed opening or exchange on `port` failed, as one line without the port's name ("in use by another
-// program", "no answer within 2.0 s", ...). Empty when none has failed. Outlives the link.
+// What kind of failure an opening, an exchange or a stream has ended with.
+enum class FailureKind {
+  None,  // nothing has failed
+  // ---- opening
+  NoSuchPort,
+  NotPermitted,
+  InUse,  // by another program
+  NotASerialPort,
+  BadLineSpeed,  // the port does not take Options::baud
+  System,        // anything else that the operating system says
+  // ---- exchanges and streams
+  NotOpen,
+  Closed,           // by the host, meanwhile
+  HungUp,           // the far end or the adapter is gone
+  NoDevice,         // nothing answers: no session could be begun
+  NotAcknowledged,  // the device no longer acknowledges; the session was given up
+  SessionLost,      // the device no longer holds the session: it was switched off, or had given the session up
+  NoAnswer,         // the request was acknowledged but not answered in time
+  BadRequest,       // nothing was sent: the link knows no such item
+  Refused,
+  UnexpectedAnswer,
+  AnswerTooLong,  // more than 1 MiB; the session was given up
+  QueueFull,      // more than 1 MiB of streamed payloads waited for the stream handler, and some were dropped
+  Handler,        // a handler of the host threw an exception
+  Memory,         // there was none; the session was given up
+};
+
+struct Failure {
+  FailureKind kind = FailureKind::None;
+  std::vector<std::uint8_t> request;  // the payload that was refused or answered unexpectedly; else empty
+  std::string text;                   // the reason as one line, without the port's name and the request
+};
+
+// Why the last failed opening or exchange on `port` failed. Kind None when none has failed. Outlives the link.
+BX_SERIAL_COM_API Failure lastFailure(const std::string& port);
+
+// The same as one line, with the first bytes of the request ("in use by another program", "no answer within 2.0 s",
+// "refused by the device (request 6F 4D BC)"). Empty when none has failed.
 BX_SERIAL_COM_API std::string lastError(const std::string& port);
 
 // Counted since the port was last opened.
@@ -45,8 +81,9 @@ struct Statistics {
   std::uint64_t framesSent = 0;
   std::uint64_t framesResent = 0;
   std::uint64_t framesReceived = 0;
-  std::uint64_t framesDamaged = 0;  // received with a wrong checksum or length, and dropped
-  std::uint64_t answersLate = 0;    // came after their request had been given up, and were dropped
+  std::uint64_t framesDamaged = 0;    // received with a wrong checksum or length, and dropped
+  std::uint64_t answersLate = 0;      // came after their request had been given up, and were dropped
+  std::uint64_t payloadsDropped = 0;  // streamed while nobody listened, or beyond what may wait
 };
 BX_SERIAL_COM_API Statistics statistics(const std::string& port);
 
@@ -56,7 +93,7 @@ BX_SERIAL_COM_API Statistics statistics(const std::string& port);
 // host and the device say to each other, the device's identity included.
 BX_SERIAL_COM_API bool setTraceFile(const std::string& path);
 
-// A line of bytes to a device. The link calls the members from one thread at a time.
+// A line of bytes to a device. The link calls the members from one thread at a time, which may change.
 class BX_SERIAL_COM_API Transport {
  public:
   struct Events {

@@ -18,6 +18,7 @@
 #define EXCLUDES(...) BX_THREAD_SAFETY(locks_excluded(__VA_ARGS__))
 #define ACQUIRE(...) BX_THREAD_SAFETY(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) BX_THREAD_SAFETY(release_capability(__VA_ARGS__))
+#define ASSERT_CAPABILITY(mutex) BX_THREAD_SAFETY(assert_capability(mutex))
 #define TRY_ACQUIRE(...) BX_THREAD_SAFETY(try_acquire_capability(__VA_ARGS__))
 #define RETURN_CAPABILITY(mutex) BX_THREAD_SAFETY(lock_returned(mutex))
 #define NO_THREAD_SAFETY_ANALYSIS BX_THREAD_SAFETY(no_thread_safety_analysis)
@@ -32,6 +33,8 @@ class CAPABILITY("mutex") Mutex {
   void lock() ACQUIRE() { mutex_.lock(); }
   void unlock() RELEASE() { mutex_.unlock(); }
   bool try_lock() TRY_ACQUIRE(true) { return mutex_.try_lock(); }
+  // Tells the analysis what the caller's contract says; checks nothing.
+  void assertHeld() const ASSERT_CAPABILITY(this) {}
 
  private:
   friend class MutexLock;

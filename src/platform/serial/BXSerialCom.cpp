@@ -52,12 +52,13 @@ bool BXSerialCom::setDeviceMode(const DeviceMode& mode, [[maybe_unused]] bool en
 // NOLINTBEGIN(performance-unnecessary-value-param)
 bool BXSerialCom::sendDeviceInfoCommand(const std::string& item, std::function<void()> callback) {
   const auto code = link::informationCode(item);
-  if (!code) return link_->fail("there is no information item \"" + item + "\"");
-  return link_->exchange(withSum({letter::information, *code}), {}, callback ? callback : link_->replyHandler());
+  if (!code) return link_->fail({link::FailureKind::BadRequest, {}, "there is no information item \"" + item + "\""});
+  return link_->exchange(withSum({letter::information, *code}), {},
+                         callback ? callback : link_->handlers().reply.get());
 }
 
 bool BXSerialCom::getParameterSetFrame(unsigned char frame) {
-  return link_->exchange(withSum({letter::parameterSetRead, frame}), {}, link_->replyHandler());
+  return link_->exchange(withSum({letter::parameterSetRead, frame}), {}, link_->handlers().reply.get());
 }
 
 bool BXSerialCom::sendBytesAckReturn(std::vector<unsigned char>& bytes, const unsigned char& ack,
@@ -66,7 +67,7 @@ bool BXSerialCom::sendBytesAckReturn(std::vector<unsigned char>& bytes, const un
 }
 
 bool BXSerialCom::sendDownloadTargetRequest(std::vector<unsigned char>& bytes, const unsigned char& ack) {
-  return link_->exchange(bytes, {ack}, link_->replyHandler());
+  return link_->exchange(bytes, {ack}, link_->handlers().reply.get());
 }
 
 bool BXSerialCom::sendDownloadRequest(std::vector<unsigned char>& bytes, std::function<void()> callback) {
@@ -74,7 +75,7 @@ bool BXSerialCom::sendDownloadRequest(std::vector<unsigned char>& bytes, std::fu
 }
 // NOLINTEND(performance-unnecessary-value-param)
 
-bool BXSerialCom::poll() { return link_->exchange(withSum({letter::poll}), {}, link_->replyHandler()); }
+bool BXSerialCom::poll() { return link_->exchange(withSum({letter::poll}), {}, link_->handlers().reply.get()); }
 
 unsigned char BXSerialCom::calculateSum(const std::vector<unsigned char>& bytes) const { return link::sumOf(bytes); }
 
@@ -86,14 +87,16 @@ void BXSerialCom::intToByteArray(std::vector<unsigned char>& bytes, int value) c
 
 std::vector<unsigned char> BXSerialCom::getReceivedBytes() const { return link_->receivedBytes(); }
 
-void BXSerialCom::setCallBackFunction(std::function<void()> callback) { link_->setReplyHandler(std::move(callback)); }
+void BXSerialCom::setCallBackFunction(std::function<void()> callback) {
+  link_->handlers().reply.set(std::move(callback));
+}
 
 void BXSerialCom::setProcessTrainingCallback(std::function<void()> callback) {
-  link_->setStreamHandler(std::move(callback));
+  link_->handlers().stream.set(std::move(callback));
 }
 
 void BXSerialCom::setRemoveDeviceCallback(std::function<bool(const char*)> callback) {
-  link_->setRemoveHandler(std::move(callback));
+  link_->handlers().removed.set(std::move(callback));
 }
 
 void BXSerialCom::startSessionListening() { link_->startListening(); }
@@ -107,7 +110,7 @@ void BXSerialCom::setReadyToSend([[maybe_unused]] const bool& ready) {}
 void BXSerialCom::setWaitingForAck([[maybe_unused]] bool waiting) {}
 void BXSerialCom::setIsStartup([[maybe_unused]] bool startup) {}
 
-bool BXSerialCom::getError() const { return link_->error(); }
-void BXSerialCom::setError(bool error) { link_->setError(error); }
+bool BXSerialCom::getError() const { return link_->handlers().error; }
+void BXSerialCom::setError(bool error) { link_->handlers().error = error; }
 
 }  // namespace BX

@@ -1,5 +1,6 @@
 #include "platform/serial/Engine.h"
 
+#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <random>
 
@@ -9,85 +10,126 @@ namespace BX::link {
 
 namespace {
 
+// How many reads a late thread makes at most before it judges time-outs: more than any port keeps.
+constexpr int lateReads = 64;
+
 std::unique_ptr<Transport> makeTransport(boost::asio::io_context& context, const std::string& port, unsigned baud) {
   if (auto transport = transportFor(port)) return transport;
   return std::make_unique<SerialPortTransport>(context, port, baud);
 }
 
 Timing timingOf(const Options& options) {
-  return {.baud = options.baud, .resend = options.resend, .sends = options.sends, .keepAlive = {}};
+  Timing timing;
+  timing.baud = options.baud;
+  timing.resend = options.resend;
+  timing.sends = options.sends;
+  return timing;
 }
 
-std::string textOf(Ending ending) {
+FailureKind failureOf(Ending ending) {
   switch (ending) {
     case Ending::NoPeer:
-      return "no device answers";
+      return FailureKind::NoDevice;
     case Ending::NotAcknowledged:
-      return "the device no longer acknowledges";
+      return FailureKind::NotAcknowledged;
     case Ending::PayloadTooLong:
-      return "a payload is too long";
+      return FailureKind::AnswerTooLong;
     default:
-      return "the device no longer holds the session";
+      return FailureKind::SessionLost;
   }
+}
+
+std::optional<Engine::Time> earlier(std::optional<Engine::Time> one, std::optional<Engine::Time> other) {
+  if (one && other) return std::min(*one, *other);
+  return one ? one : other;
 }
 
 }  // namespace
 
-Engine::Engine(const std::string& port, const Options& options, Listener& listener)
+Engine::Engine(const std::string& port, const Options& options, std::shared_ptr<Counters> counters, Listener& listener)
     : options_(options),
       listener_(listener),
-      counters_(newCounters(port)),
+      counters_(std::move(counters)),
       trace_(newTrace(port)),
       station_(Role::Initiator, timingOf(options), static_cast<std::uint8_t>(std::random_device{}())),
       transport_(makeTransport(context_, port, options.baud)) {
-  const auto copied = [this](std::span<const std::uint8_t> bytes) {
-    boost::asio::post(context_, [this, data = Bytes(bytes.begin(), bytes.end())] { onReceived(data); });
-  };
   Transport::Events events;
-  events.received = [this, copied](std::span<const std::uint8_t> bytes) {
+  events.received = [this](std::span<const std::uint8_t> bytes) {
     if (context_.get_executor().running_in_this_thread()) {
       onReceived(bytes);
     } else {
-      copied(bytes);
+      boost::asio::post(context_, [this, copy = Bytes(bytes.begin(), bytes.end())] { onReceived(copy); });
     }
   };
   events.hungUp = [this](const std::string& reason) {
-    boost::asio::post(context_, [this, reason] { onTransportHungUp(reason); });
+    if (context_.get_executor().running_in_this_thread()) {
+      hangUpReason_ = reason;  // the transport may be in the middle of something
+    } else {
+      boost::asio::post(context_, [this, reason] { hangUpReason_ = reason; });
+    }
   };
   transport_->open(std::move(events));
   if (trace_) trace_->event(traceEvent::opened);
-  runner_.start();
 }
 
-Engine::~Engine() { stop(); }
+Engine::~Engine() { close(); }
 
-void Engine::submit(Message message) {
-  boost::asio::post(context_, [this, message = std::move(message)]() mutable {
-    if (hungUp_) return;
-    station_.send(std::move(message), Clock::now());
-    settle();
-  });
+void Engine::runOne(Orders orders, std::optional<Time> until) noexcept {
+  try {
+    carryOut(orders);
+    const auto due = earlier(until, deadline());
+    const bool came = (due ? context_.run_one_until(*due) : context_.run_one()) > 0;
+    if (!came || (due && *due <= Clock::now())) readOn();
+    judgeTime();
+    if (hangUpReason_) hangUp();
+  } catch (...) {
+    loseSession();
+  }
 }
 
-void Engine::watch(bool on) {
-  boost::asio::post(context_, [this, on] {
-    if (hungUp_) return;
-    station_.setKeepAlive(on ? options_.keepAlive : std::chrono::milliseconds{0}, Clock::now());
-    armTimer();
-  });
+void Engine::wake() {
+  if (wakePosted_.exchange(true)) return;
+  boost::asio::post(context_, InMemory(wakeMemory_, [this] { wakePosted_ = false; }));
 }
 
-void Engine::stop() {
-  runner_.stop([this] {
-    if (!hungUp_) {
+void Engine::close() noexcept {
+  try {
+    if (!std::exchange(hungUp_, true)) {
       station_.disconnect(Clock::now());
       settle();
       endTrace(traceEvent::closed);
     }
-    timer_.cancel();
-    transport_->close();
-  });
+  } catch (...) {  // the device hears no leave-taking then
+  }
+  transport_->close();
 }
+
+void Engine::carryOut(Orders& orders) {
+  if (hungUp_) return;
+  const auto now = Clock::now();
+  if (orders.endsSession) station_.disconnect(now);
+  if (orders.watches != watches_) {
+    watches_ = orders.watches;
+    station_.setKeepAlive(watches_ ? options_.keepAlive : std::chrono::milliseconds{0}, now);
+  }
+  for (Message& message : orders.messages) station_.send(std::move(message), now);
+  if (orders.endsSession || !orders.messages.empty()) settle();
+}
+
+// A host that was suspended, or is late for another reason, first reads what has come.
+void Engine::readOn() {
+  for (int i = 0; i < lateReads && context_.poll_one() > 0; ++i) {
+  }
+}
+
+void Engine::judgeTime() {
+  const auto now = Clock::now();
+  if (const auto due = deadline(); !due || *due > now) return;
+  station_.advance(now);
+  settle();
+}
+
+std::optional<Engine::Time> Engine::deadline() const { return hungUp_ ? std::nullopt : station_.deadline(); }
 
 void Engine::onReceived(std::span<const std::uint8_t> bytes) {
   if (hungUp_) return;
@@ -122,14 +164,22 @@ void Engine::endTrace(std::string_view event) {
   trace_->event(event);
 }
 
-void Engine::onTransportHungUp(const std::string& reason) {
-  if (hungUp_) return;
-  hungUp_ = true;
-  endTrace(traceEvent::hungUp);
-  timer_.cancel();
-  transport_->close();
+void Engine::hangUp() {
+  if (std::exchange(hungUp_, true)) return;
   station_.restart();
-  listener_.onHungUp(reason);
+  transport_->close();
+  listener_.onHungUp(std::move(*hangUpReason_));
+  endTrace(traceEvent::hungUp);
+}
+
+// What the station was about to say or to hand over may be lost, so neither end may go on as if nothing were missing.
+void Engine::loseSession() noexcept {
+  try {
+    station_.restart();
+    decoder_.reset();
+    listener_.onSessionLost(FailureKind::Memory);
+  } catch (...) {  // then the exchange under way ends by its own time-out
+  }
 }
 
 void Engine::settle() {
@@ -149,22 +199,8 @@ void Engine::settle() {
   for (Message& message : output.delivered) {
     if (!listener_.onDelivered(std::move(message))) ++counters_->answersLate;
   }
-  if (output.ended) listener_.onSessionLost(textOf(*output.ended));
-  armTimer();
-}
-
-// A timer that is due no later is left alone: it fires, finds nothing due, and is set again.
-void Engine::armTimer() {
-  const auto deadline = station_.deadline();
-  if (!deadline || (armedFor_ && *armedFor_ <= *deadline)) return;
-  armedFor_ = deadline;
-  timer_.expires_at(*deadline);
-  timer_.async_wait([this](const boost::system::error_code& error) {
-    if (error || hungUp_) return;
-    armedFor_.reset();
-    station_.advance(Clock::now());
-    settle();
-  });
+  if (output.partOf) listener_.onPart(*output.partOf);
+  if (output.ended) listener_.onSessionLost(failureOf(*output.ended));
 }
 
 }  // namespace BX::link

@@ -1,11 +1,12 @@
-// The running half of an open link: the io_context, the transport, the decoder and the station, served by one thread at
-// a time. No code of a user ever runs there.
+// The running half of an open port: transport, frame decoder, station and their times. One thread at a time runs it
+// (Loop.h); no code of a user runs there.
 #pragma once
 
 #include <utility>
 
+#include <atomic>
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -13,11 +14,12 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "bx/BXSerialLink.h"
 #include "platform/serial/Frame.h"
+#include "platform/serial/OperationMemory.h"
 #include "platform/serial/PortBook.h"
-#include "platform/serial/Runner.h"
 #include "platform/serial/Station.h"
 #include "platform/serial/Trace.h"
 
@@ -25,59 +27,72 @@ namespace BX::link {
 
 class Engine {
  public:
-  // What the engine reports, on the thread that serves it. Implementations return at once.
+  using Clock = std::chrono::steady_clock;
+  using Time = Clock::time_point;
+
+  // What the engine reports, on the thread that runs it.
   class Listener {
    public:
     virtual ~Listener() = default;
     virtual void onSessionBegan() = 0;
     // False when nobody waits for it: an answer that comes too late.
     virtual bool onDelivered(Message message) = 0;
+    // A part of an answer has come, and more of the same payload follows.
+    virtual void onPart(std::uint8_t tag) = 0;
     // The device has received a payload of ours.
     virtual void onAcknowledged() = 0;
-    virtual void onSessionLost(const std::string& reason) = 0;
+    virtual void onSessionLost(FailureKind reason) = 0;
     // Last of all, and once.
-    virtual void onHungUp(const std::string& reason) = 0;
+    virtual void onHungUp(std::string reason) = 0;
   };
 
-  // Opens the port and starts the thread; throws std::runtime_error with the reason. `listener` must live until stop()
-  // has returned.
-  Engine(const std::string& port, const Options& options, Listener& listener);
-  // Stops.
+  // What other threads want of the engine.
+  struct Orders {
+    std::vector<Message> messages;  // to be sent
+    bool endsSession = false;       // before that; the next message begins a new one
+    bool watches = false;           // whether a silent line is asked for signs of life
+  };
+
+  // Opens the port; throws OpenFailure, or what the transport throws.
+  Engine(const std::string& port, const Options& options, std::shared_ptr<Counters> counters, Listener& listener);
   ~Engine();
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
-  // Any thread; these return at once.
-  void submit(Message message);
-  void watch(bool on);  // whether a silent line is asked for signs of life
-
-  // Takes leave of the device, closes the port and ends the thread. Not to be called from a Listener. Idempotent.
-  void stop();
-
-  // For a thread that waits for what the device sends: it serves the engine itself meanwhile.
-  Runner& runner() { return runner_; }
+  // Carries out the orders, then waits for one event, until `until` at most, and handles it. Time-outs are judged after
+  // everything that had come was read. Whatever throws here ends the session.
+  void runOne(Orders orders, std::optional<Time> until) noexcept;
+  // Makes runOne return. Any thread.
+  void wake();
+  // Takes leave of the device and closes the port. When nobody runs the engine any more.
+  void close() noexcept;
 
  private:
-  using Clock = std::chrono::steady_clock;
+  void carryOut(Orders& orders);
+  void readOn();
+  void judgeTime();
+  std::optional<Time> deadline() const;
   void onReceived(std::span<const std::uint8_t> bytes);
-  void onTransportHungUp(const std::string& reason);
   void decodeTraced(std::span<const std::uint8_t> bytes, const FrameDecoder::Sink& sink);
   void endTrace(std::string_view event);
+  void hangUp();
+  void loseSession() noexcept;
   void settle();
-  void armTimer();
 
   boost::asio::io_context context_{1};
-  boost::asio::steady_timer timer_{context_};
-  Options options_;
+  boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_{context_.get_executor()};
+  const Options options_;
   Listener& listener_;
-  std::shared_ptr<Counters> counters_;
+  const std::shared_ptr<Counters> counters_;
   std::unique_ptr<Trace> trace_;  // null: none
   FrameDecoder decoder_;
   Station station_;
-  std::optional<Clock::time_point> armedFor_;
+  std::optional<std::string> hangUpReason_;  // still to be handled
   bool hungUp_ = false;
+  bool watches_ = false;
+  OperationMemory wakeMemory_;
+  std::atomic<bool> wakePosted_{false};
   std::unique_ptr<Transport> transport_;
-  Runner runner_{context_, options_.resend};
 };
 
 }  // namespace BX::link

@@ -1,72 +1,82 @@
-// Through this gate every call into a user's handler goes. Closing it makes sure that no handler starts any more and,
-// outside a handler, that none is running.
+// Through this gate every call into a user's handler goes. Once it is shut no handler starts any more.
 #pragma once
 
 #include <algorithm>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <vector>
+
+#include "platform/Mutex.h"
 
 namespace BX::link {
 
 class HandlerGate {
  public:
-  // A handler belongs to the opening during which it was asked for.
+  // A handler belongs to the opening of the port during which it was asked for.
   using Opening = std::uint64_t;
-  static constexpr Opening closed = 0;
 
   Opening open() {
-    const std::scoped_lock lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     isOpen_ = true;
     return ++opening_;
   }
 
-  // Calls `handler` unless it is empty or the gate was closed since `opening`; what it throws passes through.
-  // False when the gate was closed.
+  void shut() {
+    const platform::MutexLock lock(mutex_);
+    isOpen_ = false;
+  }
+
+  // Calls `handler` unless it is empty or the gate was shut since `opening`; what it throws passes through.
+  // False when the gate was shut.
   bool run(Opening opening, const std::function<void()>& handler) {
+    Call call{std::this_thread::get_id(), 0};
     {
-      const std::scoped_lock lock(mutex_);
+      const platform::MutexLock lock(mutex_);
       if (!isOpen_ || opening != opening_) return false;
-      running_.push_back(std::this_thread::get_id());
+      call.number = ++calls_;
+      running_.push_back(call);
     }
-    const Leave leave{*this};
+    const Leave leave{*this, call.number};
     if (handler) handler();
     return true;
   }
 
   // Whether the calling thread is inside a handler.
   bool inside() const {
-    const std::scoped_lock lock(mutex_);
-    return insideLocked();
+    const platform::MutexLock lock(mutex_);
+    return std::any_of(running_.begin(), running_.end(),
+                       [](const Call& call) { return call.thread == std::this_thread::get_id(); });
   }
 
-  void close() {
-    std::unique_lock lock(mutex_);
-    isOpen_ = false;
-    if (!insideLocked()) idle_.wait(lock, [this] { return running_.empty(); });
+  // Waits for the handlers that run now. Not inside one.
+  void awaitRunning() {
+    platform::MutexLock lock(mutex_);
+    const std::uint64_t last = calls_;
+    while (!running_.empty() && running_.front().number <= last) ended_.wait(lock.native());
   }
 
  private:
+  struct Call {
+    std::thread::id thread;
+    std::uint64_t number;
+  };
   struct Leave {
     HandlerGate& gate;
+    std::uint64_t number;
     ~Leave() {
-      const std::scoped_lock lock(gate.mutex_);
-      gate.running_.erase(std::find(gate.running_.begin(), gate.running_.end(), std::this_thread::get_id()));
-      gate.idle_.notify_all();
+      const platform::MutexLock lock(gate.mutex_);
+      std::erase_if(gate.running_, [this](const Call& call) { return call.number == number; });
+      gate.ended_.notify_all();
     }
   };
-  bool insideLocked() const {
-    return std::find(running_.begin(), running_.end(), std::this_thread::get_id()) != running_.end();
-  }
-
-  mutable std::mutex mutex_;
-  std::condition_variable idle_;
-  std::vector<std::thread::id> running_;
-  Opening opening_ = closed;
-  bool isOpen_ = false;
+  mutable platform::Mutex mutex_;
+  std::condition_variable ended_;
+  std::vector<Call> running_ GUARDED_BY(mutex_);  // in the order of their beginning
+  std::uint64_t calls_ GUARDED_BY(mutex_) = 0;
+  Opening opening_ GUARDED_BY(mutex_) = 0;
+  bool isOpen_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace BX::link

@@ -1,317 +1,139 @@
 #include "platform/serial/Link.h"
 
 #include <exception>
-#include <stdexcept>
 #include <utility>
 
-#include "platform/serial/Control.h"
+#include "platform/Letters.h"
+#include "platform/serial/OpenFailure.h"
 
 namespace BX::link {
 
-namespace {
-
-constexpr auto closedText = "the port is not open";
-constexpr auto closedMeanwhileText = "closed by the host";
-// More payloads than any page holds fail the exchange instead of filling the memory.
-constexpr std::size_t maxAnswerPayloads = 100'000;
-
-bool isModeAnswer(const Bytes& payload) {
-  return payload.size() >= 2 && payload[0] == wire::replyMark && payload[1] == letter::mode;
-}
-
-std::string secondsText(std::chrono::milliseconds time) {
-  const auto tenths = time.count() / 100;
-  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
-}
-
-}  // namespace
-
-// ---- Port
+using platform::MutexLock;
 
 std::string Link::port() const {
-  const Lock lock(mutex_);
+  const MutexLock lock(mutex_);
   return port_;
 }
 
 bool Link::setPort(const std::string& port) {
-  const std::scoped_lock lifecycle(lifecycle_);
-  const Lock lock(mutex_);
-  if (engine_) return false;
+  const MutexLock lifecycle(lifecycle_);
+  const MutexLock lock(mutex_);
+  if (connection_) return false;
   port_ = port;
   return true;
 }
 
 bool Link::open() {
-  if (isConnected()) return true;
-  close();  // what is left of a port that was hung up
-  const std::scoped_lock lifecycle(lifecycle_);
-  const std::string name = port();
-  const Options options = getOptions();
-  std::shared_ptr<Engine> engine;
-  try {
-    {
-      const Lock lock(mutex_);
-      if (engine_) return true;  // opened by another thread meanwhile
-      options_ = options;
-      hungUp_.reset();
-      untold_.reset();
-      sessionUp_ = false;
-      streamed_.clear();
-    }
-    engine = std::make_shared<Engine>(name, options, *this);
-  } catch (const std::exception& reason) {
-    setLastError(name, reason.what());
-    return false;
+  std::shared_ptr<Connection> former;  // of a port that was hung up
+  bool opened = false;
+  {
+    const MutexLock lifecycle(lifecycle_);
+    if (isConnected()) return true;
+    former = replaceConnection(nullptr);
+    if (former) former->close();
+    opened = connect();
   }
-  const Lock lock(mutex_);
-  engine_ = std::move(engine);
-  opening_ = gate_.open();
-  return true;
+  awaitHandlers(former);
+  return opened;
+}
+
+bool Link::connect() {
+  const std::string name = port();
+  try {
+    replaceConnection(std::make_shared<Connection>(name, handlers_));
+    return true;
+  } catch (const OpenFailure& reason) {
+    setLastFailure(name, {reason.kind(), {}, reason.what()});
+  } catch (const std::exception& reason) {
+    setLastFailure(name, {FailureKind::System, {}, reason.what()});
+  }
+  return false;
 }
 
 bool Link::close() {
-  std::shared_ptr<Engine> engine;
+  std::shared_ptr<Connection> former;
   {
-    const std::scoped_lock lifecycle(lifecycle_);
-    const Lock lock(mutex_);
-    engine = std::move(engine_);
-    opening_ = HandlerGate::closed;
-    running_ = false;
-    failPending(closedMeanwhileText);
+    const MutexLock lifecycle(lifecycle_);
+    former = replaceConnection(nullptr);
+    if (former) former->close();
   }
-  changed_.notify_all();
-  if (engine) engine->stop();
-  const bool inside = gate_.inside();
-  gate_.close();
-  if (!inside) joinListening();
-  return engine != nullptr;
+  awaitHandlers(former);
+  return former != nullptr;
+}
+
+// Those of earlier connections as well: one may have been closed by its own handler.
+void Link::awaitHandlers(const std::shared_ptr<Connection>& former) {
+  if (handlers_->gate.inside()) return;
+  handlers_->gate.awaitRunning();
+  if (former) former->joinListening();
 }
 
 void Link::shutDown() {
   close();
-  const Lock lock(mutex_);
-  replyHandler_ = nullptr;
-  streamHandler_ = nullptr;
-  removeHandler_ = nullptr;
-  // Only inside a handler can it still run: it keeps this object until it ends.
-  if (listening_.joinable()) listening_.detach();
+  handlers_->reply.set({});
+  handlers_->stream.set({});
+  handlers_->removed.set({});
 }
 
 bool Link::isConnected() const {
-  const Lock lock(mutex_);
-  return engine_ && !hungUp_;
+  const auto current = connection();
+  return current && current->isUp();
 }
 
-// ---- What the thread that serves the engine files
-
-void Link::onSessionBegan() {
-  const Lock lock(mutex_);
-  sessionUp_ = true;
-  if (pending_ != nullptr) pending_->lastSign = Clock::now();
+std::shared_ptr<Connection> Link::connection() const {
+  const MutexLock lock(mutex_);
+  return connection_;
 }
 
-void Link::onAcknowledged() {
-  const Lock lock(mutex_);
-  if (pending_ != nullptr) pending_->lastSign = Clock::now();
-}
-
-// Whoever waits is woken when there is something to read, and not while the lock is held.
-bool Link::onDelivered(Message message) {
-  Lock lock(mutex_);
-  const Filed filed = file(std::move(message));
-  lock.unlock();
-  if (filed == Filed::Ready) changed_.notify_all();
-  return filed != Filed::Late;
-}
-
-Link::Filed Link::file(Message message) {
-  if (message.tag == streamTag) {
-    streamed_.push_back(std::move(message));
-    return Filed::Ready;
-  }
-  if (pending_ == nullptr || pending_->tag != message.tag || pending_->arrived) return Filed::Late;
-  pending_->lastSign = Clock::now();
-  pending_->arrived = !message.moreFollows;
-  if (pending_->changesMode && pending_->arrived && isModeAnswer(message.payload)) {
-    if (listens_) {
-      // The end of the stream: the listening thread reads it. Asked for by its own handler, it counts at once.
-      pending_->answer.push_back(message.payload);
-      pending_->complete = pending_->isListeners;
-      streamed_.push_back(std::move(message));
-      return Filed::Ready;
-    }
-    streamed_.clear();  // what an earlier stream has left is no part of the next one
-  }
-  pending_->answer.push_back(std::move(message.payload));
-  pending_->complete = pending_->arrived;
-  if (pending_->answer.size() > maxAnswerPayloads) failPending("the answer has no end");
-  return pending_->complete || pending_->failure ? Filed::Ready : Filed::Waiting;
-}
-
-void Link::onSessionLost(const std::string& reason) {
-  const Lock lock(mutex_);
-  tellLoss(reason);
-}
-
-void Link::onHungUp(const std::string& reason) {
-  const Lock lock(mutex_);
-  hungUp_ = reason;
-  tellLoss(reason);
-}
-
-// To the exchange under way, to the stream, or else to the stream that comes next.
-void Link::tellLoss(const std::string& reason) {
-  sessionUp_ = false;
-  if (listens_) {
-    error_ = true;
-    setLastError(port_, reason);
-  } else if (pending_ == nullptr || pending_->complete) {
-    untold_ = reason;
-  }
-  failPending(reason);
-  changed_.notify_all();
-}
-
-void Link::failPending(const std::string& reason) {
-  if (pending_ != nullptr && !pending_->complete && !pending_->failure) pending_->failure = reason;
-}
-
-// ---- Exchanges
-
-thread_local const Link::Delivery* Link::Delivery::innermost = nullptr;
-
-bool Link::exchange(const Bytes& request, const Expected& expected, const Handler& handler) {
-  const auto self = shared_from_this();  // the handler may destroy what it is called for
-  const auto answer = this->request(request, expected, false);
-  return answer && handOver(*answer, handler);
+std::shared_ptr<Connection> Link::replaceConnection(std::shared_ptr<Connection> connection) {
+  const MutexLock lock(mutex_);
+  return std::exchange(connection_, std::move(connection));
 }
 
 bool Link::changeMode(std::uint8_t mode) {
-  return request(withSum({letter::mode, mode}), {letter::mode}, true).has_value();
+  return exchange(withSum({wire::letter::mode, mode}), {wire::letter::mode}, {}, mode);
 }
 
-std::optional<Link::Answer> Link::request(const Bytes& payload, const Expected& expected, bool changesMode) {
-  Pending pending;
-  Answer answer;
-  std::optional<std::string> failure;
-  std::shared_ptr<Engine> engine;
-  {
-    Lock lock(mutex_);
-    awaitTurn(lock);
-    untold_.reset();
-    if (!engine_ || hungUp_) {
-      failure = hungUp_.value_or(closedText);
-    } else {
-      exchanging_ = true;
-      pending_ = &pending;
-      lastTag_ = static_cast<std::uint8_t>(lastTag_ % maxTag + 1);
-      pending.tag = lastTag_;
-      pending.changesMode = changesMode;
-      pending.isListeners = isListeningThread();
-      pending.lastSign = Clock::now();
-      answer.opening = opening_;
-      engine = engine_;
-      engine->submit({pending.tag, false, payload});
-      failure = awaitAnswer(lock, engine->runner(), pending);
-      pending_ = nullptr;
-      exchanging_ = false;
-    }
+bool Link::exchange(const Bytes& request, const Expected& expected, const Handler& handler,
+                    std::optional<std::uint8_t> mode) {
+  const auto current = connection();
+  if (!current) return fail(failureOf(FailureKind::NotOpen));
+  Connection::Answer answer = current->request(request, mode);
+  if (answer.failure) return fail(std::move(*answer.failure));
+  if (auto failure = failureOf(request, expected, answer.payloads.back())) {
+    // The device rests since it lost the session: what it refuses now it would have done before.
+    const bool lost = failure->kind == FailureKind::Refused && answer.inNewSession;
+    return fail(lost ? failureOf(FailureKind::SessionLost) : std::move(*failure));
   }
-  changed_.notify_all();
-  if (!failure) failure = failureOf(payload, expected, pending.answer.back());
-  if (failure) {
-    fail(*failure);
-    return std::nullopt;
-  }
-  answer.payloads = std::move(pending.answer);
-  return answer;
-}
-
-// Exchanges take turns. The listening thread does not serve the line meanwhile; and an exchange that waits for this
-// very thread to read its answer, the end of the stream, is over without that.
-void Link::awaitTurn(Lock& lock) {
-  const bool isListeners = isListeningThread();
-  if (isListeners && exchanging_ && engine_) engine_->runner().relieve(Runner::Guest::Listener);
-  changed_.wait(lock, [&] {
-    if (isListeners && pending_ != nullptr && pending_->arrived && !pending_->complete) {
-      pending_->complete = true;
-      changed_.notify_all();
-    }
-    return !exchanging_;
-  });
-}
-
-std::optional<std::string> Link::awaitAnswer(Lock& lock, Runner& runner, Pending& pending) {
-  const auto guest = pending.isListeners ? Runner::Guest::Listener : Runner::Guest::Requester;
-  const auto over = [&] { return pending.complete || pending.failure; };
-  const auto waits = [&] { return !over() && !pending.arrived; };
-  while (waits()) {
-    const Clock::time_point deadline = pending.lastSign + options_.reply;
-    lock.unlock();
-    const bool served = runner.runOne(guest, deadline);
-    lock.lock();
-    if (!served && waits()) changed_.wait_until(lock, deadline);
-    if (waits() && Clock::now() >= pending.lastSign + options_.reply) {
-      pending.failure = "no answer within " + secondsText(options_.reply);
-    }
-  }
-  changed_.wait(lock, over);  // what has arrived may be with the listening thread, behind what was streamed before
-  return pending.failure;
-}
-
-bool Link::fail(const std::string& reason) {
-  error_ = true;
-  setLastError(port(), reason);
-  return false;
-}
-
-bool Link::handOver(const Answer& answer, const Handler& handler) {
-  if (!handler) return true;
-  try {
-    for (const Bytes& payload : answer.payloads) {
-      {
-        const Lock lock(mutex_);
-        replyBytes_ = payload;
-      }
-      const Delivery delivery(*this, payload);
-      if (!gate_.run(answer.opening, handler)) return fail(closedMeanwhileText);
-    }
-  } catch (const std::exception& reason) {
-    return fail(std::string("the answer could not be read: ") + reason.what());
-  } catch (...) {
-    return fail("the answer could not be read");
-  }
-  return true;
+  return current->handOver(answer.payloads, handler);
 }
 
 Bytes Link::receivedBytes() const {
-  for (const Delivery* delivery = Delivery::innermost; delivery != nullptr; delivery = delivery->outer) {
-    if (delivery->link == this) return delivery->payload;
-  }
-  const Lock lock(mutex_);
-  return replyBytes_;
+  const Bytes* current = Delivery::current(*handlers_);
+  return current != nullptr ? *current : handlers_->lastReply.get();
 }
 
-// ---- Callbacks
-
-void Link::setReplyHandler(Handler handler) {
-  const Lock lock(mutex_);
-  replyHandler_.swap(handler);
+bool Link::fail(Failure failure) {
+  handlers_->error = true;
+  setLastFailure(port(), std::move(failure));
+  return false;
 }
 
-Link::Handler Link::replyHandler() const {
-  const Lock lock(mutex_);
-  return replyHandler_;
+void Link::startListening() {
+  if (const auto current = connection()) current->startListening();
 }
 
-void Link::setStreamHandler(Handler handler) {
-  const Lock lock(mutex_);
-  streamHandler_.swap(handler);
+void Link::setRunning(bool running) {
+  if (const auto current = connection()) current->setRunning(running);
 }
 
-void Link::setRemoveHandler(std::function<bool(const char*)> handler) {
-  const Lock lock(mutex_);
-  removeHandler_.swap(handler);
+bool Link::streaming() const {
+  const auto current = connection();
+  return current && current->streaming();
+}
+
+void Link::setStreaming(bool streaming) {
+  if (const auto current = connection()) current->setStreaming(streaming);
 }
 
 }  // namespace BX::link

@@ -1,161 +1,162 @@
-// The listening thread of a link.
-#include <system_error>
+#include "platform/serial/Listening.h"
+
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
-#include "platform/serial/Link.h"
+#include "platform/Letters.h"
 
 namespace BX::link {
+
+using platform::MutexLock;
 
 namespace {
 
 // The device ends a stream by itself with this payload.
-bool isEndOfStream(const Message& message) {
-  return message.tag == streamTag && message.payload.size() == 1 && message.payload[0] == wire::replyMark;
-}
+bool isEndOfStream(const Bytes& payload) { return payload.size() == 1 && payload[0] == wire::replyMark; }
 
 }  // namespace
 
-void Link::startListening() {
-  HandlerGate::Opening opening = HandlerGate::closed;
-  std::shared_ptr<Engine> engine;
-  {
-    const Lock lock(mutex_);
-    if (listens_ || !engine_ || (hungUp_ && !untold_)) return;
-    opening = opening_;
-    engine = engine_;
-    listens_ = true;
-    endSeen_ = false;
+// The thread itself may hold the last reference to what this belongs to.
+Listening::~Listening() NO_THREAD_SAFETY_ANALYSIS {
+  if (!thread_.joinable()) return;
+  if (thread_.get_id() == std::this_thread::get_id()) {
+    thread_.detach();
+  } else {
+    thread_.join();
+  }
+}
+
+bool Listening::add(Bytes payload) {
+  mutex_.assertHeld();
+  const std::size_t size = payload.size() + sizeof(Item);
+  const bool wanted = active_ || keeps_;
+  if (!wanted || queuedBytes_ + size > maxWaitingBytes) {
+    ++counters_.payloadsDropped;
+    return !wanted || std::exchange(full_, true);
+  }
+  queue_.push_back({std::move(payload)});
+  queuedBytes_ += size;
+  return true;
+}
+
+std::uint64_t Listening::addEnd(Bytes answer, bool streamFollows) {
+  mutex_.assertHeld();
+  keeps_ = streamFollows;
+  full_ = false;
+  if (!active_) {
+    drop(queue_.size());  // what an earlier stream has left is no part of the next one
+    return 0;
+  }
+  queuedBytes_ += answer.size() + sizeof(Item);
+  queue_.push_back({std::move(answer), endsAdded_ + 1});
+  return ++endsAdded_;
+}
+
+bool Listening::passed(std::uint64_t end) const {
+  mutex_.assertHeld();
+  return endsPassed_ >= end;
+}
+
+void Listening::lose() {
+  mutex_.assertHeld();
+  up_ = false;
+}
+
+bool Listening::isActive() const {
+  mutex_.assertHeld();
+  return active_;
+}
+
+bool Listening::keeps() const {
+  mutex_.assertHeld();
+  return keeps_;
+}
+
+void Listening::start(bool up, std::function<bool(const Bytes&)> handle, std::function<void()> ended) {
+  mutex_.assertHeld();
+  // Called at the very end of an earlier thread: that one is on its own now.
+  if (thread_.joinable()) thread_.detach();
+  thread_ = std::thread([this, handle = std::move(handle), ended = std::move(ended)] {
+    run(handle);
+    ended();
+    auto own = std::this_thread::get_id();
+    id_.compare_exchange_strong(own, std::thread::id());  // unless another stream has begun meanwhile
+  });
+  id_ = thread_.get_id();
+  active_ = running_ = streaming = true;
+  up_ = up;
+  toDrain_ = 0;
+  loop_.orders().watches = up;
+  loop_.changed();
+}
+
+void Listening::setRunning(bool running) {
+  const MutexLock lock(mutex_);
+  if (!running && isOwnThread()) {
     toDrain_ = 0;
-    running_ = true;
-    streaming_ = true;
-    if (untold_) {
-      // Since the answer of the mode: what was streamed until then is still handled, and the stream ends as any other.
-      error_ = true;
-      setLastError(port_, *std::exchange(untold_, std::nullopt));
-    } else {
-      engine_->watch(true);
-    }
+    streaming = false;
+  } else if (!running && running_) {
+    toDrain_ = queue_.size();
   }
-  joinListening();  // an earlier one, which has ended
-  Lock lock(mutex_);
-  // Called in the remove-device callback, which is the end of an earlier thread: that one is on its own now.
-  if (listening_.joinable()) listening_.detach();
-  try {
-    listening_ = std::thread([self = shared_from_this(), opening, engine] { self->listen(opening, *engine); });
-    listeningId_ = listening_.get_id();  // before the thread can have the lock
-  } catch (const std::system_error& reason) {
-    lock.unlock();
-    endListening();
-    fail(std::string("no thread to listen: ") + reason.what());
-  }
-}
-
-void Link::setRunning(bool running) {
-  const Lock lock(mutex_);
-  if (!running && isListeningThread()) endSeen_ = true;
-  if (!running && running_) toDrain_ = streamed_.size();
   running_ = running;
-  if (engine_) engine_->runner().nudge();
+  loop_.changed();
 }
 
-void Link::listen(HandlerGate::Opening opening, Engine& engine) {
-  while (hearNext(opening, engine)) {
-  }
-  engine.runner().relieve(Runner::Guest::Listener);
-  endListening();
-  auto own = std::this_thread::get_id();
-  listeningId_.compare_exchange_strong(own, std::thread::id());  // unless another stream has begun meanwhile
-}
-
-// Waits for the next payload and handles it; false when the stream is over.
-bool Link::hearNext(HandlerGate::Opening opening, Engine& engine) {
-  Message message;
-  {
-    Lock lock(mutex_);
-    // Closing ends this before it stops the engine.
-    while (streamed_.empty() && running_ && sessionUp_ && opening == opening_) {
-      lock.unlock();
-      engine.runner().runOne(Runner::Guest::Listener, std::nullopt);
-      lock.lock();
-    }
-    if (endSeen_ || opening != opening_ || streamed_.empty()) return false;
-    if (!running_) {
-      if (toDrain_ == 0) return false;
-      --toDrain_;
-    }
-    message = std::move(streamed_.front());
-    streamed_.pop_front();
-  }
-  return handleStreamed(opening, message);
-}
-
-bool Link::handleStreamed(HandlerGate::Opening opening, const Message& message) {
-  Handler handler;
-  {
-    const Lock lock(mutex_);
-    handler = streamHandler_;
-  }
-  const Delivery delivery(*this, message.payload);
-  bool goesOn = true;
-  try {
-    goesOn = gate_.run(opening, handler);
-  } catch (const std::exception& reason) {
-    goesOn = fail(std::string("a streamed payload could not be read: ") + reason.what());
-  } catch (...) {
-    goesOn = fail("a streamed payload could not be read");
-  }
-  if (message.tag != streamTag) {
-    const Lock lock(mutex_);
-    completePending(message.tag);
-    changed_.notify_all();
-    return false;
-  }
-  return goesOn && !isEndOfStream(message);
-}
-
-// The end of the listening thread, whatever the reason.
-void Link::endListening() {
-  std::function<bool(const char*)> removed;
-  std::string name;
-  HandlerGate::Opening opening = HandlerGate::closed;
-  {
-    const Lock lock(mutex_);
-    running_ = false;
-    streaming_ = false;
-    listens_ = false;
-    if (engine_ && !hungUp_) engine_->watch(false);
-    // A mode's answer that was meant for this thread is now read by the exchange itself.
-    std::erase_if(streamed_, [this](const Message& message) {
-      if (message.tag == streamTag) return false;
-      completePending(message.tag);
-      return true;
-    });
-    if (hungUp_ && engine_) removed = removeHandler_;
-    name = port_;
-    opening = opening_;
-    changed_.notify_all();
-  }
-  if (!removed) return;
-  try {
-    gate_.run(opening, [&] { removed(name.c_str()); });
-  } catch (...) {
-    // The host's callback failed; there is nobody left to tell.
-    fail("the remove-device callback failed");
-  }
-}
-
-void Link::completePending(std::uint8_t tag) {
-  if (pending_ != nullptr && pending_->tag == tag && pending_->arrived) pending_->complete = true;
-}
-
-void Link::joinListening() {
+void Listening::join() {
   std::thread ended;
   {
-    const Lock lock(mutex_);
-    if (isListeningThread()) return;
-    ended.swap(listening_);
+    const MutexLock lock(mutex_);
+    if (isOwnThread()) return;
+    ended.swap(thread_);
   }
   if (ended.joinable()) ended.join();
+}
+
+void Listening::run(const std::function<bool(const Bytes&)>& handle) {
+  bool byEnd = false;
+  while (auto item = next()) {
+    const bool goesOn = handle(item->payload);
+    byEnd = item->end != 0;
+    if (byEnd || !goesOn || isEndOfStream(item->payload)) break;
+  }
+  const MutexLock lock(mutex_);
+  finish(byEnd);
+}
+
+// Waits for the next payload; none when the stream is over.
+std::optional<Listening::Item> Listening::next() {
+  MutexLock lock(mutex_);
+  while (queue_.empty() && running_ && up_) loop_.await(lock, std::nullopt);
+  if (queue_.empty() || (!running_ && toDrain_ == 0)) return std::nullopt;
+  if (!running_) --toDrain_;
+  return takeFirst();
+}
+
+// What came behind the last end belongs to the next stream, if one follows. All else that waits is dropped.
+void Listening::finish(bool byEnd) {
+  mutex_.assertHeld();
+  const auto last = std::find_if(queue_.rbegin(), queue_.rend(), [](const Item& item) { return item.end != 0; });
+  if (!byEnd && last == queue_.rend()) keeps_ = false;
+  drop(keeps_ ? static_cast<std::size_t>(std::distance(last, queue_.rend())) : queue_.size());
+  endsPassed_ = endsAdded_;
+  active_ = running_ = streaming = false;
+  loop_.orders().watches = false;
+  loop_.changed();
+}
+
+Listening::Item Listening::takeFirst() {
+  mutex_.assertHeld();
+  Item item = std::move(queue_.front());
+  queue_.pop_front();
+  queuedBytes_ -= item.payload.size() + sizeof(Item);
+  return item;
+}
+
+void Listening::drop(std::size_t count) {
+  for (; count > 0; --count) {
+    if (takeFirst().end == 0) ++counters_.payloadsDropped;
+  }
 }
 
 }  // namespace BX::link

@@ -2,8 +2,9 @@
 
 #include <mutex>
 #include <optional>
-#include <stdexcept>
 #include <utility>
+
+#include "platform/serial/OpenFailure.h"
 
 namespace BX::link {
 
@@ -57,8 +58,8 @@ class HostEnd : public Transport {
   ~HostEnd() override { HostEnd::close(); }
   void open(Events events) override {
     const std::scoped_lock lock(shared_->mutex);
-    if (!shared_->device) throw std::runtime_error("no such port");
-    if (shared_->hostHandle != nullptr) throw std::runtime_error("in use by another program");
+    if (!shared_->device) throw OpenFailure(FailureKind::NoSuchPort, "no such port");
+    if (shared_->hostHandle != nullptr) throw OpenFailure(FailureKind::InUse, "in use by another program");
     shared_->host = std::move(events);
     shared_->hostHandle = this;
   }

@@ -1,29 +1,18 @@
 #include "platform/serial/Payload.h"
 
-#include <algorithm>
 #include <array>
-#include <cstdio>
 #include <numeric>
 #include <utility>
 
 #include "bx/BXSerialCom.h"
+#include "platform/Hex.h"
 
 namespace BX::link {
 
 namespace {
 
-constexpr std::size_t bytesInText = 4;
-
 // The first bytes of a payload for an error text, such as "6D 05 00 72".
-std::string hexOf(const Bytes& bytes) {
-  std::string text;
-  for (std::size_t i = 0; i < std::min(bytes.size(), bytesInText); ++i) {
-    std::array<char, 4> digits{};
-    std::snprintf(digits.data(), digits.size(), "%s%02X", i == 0 ? "" : " ", static_cast<unsigned>(bytes[i]));
-    text += digits.data();
-  }
-  return bytes.size() > bytesInText ? text + " ..." : text;
-}
+std::string hexOf(const Bytes& bytes) { return platform::hexOf(bytes, " ", 4); }
 
 }  // namespace
 
@@ -54,14 +43,14 @@ std::optional<std::uint8_t> informationCode(const std::string& item) {
   return std::nullopt;
 }
 
-std::optional<std::string> failureOf(const Bytes& request, const Expected& expected, const Bytes& answer) {
+std::optional<Failure> failureOf(const Bytes& request, const Expected& expected, const Bytes& answer) {
   const std::uint8_t requestLetter = request.empty() ? std::uint8_t{0} : request[0];
   if (answer.size() >= 2 && answer[0] == wire::refusalMark && answer[1] == requestLetter) {
-    return "refused by the device (request " + hexOf(request) + ")";
+    return Failure{FailureKind::Refused, request, "refused by the device"};
   }
-  if (!expected.letter) return std::nullopt;
-  if (answer.size() >= 2 && answer[0] == wire::replyMark && answer[1] == *expected.letter) return std::nullopt;
-  return "unexpected answer " + hexOf(answer) + " (request " + hexOf(request) + ")";
+  const bool named = answer.size() >= 2 && answer[0] == wire::replyMark && answer[1] == expected.letter;
+  if (named || (!expected.letter && answer != request)) return std::nullopt;
+  return Failure{FailureKind::UnexpectedAnswer, request, "unexpected answer " + hexOf(answer)};
 }
 
 }  // namespace BX::link

@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 
+#include "bx/BXSerialLink.h"
 #include "platform/Letters.h"
 #include "platform/serial/Frame.h"
 
@@ -29,7 +30,8 @@ struct Expected {
   std::optional<std::uint8_t> letter;
 };
 
-// Why `answer`, the last payload that answers `request`, is no success; nothing when it is one.
-std::optional<std::string> failureOf(const Bytes& request, const Expected& expected, const Bytes& answer);
+// Why `answer`, the last payload that answers `request`, is no success; nothing when it is one. A line that echoes
+// gives the request itself, which no device answers.
+std::optional<Failure> failureOf(const Bytes& request, const Expected& expected, const Bytes& answer);
 
 }  // namespace BX::link

@@ -4,15 +4,19 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/Hex.h"
+
 namespace BX::link {
 
 namespace {
+
+constexpr std::size_t bytesInText = 4;  // of a request
 
 struct Book {
   std::mutex mutex;
   Options options;
   std::map<std::string, TransportFactory> transports;
-  std::map<std::string, std::string> errors;
+  std::map<std::string, Failure> failures;
   std::map<std::string, std::shared_ptr<Counters>> counters;
   std::shared_ptr<TraceFile> trace;
 };
@@ -35,15 +39,45 @@ Options getOptions() {
   return book().options;
 }
 
-std::string lastError(const std::string& port) {
-  const std::scoped_lock lock(book().mutex);
-  const auto found = book().errors.find(port);
-  return found == book().errors.end() ? std::string() : found->second;
+Failure failureOf(FailureKind kind) {
+  switch (kind) {
+    case FailureKind::NotOpen:
+      return {kind, {}, "the port is not open"};
+    case FailureKind::Closed:
+      return {kind, {}, "closed by the host"};
+    case FailureKind::NoDevice:
+      return {kind, {}, "no device answers"};
+    case FailureKind::NotAcknowledged:
+      return {kind, {}, "the device no longer acknowledges"};
+    case FailureKind::SessionLost:
+      return {kind, {}, "the device no longer holds the session"};
+    case FailureKind::AnswerTooLong:
+      return {kind, {}, "the answer is longer than 1 MiB"};
+    case FailureKind::QueueFull:
+      return {kind, {}, "more than 1 MiB of streamed payloads waited, and some were dropped"};
+    case FailureKind::Memory:
+      return {kind, {}, "out of memory"};
+    default:
+      return {kind, {}, "failed"};
+  }
 }
 
-void setLastError(const std::string& port, const std::string& reason) {
+Failure lastFailure(const std::string& port) {
   const std::scoped_lock lock(book().mutex);
-  book().errors[port] = reason;
+  const auto found = book().failures.find(port);
+  return found == book().failures.end() ? Failure() : found->second;
+}
+
+std::string lastError(const std::string& port) {
+  const Failure failure = lastFailure(port);
+  return failure.request.empty()
+             ? failure.text
+             : failure.text + " (request " + platform::hexOf(failure.request, " ", bytesInText) + ")";
+}
+
+void setLastFailure(const std::string& port, Failure failure) {
+  const std::scoped_lock lock(book().mutex);
+  book().failures[port] = std::move(failure);
 }
 
 Statistics statistics(const std::string& port) {
@@ -51,8 +85,8 @@ Statistics statistics(const std::string& port) {
   const auto found = book().counters.find(port);
   if (found == book().counters.end()) return {};
   const Counters& counters = *found->second;
-  return {counters.payloadsSent,   counters.payloadsReceived, counters.framesSent, counters.framesResent,
-          counters.framesReceived, counters.framesDamaged,    counters.answersLate};
+  return {counters.payloadsSent,   counters.payloadsReceived, counters.framesSent,  counters.framesResent,
+          counters.framesReceived, counters.framesDamaged,    counters.answersLate, counters.payloadsDropped};
 }
 
 std::shared_ptr<Counters> newCounters(const std::string& port) {

@@ -1,4 +1,4 @@
-// What the link knows of ports by name, for the whole process: options, transports, last errors and counters.
+// What the link knows of ports by name, for the whole process: options, transports, last failures and counters.
 #pragma once
 
 #include <atomic>
@@ -19,9 +19,12 @@ struct Counters {
   std::atomic<std::uint64_t> framesReceived{0};
   std::atomic<std::uint64_t> framesDamaged{0};
   std::atomic<std::uint64_t> answersLate{0};
+  std::atomic<std::uint64_t> payloadsDropped{0};
 };
 
-void setLastError(const std::string& port, const std::string& reason);
+// A failure that needs no more words than its kind has.
+Failure failureOf(FailureKind kind);
+void setLastFailure(const std::string& port, Failure failure);
 
 // Fresh counters, which statistics(port) reads from now on.
 std::shared_ptr<Counters> newCounters(const std::string& port);

@@ -7,30 +7,31 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <stdexcept>
 #include <system_error>
 #include <utility>
+
+#include "platform/serial/OpenFailure.h"
 
 namespace BX::link {
 
 namespace {
 
-std::string reasonOf(int error) {
+OpenFailure failureFor(int error) {
   switch (error) {
     case ENOENT:
     case ENXIO:
     case ENODEV:
-      return "no such port";
+      return {FailureKind::NoSuchPort, "no such port"};
     case EACCES:
     case EPERM:
-      return "permission denied";
+      return {FailureKind::NotPermitted, "permission denied"};
     case EBUSY:
     case EWOULDBLOCK:
-      return "in use by another program";
+      return {FailureKind::InUse, "in use by another program"};
     case ENOTTY:
-      return "not a serial port";
+      return {FailureKind::NotASerialPort, "not a serial port"};
     default:
-      return std::generic_category().message(error);
+      return {FailureKind::System, std::generic_category().message(error)};
   }
 }
 
@@ -39,14 +40,14 @@ class Descriptor {
  public:
   explicit Descriptor(int value) : value_(value) { require(value); }
   ~Descriptor() {
-    if (value_ >= 0) ::close(value_);
+    if (value_ >= 0) closeSerialPort(value_);
   }
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
   int get() const { return value_; }
   int release() { return std::exchange(value_, -1); }
   static void require(int result) {
-    if (result < 0) throw std::runtime_error(reasonOf(errno));
+    if (result < 0) throw failureFor(errno);
   }
 
  private:
@@ -73,7 +74,7 @@ void makeRaw(int handle) {
 
 int openSerialPort(const std::string& port) {
   Descriptor descriptor(::open(port.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-  if (::isatty(descriptor.get()) == 0) throw std::runtime_error(reasonOf(ENOTTY));
+  if (::isatty(descriptor.get()) == 0) throw failureFor(ENOTTY);
   // TIOCEXCL does not stop root; flock stops every program that asks.
   Descriptor::require(::flock(descriptor.get(), LOCK_EX | LOCK_NB));
   Descriptor::require(::ioctl(descriptor.get(), TIOCEXCL));
@@ -88,6 +89,14 @@ std::size_t writeAtOnce(int handle, std::span<const std::uint8_t> bytes) {
 
 void discardInput(int handle) { ::tcflush(handle, TCIFLUSH); }
 
-void releaseSerialPort(int handle) { ::ioctl(handle, TIOCNXCL); }
+void releaseSerialPort(int handle) {
+  ::ioctl(handle, TIOCNXCL);
+  ::flock(handle, LOCK_UN);
+}
+
+void closeSerialPort(int handle) {
+  ::flock(handle, LOCK_UN);
+  ::close(handle);
+}
 
 }  // namespace BX::link

@@ -9,8 +9,7 @@
 namespace BX::link {
 
 // Opens the port for exclusive use and puts it in raw mode, without flow control and without hanging up at close.
-// Nothing about the port changes unless it is ours. Throws std::runtime_error with the reason ("in use by another
-// program", "no such port", "permission denied", ...).
+// Nothing about the port changes unless it is ours. Throws OpenFailure.
 int openSerialPort(const std::string& port);
 
 void discardInput(int handle);
@@ -19,7 +18,8 @@ void discardInput(int handle);
 // has failed.
 std::size_t writeAtOnce(int handle, std::span<const std::uint8_t> bytes);
 
-// Lets others open the port again; to be called before it is closed.
+// Lets others open the port again, also while a forked child still holds the handle; to be called before it is closed.
 void releaseSerialPort(int handle);
+void closeSerialPort(int handle);
 
 }  // namespace BX::link

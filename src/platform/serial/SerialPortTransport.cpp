@@ -4,8 +4,9 @@
 #include <boost/asio/error.hpp>
 #include <boost/asio/write.hpp>
 #include <cerrno>
-#include <stdexcept>
 
+#include "platform/AtExit.h"
+#include "platform/serial/OpenFailure.h"
 #include "platform/serial/SerialPortHandle.h"
 
 namespace BX::link {
@@ -14,7 +15,8 @@ namespace {
 
 // What a port reports whose adapter was pulled out or whose far end is gone.
 bool isHangUp(const boost::system::error_code& error) {
-  return error == boost::asio::error::eof || error.value() == EIO || error.value() == ENXIO || error.value() == ENODEV;
+  return error == boost::asio::error::eof || error == boost::asio::error::operation_aborted || error.value() == EIO ||
+         error.value() == ENXIO || error.value() == ENODEV;
 }
 
 void setLine(boost::asio::serial_port& serial, unsigned baud) {
@@ -35,12 +37,17 @@ SerialPortTransport::~SerialPortTransport() { SerialPortTransport::close(); }
 
 void SerialPortTransport::open(Events events) {
   const auto handle = openSerialPort(name_);
-  port_->serial.assign(handle);
+  try {
+    port_->serial.assign(handle);
+  } catch (...) {
+    closeSerialPort(handle);
+    throw;
+  }
   try {
     setLine(port_->serial, baud_);
   } catch (const boost::system::system_error&) {
     close();
-    throw std::runtime_error("the port does not take " + std::to_string(baud_) + " baud");
+    throw OpenFailure(FailureKind::BadLineSpeed, "the port does not take " + std::to_string(baud_) + " baud");
   }
   discardInput(handle);
   port_->events = std::move(events);
@@ -67,21 +74,24 @@ void SerialPortTransport::close() {
 }
 
 void SerialPortTransport::Port::read() {
-  serial.async_read_some(boost::asio::buffer(incoming), [self = shared_from_this()](const auto& error, std::size_t n) {
-    if (self->closed) return;
-    if (error) {
-      self->fail(error);
-      return;
-    }
-    self->events.received(std::span(self->incoming).first(n));
-    if (!self->closed) self->read();
-  });
+  serial.async_read_some(boost::asio::buffer(incoming),
+                         InMemory(readMemory, [self = shared_from_this()](const auto& error, std::size_t n) {
+                           if (self->closed) return;
+                           if (error) {
+                             self->fail(error);
+                             return;
+                           }
+                           const platform::AtExit again([&self] {
+                             if (!self->closed) self->read();
+                           });
+                           self->events.received(std::span(self->incoming).first(n));
+                         }));
 }
 
 void SerialPortTransport::Port::writeNext() {
   outgoing.swap(waiting);
   boost::asio::async_write(serial, boost::asio::buffer(outgoing),
-                           [self = shared_from_this()](const auto& error, std::size_t) {
+                           InMemory(writeMemory, [self = shared_from_this()](const auto& error, std::size_t) {
                              self->outgoing.clear();
                              if (self->closed) return;
                              if (error) {
@@ -89,12 +99,13 @@ void SerialPortTransport::Port::writeNext() {
                              } else if (!self->waiting.empty()) {
                                self->writeNext();
                              }
-                           });
+                           }));
 }
 
-// A port that has failed is never read again: re-arming the read of a hung-up port would burn the processor.
+// A port that has failed is never read again: re-arming the read of a hung-up port would burn the processor. An
+// operation that was aborted, but not by closing, is how some drivers tell of a pulled cable.
 void SerialPortTransport::Port::fail(const boost::system::error_code& error) {
-  if (error == boost::asio::error::operation_aborted || !events.hungUp) return;
+  if (!events.hungUp) return;
   const auto hungUp = std::move(events.hungUp);
   events.hungUp = nullptr;
   hungUp(isHangUp(error) ? "the port was hung up" : error.message());

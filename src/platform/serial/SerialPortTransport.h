@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "bx/BXSerialLink.h"
+#include "platform/serial/OperationMemory.h"
 
 namespace BX::link {
 
@@ -38,6 +39,8 @@ class SerialPortTransport : public Transport {
     std::array<std::uint8_t, 4096> incoming{};
     std::vector<std::uint8_t> outgoing;  // being written
     std::vector<std::uint8_t> waiting;   // to be written after it
+    OperationMemory readMemory;
+    OperationMemory writeMemory;
     bool closed = false;
   };
 

@@ -240,7 +240,6 @@ void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, 
     return;
   }
   assembling_.tag = info & tagMask;
-  if (assembling_.tag != streamTag) output_.progressed = true;
   assembling_.moreFollows = (info & payloadsFollow) != 0;
   const bool ends = (info & partsFollow) == 0;
   if (!ends || assembling_.moreFollows) {
@@ -248,7 +247,11 @@ void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, 
   } else {
     planAcknowledgement(now);
   }
-  if (ends) output_.delivered.push_back(std::exchange(assembling_, {}));
+  if (ends) {
+    output_.delivered.push_back(std::exchange(assembling_, {}));
+  } else {
+    output_.partOf = assembling_.tag;
+  }
 }
 
 // A request or the end of an answer will soon be followed by a frame that can carry the acknowledgement. The frames of

@@ -60,12 +60,13 @@ class Station {
 
   // What has come of the events so far, in order of happening within each list.
   struct Output {
-    std::vector<Bytes> frames;          // encoded, to be written now
-    std::vector<Message> delivered;     // from the peer
-    std::vector<Message> acknowledged;  // of ours, that the peer has received whole
-    bool progressed = false;            // something was acknowledged, or a part of an answer accepted
-    bool sessionBegan = false;          // before anything in `delivered`
-    bool renewed = false;               // and the queue is sent again from its start, see below
+    std::vector<Bytes> frames;           // encoded, to be written now
+    std::vector<Message> delivered;      // from the peer
+    std::vector<Message> acknowledged;   // of ours, that the peer has received whole
+    bool progressed = false;             // something of ours was acknowledged
+    std::optional<std::uint8_t> partOf;  // tag of a payload of which a part has come, but not the last
+    bool sessionBegan = false;           // before anything in `delivered`
+    bool renewed = false;                // and the queue is sent again from its start, see below
     std::optional<Ending> ended;
   };
 

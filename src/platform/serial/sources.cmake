@@ -8,10 +8,11 @@ list(APPEND codec_sources
   platform/serial/Transport.cpp)
 list(APPEND serial_sources
   platform/serial/BXSerialCom.cpp
+  platform/serial/Connection.cpp
   platform/serial/Engine.cpp
   platform/serial/Link.cpp
   platform/serial/Listening.cpp
+  platform/serial/Loop.cpp
   platform/serial/PortBook.cpp
-  platform/serial/Runner.cpp
   platform/serial/SerialPortHandle.cpp
   platform/serial/SerialPortTransport.cpp)

@@ -1,0 +1,296 @@
+#include "platform/serial/Connection.h"
+
+#include <exception>
+#include <utility>
+
+#include "bx/BXSerialCom.h"
+#include "platform/AtExit.h"
+#include "platform/Letters.h"
+
+namespace BX::link {
+
+namespace {
+
+using platform::MutexLock;
+
+constexpr std::size_t overhead = sizeof(Bytes);  // what a payload takes beside its bytes
+
+bool isStream(std::uint8_t mode) { return mode == BXSerialCom::CLASSIC_STREAM || mode == BXSerialCom::FIELD_STREAM; }
+
+bool isModeAnswer(const Bytes& payload) {
+  return payload.size() >= 2 && payload[0] == wire::replyMark && payload[1] == wire::letter::mode;
+}
+
+std::string secondsText(std::chrono::milliseconds time) {
+  const auto tenths = time.count() / 100;
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
+}
+
+}  // namespace
+
+Connection::Connection(const std::string& port, std::shared_ptr<Handlers> handlers)
+    : port_(port),
+      options_(getOptions()),
+      handlers_(std::move(handlers)),
+      counters_(newCounters(port)),
+      engine_(port, options_, counters_, *this) {
+  loop_.start();
+  opening_ = handlers_->gate.open();
+}
+
+Connection::~Connection() { close(); }
+
+bool Connection::isUp() const {
+  const MutexLock lock(mutex_);
+  return !closed_ && !hungUp_;
+}
+
+void Connection::close() {
+  {
+    const MutexLock lock(mutex_);
+    if (std::exchange(closed_, true)) return;
+    handlers_->gate.shut();
+    if (pending_ != nullptr && !pending_->isOver()) pending_->failure = FailureKind::Closed;
+    listening_.lose();
+  }
+  loop_.stop();
+  engine_.close();
+}
+
+// ---- What the leader files
+
+void Connection::onSessionBegan() {
+  const MutexLock lock(mutex_);
+  const bool isNew = std::exchange(hadSession_, true);
+  if (isNew && (listening_.isActive() || listening_.keeps())) tellLoss(FailureKind::SessionLost);
+  sessionUp_ = true;
+  unanswered_.reset();
+  if (pending_ == nullptr) return;
+  pending_->sign = Clock::now();
+  pending_->answer.inNewSession = isNew;
+}
+
+bool Connection::onDelivered(Message message) {
+  const MutexLock lock(mutex_);
+  if (message.tag == streamTag) {
+    if (!listening_.add(std::move(message.payload))) report(describe(FailureKind::QueueFull));
+    return true;
+  }
+  if (!isFor(pending_, message.tag)) {
+    if (!message.moreFollows) unanswered_.reset(message.tag);
+    return false;
+  }
+  fileAnswer(*pending_, std::move(message));
+  return true;
+}
+
+void Connection::onPart(std::uint8_t tag) {
+  const MutexLock lock(mutex_);
+  if (isFor(pending_, tag)) pending_->sign = Clock::now();
+}
+
+void Connection::onAcknowledged() {
+  const MutexLock lock(mutex_);
+  if (pending_ != nullptr) pending_->sign = Clock::now();
+}
+
+bool Connection::isFor(const Pending* pending, std::uint8_t tag) const {
+  return pending != nullptr && pending->tag == tag && !pending->isOver();
+}
+
+void Connection::fileAnswer(Pending& pending, Message message) {
+  pending.sign = Clock::now();
+  pending.size += message.payload.size() + overhead;
+  if (pending.size > maxWaitingBytes) return endSession(FailureKind::AnswerTooLong);
+  pending.answer.payloads.push_back(std::move(message.payload));
+  if (message.moreFollows) return;
+  unanswered_.reset(pending.tag);
+  if (const Bytes& last = pending.answer.payloads.back(); pending.mode && isModeAnswer(last)) {
+    unreported_.reset();
+    pending.end = listening_.addEnd(last, isStream(*pending.mode));
+  }
+  pending.complete = true;
+}
+
+void Connection::onSessionLost(FailureKind reason) {
+  const MutexLock lock(mutex_);
+  tellLoss(reason);
+}
+
+void Connection::onHungUp(std::string reason) {
+  const MutexLock lock(mutex_);
+  hungUp_ = std::move(reason);
+  tellLoss(FailureKind::HungUp);
+}
+
+// The device may go on sending what nobody wants: only a new session silences it.
+void Connection::endSession(FailureKind reason) {
+  loop_.orders().endsSession = true;
+  loop_.changed();
+  tellLoss(reason);
+}
+
+// To the exchange under way and to the stream; when there is neither, to the stream that comes next.
+void Connection::tellLoss(FailureKind reason) {
+  sessionUp_ = false;
+  listening_.lose();
+  const bool exchanging = pending_ != nullptr && !pending_->isOver();
+  if (exchanging) pending_->failure = reason;
+  if (listening_.isActive()) {
+    report(describe(reason));
+  } else if (!exchanging) {
+    unreported_ = reason;
+  }
+}
+
+Failure Connection::describe(FailureKind kind) const {
+  switch (kind) {
+    case FailureKind::HungUp:
+      return {kind, {}, *hungUp_};
+    case FailureKind::NoAnswer:
+      return {kind, {}, "no answer within " + secondsText(options_.reply)};
+    default:
+      return failureOf(kind);
+  }
+}
+
+bool Connection::report(Failure failure) {
+  handlers_->error = true;
+  setLastFailure(port_, std::move(failure));
+  return false;
+}
+
+// ---- Exchanges
+
+Connection::Answer Connection::request(const Bytes& payload, std::optional<std::uint8_t> mode) {
+  Pending pending;
+  pending.mode = mode;
+  MutexLock lock(mutex_);
+  while (pending_ != nullptr && !closed_) loop_.await(lock, std::nullopt);  // exchanges take turns
+  unreported_.reset();
+  if (hungUp_ || closed_) {
+    pending.answer.failure = describe(hungUp_ ? FailureKind::HungUp : FailureKind::Closed);
+    return std::move(pending.answer);
+  }
+  {
+    const platform::AtExit next([this]() NO_THREAD_SAFETY_ANALYSIS {
+      pending_ = nullptr;
+      loop_.changed();
+    });
+    begin(pending, payload);
+    awaitAnswer(lock, pending);
+  }
+  if (pending.failure != FailureKind::None) pending.answer.failure = describe(pending.failure);
+  // A handler that makes exchanges of its own gets them done meanwhile.
+  if (pending.end != 0 && !listening_.isOwnThread()) awaitEnd(lock, pending.end);
+  return std::move(pending.answer);
+}
+
+void Connection::begin(Pending& pending, const Bytes& payload) {
+  pending.tag = freeTag();
+  pending.sign = Clock::now();
+  loop_.orders().messages.push_back({pending.tag, false, payload});
+  unanswered_.set(pending.tag);
+  pending_ = &pending;
+  loop_.changed();
+}
+
+void Connection::awaitAnswer(MutexLock& lock, Pending& pending) {
+  while (!pending.isOver()) {
+    const bool inTime = loop_.await(lock, pending.sign + options_.reply);
+    const bool late = !inTime && Clock::now() >= pending.sign + options_.reply;
+    if (late && !pending.isOver()) pending.failure = FailureKind::NoAnswer;
+  }
+}
+
+// A handler that does not come back is not waited for longer than for an answer.
+void Connection::awaitEnd(MutexLock& lock, std::uint64_t end) {
+  const auto latest = Clock::now() + options_.reply;
+  while (!listening_.passed(end) && loop_.await(lock, latest)) {
+  }
+}
+
+// No tag is used again while an answer to it may still come.
+std::uint8_t Connection::freeTag() {
+  if (unanswered_.count() == maxTag) endSession(FailureKind::NoAnswer);
+  if (unanswered_.count() == maxTag) unanswered_.reset();
+  do {
+    lastTag_ = static_cast<std::uint8_t>(lastTag_ % maxTag + 1);
+  } while (unanswered_.test(lastTag_));
+  return lastTag_;
+}
+
+bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& handler) {
+  const auto self = shared_from_this();  // the handler may destroy what it is called for
+  if (!handler) return true;
+  try {
+    for (const Bytes& payload : payloads) {
+      handlers_->lastReply.set(payload);
+      const Delivery delivery(*handlers_, payload);
+      if (!handlers_->gate.run(opening_, handler)) return report(failureOf(FailureKind::Closed));
+    }
+    return true;
+  } catch (const std::exception& reason) {
+    return report({FailureKind::Handler, {}, std::string("the answer could not be read: ") + reason.what()});
+  } catch (...) {
+    return report({FailureKind::Handler, {}, "the answer could not be read"});
+  }
+}
+
+// ---- Stream
+
+bool Connection::mayStartListening() const { return !closed_ && !listening_.isActive() && (!hungUp_ || unreported_); }
+
+void Connection::startListening() {
+  {
+    const MutexLock lock(mutex_);
+    if (!mayStartListening()) return;
+  }
+  listening_.join();  // the thread of an earlier stream
+  const auto self = shared_from_this();
+  const MutexLock lock(mutex_);
+  if (!mayStartListening()) return;
+  try {
+    listening_.start(
+        sessionUp_, [self](const Bytes& payload) { return self->handleStreamed(payload); },
+        [self] { self->listeningEnded(); });
+  } catch (const std::system_error& reason) {
+    report({FailureKind::System, {}, std::string("no thread to listen: ") + reason.what()});
+    return;
+  }
+  // Lost since the mode's answer: what was streamed until then is still handled, and the stream ends as any other.
+  if (const auto lost = std::exchange(unreported_, std::nullopt)) report(describe(*lost));
+}
+
+// Runs on the listening thread. False ends the stream.
+bool Connection::handleStreamed(const Bytes& payload) noexcept try {
+  try {
+    const Delivery delivery(*handlers_, payload);
+    return handlers_->gate.run(opening_, handlers_->stream.get());
+  } catch (const std::exception& reason) {
+    report({FailureKind::Handler, {}, std::string("a streamed payload could not be read: ") + reason.what()});
+  } catch (...) {
+    report({FailureKind::Handler, {}, "a streamed payload could not be read"});
+  }
+  return false;
+} catch (...) {  // no memory for the reason
+  return false;
+}
+
+// The last thing that the listening thread does.
+void Connection::listeningEnded() noexcept try {
+  {
+    const MutexLock lock(mutex_);
+    if (closed_ || !hungUp_) return;
+  }
+  const auto removed = handlers_->removed.get();
+  if (!removed) return;
+  try {
+    handlers_->gate.run(opening_, [&] { removed(port_.c_str()); });
+  } catch (...) {  // nobody is left to be told but who asks for the last failure
+    report({FailureKind::Handler, {}, "the remove-device callback failed"});
+  }
+} catch (...) {  // no memory for the reason
+}
+
+}  // namespace BX::link
