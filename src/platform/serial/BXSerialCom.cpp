@@ -29,23 +29,28 @@ BXSerialCom::BXSerialCom(const BXSerialCom& other) : link_(std::make_shared<link
 BXSerialCom& BXSerialCom::operator=(const BXSerialCom& other) {
   if (this == &other) return *this;
   auto copy = std::make_shared<link::Link>(other.link_->port());
-  link_->shutDown();
+  link_->close();
   link_ = std::move(copy);
   currentDeviceMode = NO_MODE;
   return *this;
 }
 
-BXSerialCom::~BXSerialCom() { link_->shutDown(); }
+BXSerialCom::~BXSerialCom() { link_->close(); }
 
 bool BXSerialCom::initializePort(const std::string& port) { return link_->setPort(port); }
 bool BXSerialCom::openPort() { return link_->open(); }
 bool BXSerialCom::closePort() { return link_->close(); }
-bool BXSerialCom::isConnected() const { return link_->isConnected(); }
+
+bool BXSerialCom::isConnected() const {
+  const auto connection = link_->connection();
+  return connection && connection->isUp();
+}
 
 bool BXSerialCom::sendStartupCommand() { return link_->exchange(withSum({letter::startup}), {letter::startup}, {}); }
 
 bool BXSerialCom::setDeviceMode(const DeviceMode& mode, [[maybe_unused]] bool endsStream) {
-  return link_->changeMode(static_cast<std::uint8_t>(mode));
+  const auto number = static_cast<std::uint8_t>(mode);
+  return link_->exchange(withSum({letter::mode, number}), {letter::mode}, {}, number);
 }
 
 // The signatures are the host's.
@@ -85,7 +90,10 @@ void BXSerialCom::intToByteArray(std::vector<unsigned char>& bytes, int value) c
   for (unsigned shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<unsigned char>(bits >> shift));
 }
 
-std::vector<unsigned char> BXSerialCom::getReceivedBytes() const { return link_->receivedBytes(); }
+std::vector<unsigned char> BXSerialCom::getReceivedBytes() const {
+  const auto* current = link_->handlers().gate.current();
+  return current != nullptr ? *current : link_->handlers().lastReply.get();
+}
 
 void BXSerialCom::setCallBackFunction(std::function<void()> callback) {
   link_->handlers().reply.set(std::move(callback));
@@ -99,10 +107,22 @@ void BXSerialCom::setRemoveDeviceCallback(std::function<bool(const char*)> callb
   link_->handlers().removed.set(std::move(callback));
 }
 
-void BXSerialCom::startSessionListening() { link_->startListening(); }
-void BXSerialCom::setRunning(const bool& running) { link_->setRunning(running); }
-bool BXSerialCom::getStreaming() const { return link_->streaming(); }
-void BXSerialCom::setStreaming(const bool& streaming) { link_->setStreaming(streaming); }
+void BXSerialCom::startSessionListening() {
+  if (const auto connection = link_->connection()) connection->startListening();
+}
+
+void BXSerialCom::setRunning(const bool& running) {
+  if (const auto connection = link_->connection()) connection->listening().setRunning(running);
+}
+
+bool BXSerialCom::getStreaming() const {
+  const auto connection = link_->connection();
+  return connection && connection->listening().streaming;
+}
+
+void BXSerialCom::setStreaming(const bool& streaming) {
+  if (const auto connection = link_->connection()) connection->listening().streaming = streaming;
+}
 
 // This link waits for each answer itself; there is nothing to release or to clear.
 void BXSerialCom::setClearBuffer([[maybe_unused]] const bool& clear) {}

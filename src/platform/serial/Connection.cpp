@@ -3,23 +3,16 @@
 #include <exception>
 #include <utility>
 
-#include "bx/BXSerialCom.h"
 #include "platform/AtExit.h"
-#include "platform/Letters.h"
+#include "platform/serial/Payload.h"
 
 namespace BX::link {
 
-namespace {
-
 using platform::MutexLock;
 
+namespace {
+
 constexpr std::size_t overhead = sizeof(Bytes);  // what a payload takes beside its bytes
-
-bool isStream(std::uint8_t mode) { return mode == BXSerialCom::CLASSIC_STREAM || mode == BXSerialCom::FIELD_STREAM; }
-
-bool isModeAnswer(const Bytes& payload) {
-  return payload.size() >= 2 && payload[0] == wire::replyMark && payload[1] == wire::letter::mode;
-}
 
 std::string secondsText(std::chrono::milliseconds time) {
   const auto tenths = time.count() / 100;
@@ -61,13 +54,13 @@ void Connection::close() {
 
 void Connection::onSessionBegan() {
   const MutexLock lock(mutex_);
-  const bool isNew = std::exchange(hadSession_, true);
-  if (isNew && (listening_.isActive() || listening_.keeps())) tellLoss(FailureKind::SessionLost);
+  if (listening_.lose()) report(failureOf(FailureKind::SessionLost));  // a stream ends with the session
   sessionUp_ = true;
   unanswered_.reset();
+  const bool isFirst = !std::exchange(hadSession_, true);
   if (pending_ == nullptr) return;
   pending_->sign = Clock::now();
-  pending_->answer.inNewSession = isNew;
+  pending_->answer.inNewSession = !isFirst;
 }
 
 bool Connection::onDelivered(Message message) {
@@ -84,14 +77,9 @@ bool Connection::onDelivered(Message message) {
   return true;
 }
 
-void Connection::onPart(std::uint8_t tag) {
+void Connection::onProgress(std::optional<std::uint8_t> tag) {
   const MutexLock lock(mutex_);
-  if (isFor(pending_, tag)) pending_->sign = Clock::now();
-}
-
-void Connection::onAcknowledged() {
-  const MutexLock lock(mutex_);
-  if (pending_ != nullptr) pending_->sign = Clock::now();
+  if (pending_ != nullptr && pending_->tag == tag.value_or(pending_->tag)) pending_->sign = Clock::now();
 }
 
 bool Connection::isFor(const Pending* pending, std::uint8_t tag) const {
@@ -106,8 +94,7 @@ void Connection::fileAnswer(Pending& pending, Message message) {
   if (message.moreFollows) return;
   unanswered_.reset(pending.tag);
   if (const Bytes& last = pending.answer.payloads.back(); pending.mode && isModeAnswer(last)) {
-    unreported_.reset();
-    pending.end = listening_.addEnd(last, isStream(*pending.mode));
+    pending.end = listening_.addEnd(last, isStreamMode(*pending.mode));
   }
   pending.complete = true;
 }
@@ -119,7 +106,8 @@ void Connection::onSessionLost(FailureKind reason) {
 
 void Connection::onHungUp(std::string reason) {
   const MutexLock lock(mutex_);
-  hungUp_ = std::move(reason);
+  hungUp_ = true;
+  hangUpReason_ = std::move(reason);
   tellLoss(FailureKind::HungUp);
 }
 
@@ -130,28 +118,16 @@ void Connection::endSession(FailureKind reason) {
   tellLoss(reason);
 }
 
-// To the exchange under way and to the stream; when there is neither, to the stream that comes next.
+// To the exchange under way, and to the stream that is listened to or will be.
 void Connection::tellLoss(FailureKind reason) {
   sessionUp_ = false;
-  listening_.lose();
-  const bool exchanging = pending_ != nullptr && !pending_->isOver();
-  if (exchanging) pending_->failure = reason;
-  if (listening_.isActive()) {
-    report(describe(reason));
-  } else if (!exchanging) {
-    unreported_ = reason;
-  }
+  if (pending_ != nullptr && !pending_->isOver()) pending_->failure = reason;
+  if (listening_.lose()) report(describe(reason));
 }
 
 Failure Connection::describe(FailureKind kind) const {
-  switch (kind) {
-    case FailureKind::HungUp:
-      return {kind, {}, *hungUp_};
-    case FailureKind::NoAnswer:
-      return {kind, {}, "no answer within " + secondsText(options_.reply)};
-    default:
-      return failureOf(kind);
-  }
+  if (kind == FailureKind::HungUp) return failureOf(kind, hangUpReason_);
+  return failureOf(kind, kind == FailureKind::NoAnswer ? secondsText(options_.reply) : "");
 }
 
 bool Connection::report(Failure failure) {
@@ -167,7 +143,6 @@ Connection::Answer Connection::request(const Bytes& payload, std::optional<std::
   pending.mode = mode;
   MutexLock lock(mutex_);
   while (pending_ != nullptr && !closed_) loop_.await(lock, std::nullopt);  // exchanges take turns
-  unreported_.reset();
   if (hungUp_ || closed_) {
     pending.answer.failure = describe(hungUp_ ? FailureKind::HungUp : FailureKind::Closed);
     return std::move(pending.answer);
@@ -212,8 +187,10 @@ void Connection::awaitEnd(MutexLock& lock, std::uint64_t end) {
 
 // No tag is used again while an answer to it may still come.
 std::uint8_t Connection::freeTag() {
-  if (unanswered_.count() == maxTag) endSession(FailureKind::NoAnswer);
-  if (unanswered_.count() == maxTag) unanswered_.reset();
+  if (unanswered_.count() == maxTag) {
+    endSession(FailureKind::NoAnswer);
+    unanswered_.reset();
+  }
   do {
     lastTag_ = static_cast<std::uint8_t>(lastTag_ % maxTag + 1);
   } while (unanswered_.test(lastTag_));
@@ -223,56 +200,36 @@ std::uint8_t Connection::freeTag() {
 bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& handler) {
   const auto self = shared_from_this();  // the handler may destroy what it is called for
   if (!handler) return true;
-  try {
-    for (const Bytes& payload : payloads) {
-      handlers_->lastReply.set(payload);
-      const Delivery delivery(*handlers_, payload);
-      if (!handlers_->gate.run(opening_, handler)) return report(failureOf(FailureKind::Closed));
-    }
-    return true;
-  } catch (const std::exception& reason) {
-    return report({FailureKind::Handler, {}, std::string("the answer could not be read: ") + reason.what()});
-  } catch (...) {
-    return report({FailureKind::Handler, {}, "the answer could not be read"});
+  for (const Bytes& payload : payloads) {
+    handlers_->lastReply.set(payload);
+    auto failure = handlers_->call(opening_, payload, handler, "the answer could not be read");
+    if (failure) return report(std::move(*failure));
   }
+  return true;
 }
 
 // ---- Stream
 
-bool Connection::mayStartListening() const { return !closed_ && !listening_.isActive() && (!hungUp_ || unreported_); }
-
 void Connection::startListening() {
-  {
-    const MutexLock lock(mutex_);
-    if (!mayStartListening()) return;
-  }
   listening_.join();  // the thread of an earlier stream
   const auto self = shared_from_this();
   const MutexLock lock(mutex_);
-  if (!mayStartListening()) return;
+  if (closed_ || listening_.isActive() || (hungUp_ && !listening_.keeps())) return;
   try {
     listening_.start(
         sessionUp_, [self](const Bytes& payload) { return self->handleStreamed(payload); },
         [self] { self->listeningEnded(); });
   } catch (const std::system_error& reason) {
     report({FailureKind::System, {}, std::string("no thread to listen: ") + reason.what()});
-    return;
   }
-  // Lost since the mode's answer: what was streamed until then is still handled, and the stream ends as any other.
-  if (const auto lost = std::exchange(unreported_, std::nullopt)) report(describe(*lost));
 }
 
 // Runs on the listening thread. False ends the stream.
 bool Connection::handleStreamed(const Bytes& payload) noexcept try {
-  try {
-    const Delivery delivery(*handlers_, payload);
-    return handlers_->gate.run(opening_, handlers_->stream.get());
-  } catch (const std::exception& reason) {
-    report({FailureKind::Handler, {}, std::string("a streamed payload could not be read: ") + reason.what()});
-  } catch (...) {
-    report({FailureKind::Handler, {}, "a streamed payload could not be read"});
-  }
-  return false;
+  const auto handler = handlers_->stream.get();
+  auto failure = handlers_->call(opening_, payload, handler, "a streamed payload could not be read");
+  if (failure && failure->kind == FailureKind::Handler) report(std::move(*failure));
+  return !failure;
 } catch (...) {  // no memory for the reason
   return false;
 }
@@ -285,11 +242,9 @@ void Connection::listeningEnded() noexcept try {
   }
   const auto removed = handlers_->removed.get();
   if (!removed) return;
-  try {
-    handlers_->gate.run(opening_, [&] { removed(port_.c_str()); });
-  } catch (...) {  // nobody is left to be told but who asks for the last failure
-    report({FailureKind::Handler, {}, "the remove-device callback failed"});
-  }
+  const Handler handler = [&] { removed(port_.c_str()); };
+  auto failure = handlers_->call(opening_, {}, handler, "the remove-device callback failed");
+  if (failure) report(std::move(*failure));
 } catch (...) {  // no memory for the reason
 }
 

@@ -34,6 +34,7 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   void close();
   // After close(), and not inside a handler.
   void joinListening() { listening_.join(); }
+  Listening& listening() { return listening_; }
 
   struct Answer {
     std::vector<Bytes> payloads;
@@ -46,11 +47,8 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   // Calls a reply handler, if there is one, for each payload of an answer. False when it fails, which is reported.
   bool handOver(const std::vector<Bytes>& payloads, const Handler& handler);
 
-  // Without effect when a stream is listened to already, or the port was hung up before the stream's mode was answered.
+  // Without effect when a stream is listened to already, or the port was hung up and nothing of a stream waits.
   void startListening();
-  void setRunning(bool running) { listening_.setRunning(running); }
-  bool streaming() const { return listening_.streaming; }
-  void setStreaming(bool streaming) { listening_.streaming = streaming; }
 
  private:
   using Clock = Engine::Clock;
@@ -71,15 +69,13 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
 
   void onSessionBegan() override;
   bool onDelivered(Message message) override;
-  void onPart(std::uint8_t tag) override;
-  void onAcknowledged() override;
+  void onProgress(std::optional<std::uint8_t> tag) override;
   void onSessionLost(FailureKind reason) override;
   void onHungUp(std::string reason) override;
 
   void begin(Pending& pending, const Bytes& payload) REQUIRES(mutex_);
   void awaitAnswer(platform::MutexLock& lock, Pending& pending) REQUIRES(mutex_);
   void awaitEnd(platform::MutexLock& lock, std::uint64_t end) REQUIRES(mutex_);
-  bool mayStartListening() const REQUIRES(mutex_);
   bool isFor(const Pending* pending, std::uint8_t tag) const REQUIRES(mutex_);
   void fileAnswer(Pending& pending, Message message) REQUIRES(mutex_);
   std::uint8_t freeTag() REQUIRES(mutex_);
@@ -102,9 +98,8 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   HandlerGate::Opening opening_;
 
   bool closed_ GUARDED_BY(mutex_) = false;
-  std::optional<std::string> hungUp_ GUARDED_BY(mutex_);  // why
-  // Why the line or the session was lost when nobody was there to be told; the next stream is.
-  std::optional<FailureKind> unreported_ GUARDED_BY(mutex_);
+  bool hungUp_ GUARDED_BY(mutex_) = false;
+  std::string hangUpReason_ GUARDED_BY(mutex_);
   bool sessionUp_ GUARDED_BY(mutex_) = false;
   bool hadSession_ GUARDED_BY(mutex_) = false;
   Pending* pending_ GUARDED_BY(mutex_) = nullptr;

@@ -87,11 +87,6 @@ void Engine::runOne(Orders orders, std::optional<Time> until) noexcept {
   }
 }
 
-void Engine::wake() {
-  if (wakePosted_.exchange(true)) return;
-  boost::asio::post(context_, InMemory(wakeMemory_, [this] { wakePosted_ = false; }));
-}
-
 void Engine::close() noexcept {
   try {
     if (!std::exchange(hungUp_, true)) {
@@ -134,27 +129,16 @@ std::optional<Engine::Time> Engine::deadline() const { return hungUp_ ? std::nul
 void Engine::onReceived(std::span<const std::uint8_t> bytes) {
   if (hungUp_) return;
   const auto now = Clock::now();
-  const FrameDecoder::Sink sink = [&](std::span<const std::uint8_t> content) {
+  const auto sound = [&](std::span<const std::uint8_t> content) {
     ++counters_->framesReceived;
+    if (trace_) trace_->fromDevice(content);
     station_.receive(content, now);
   };
-  if (trace_) {
-    decodeTraced(bytes, sink);
-  } else {
-    decoder_.feed(bytes, sink);
-  }
+  decoder_.feed(bytes, sound, [this](std::span<const std::uint8_t> dropped) {
+    if (trace_) trace_->dropped(dropped);
+  });
   counters_->framesDamaged = decoder_.damaged();
   settle();
-}
-
-void Engine::decodeTraced(std::span<const std::uint8_t> bytes, const FrameDecoder::Sink& sink) {
-  decoder_.feed(
-      bytes,
-      [&](std::span<const std::uint8_t> content) {
-        trace_->fromDevice(content);
-        sink(content);
-      },
-      [this](std::span<const std::uint8_t> dropped) { trace_->dropped(dropped); });
 }
 
 // A frame that has begun will not end any more.
@@ -195,11 +179,11 @@ void Engine::settle() {
   counters_->payloadsSent += output.acknowledged.size();
   counters_->payloadsReceived += output.delivered.size();
   if (output.sessionBegan) listener_.onSessionBegan();
-  if (output.progressed) listener_.onAcknowledged();
+  if (output.progressed) listener_.onProgress(std::nullopt);
   for (Message& message : output.delivered) {
     if (!listener_.onDelivered(std::move(message))) ++counters_->answersLate;
   }
-  if (output.partOf) listener_.onPart(*output.partOf);
+  if (output.partOf) listener_.onProgress(output.partOf);
   if (output.ended) listener_.onSessionLost(failureOf(*output.ended));
 }
 

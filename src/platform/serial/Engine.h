@@ -4,7 +4,6 @@
 
 #include <utility>
 
-#include <atomic>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <chrono>
@@ -18,7 +17,6 @@
 
 #include "bx/BXSerialLink.h"
 #include "platform/serial/Frame.h"
-#include "platform/serial/OperationMemory.h"
 #include "platform/serial/PortBook.h"
 #include "platform/serial/Station.h"
 #include "platform/serial/Trace.h"
@@ -37,10 +35,8 @@ class Engine {
     virtual void onSessionBegan() = 0;
     // False when nobody waits for it: an answer that comes too late.
     virtual bool onDelivered(Message message) = 0;
-    // A part of an answer has come, and more of the same payload follows.
-    virtual void onPart(std::uint8_t tag) = 0;
-    // The device has received a payload of ours.
-    virtual void onAcknowledged() = 0;
+    // The device has received something of ours, or a part of an answer with this tag has come.
+    virtual void onProgress(std::optional<std::uint8_t> tag) = 0;
     virtual void onSessionLost(FailureKind reason) = 0;
     // Last of all, and once.
     virtual void onHungUp(std::string reason) = 0;
@@ -62,8 +58,10 @@ class Engine {
   // Carries out the orders, then waits for one event, until `until` at most, and handles it. Time-outs are judged after
   // everything that had come was read. Whatever throws here ends the session.
   void runOne(Orders orders, std::optional<Time> until) noexcept;
-  // Makes runOne return. Any thread.
-  void wake();
+  // Makes a runOne return that begins after the next getReady() or runs now. Any thread.
+  void wake() { context_.stop(); }
+  // To be called before runOne, when a wake() is about to be heeded.
+  void getReady() { context_.restart(); }
   // Takes leave of the device and closes the port. When nobody runs the engine any more.
   void close() noexcept;
 
@@ -73,7 +71,6 @@ class Engine {
   void judgeTime();
   std::optional<Time> deadline() const;
   void onReceived(std::span<const std::uint8_t> bytes);
-  void decodeTraced(std::span<const std::uint8_t> bytes, const FrameDecoder::Sink& sink);
   void endTrace(std::string_view event);
   void hangUp();
   void loseSession() noexcept;
@@ -90,8 +87,6 @@ class Engine {
   std::optional<std::string> hangUpReason_;  // still to be handled
   bool hungUp_ = false;
   bool watches_ = false;
-  OperationMemory wakeMemory_;
-  std::atomic<bool> wakePosted_{false};
   std::unique_ptr<Transport> transport_;
 };
 

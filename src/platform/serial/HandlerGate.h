@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/Mutex.h"
+#include "platform/serial/Frame.h"
 
 namespace BX::link {
 
@@ -28,10 +29,10 @@ class HandlerGate {
     isOpen_ = false;
   }
 
-  // Calls `handler` unless it is empty or the gate was shut since `opening`; what it throws passes through.
-  // False when the gate was shut.
-  bool run(Opening opening, const std::function<void()>& handler) {
-    Call call{std::this_thread::get_id(), 0};
+  // Calls `handler`, for `payload`, unless it is empty or the gate was shut since `opening`; what it throws passes
+  // through. False when the gate was shut.
+  bool run(Opening opening, const Bytes& payload, const std::function<void()>& handler) {
+    Call call{std::this_thread::get_id(), 0, &payload};
     {
       const platform::MutexLock lock(mutex_);
       if (!isOpen_ || opening != opening_) return false;
@@ -43,11 +44,12 @@ class HandlerGate {
     return true;
   }
 
-  // Whether the calling thread is inside a handler.
-  bool inside() const {
+  // The payload that the handler on this thread is called for, the innermost one; null outside any.
+  const Bytes* current() const {
     const platform::MutexLock lock(mutex_);
-    return std::any_of(running_.begin(), running_.end(),
-                       [](const Call& call) { return call.thread == std::this_thread::get_id(); });
+    const auto own = std::find_if(running_.rbegin(), running_.rend(),
+                                  [](const Call& call) { return call.thread == std::this_thread::get_id(); });
+    return own == running_.rend() ? nullptr : own->payload;
   }
 
   // Waits for the handlers that run now. Not inside one.
@@ -61,6 +63,7 @@ class HandlerGate {
   struct Call {
     std::thread::id thread;
     std::uint64_t number;
+    const Bytes* payload;
   };
   struct Leave {
     HandlerGate& gate;
@@ -71,6 +74,7 @@ class HandlerGate {
       gate.ended_.notify_all();
     }
   };
+
   mutable platform::Mutex mutex_;
   std::condition_variable ended_;
   std::vector<Call> running_ GUARDED_BY(mutex_);  // in the order of their beginning

@@ -2,12 +2,15 @@
 #pragma once
 
 #include <atomic>
+#include <exception>
 #include <functional>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "platform/Mutex.h"
-#include "platform/serial/Frame.h"
 #include "platform/serial/HandlerGate.h"
+#include "platform/serial/PortBook.h"
 
 namespace BX::link {
 
@@ -39,30 +42,20 @@ struct Handlers {
   Shared<RemoveHandler> removed;
   Shared<Bytes> lastReply;  // what the last reply handler was given
   std::atomic<bool> error = false;
-};
 
-// A payload in the hands of a handler on this thread, which may make exchanges of its own.
-class Delivery {
- public:
-  Delivery(const Handlers& owner, const Bytes& payload) : owner_(owner), payload_(payload), outer_(innermost) {
-    innermost = this;
+  // Calls one of them through the gate. Nothing when it has returned, else why it has not; `complaint` stands before
+  // what it threw.
+  std::optional<Failure> call(HandlerGate::Opening opening, const Bytes& payload, const Handler& handler,
+                              const char* complaint) {
+    try {
+      if (gate.run(opening, payload, handler)) return std::nullopt;
+      return failureOf(FailureKind::Closed);
+    } catch (const std::exception& reason) {
+      return Failure{FailureKind::Handler, {}, std::string(complaint) + ": " + reason.what()};
+    } catch (...) {
+      return Failure{FailureKind::Handler, {}, complaint};
+    }
   }
-  ~Delivery() { innermost = outer_; }
-  Delivery(const Delivery&) = delete;
-  Delivery& operator=(const Delivery&) = delete;
-
-  // The payload that the innermost handler of `owner` on this thread is called for; null outside any.
-  static const Bytes* current(const Handlers& owner) {
-    const Delivery* delivery = innermost;
-    while (delivery != nullptr && &delivery->owner_ != &owner) delivery = delivery->outer_;
-    return delivery == nullptr ? nullptr : &delivery->payload_;
-  }
-
- private:
-  const Handlers& owner_;
-  const Bytes& payload_;
-  const Delivery* outer_;
-  static inline thread_local const Delivery* innermost = nullptr;
 };
 
 }  // namespace BX::link

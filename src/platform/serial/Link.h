@@ -18,39 +18,23 @@ class Link {
  public:
   explicit Link(std::string port) : port_(std::move(port)) {}
 
-  // ---- Port
   std::string port() const;
   bool setPort(const std::string& port);
   bool open();
   bool close();
-  // Closes for good: no callback of the user is kept.
-  void shutDown();
-  bool isConnected() const;
+  // Null while the port is closed.
+  std::shared_ptr<Connection> connection() const;
+  Handlers& handlers() { return *handlers_; }
 
-  // ---- Exchanges. The handler may destroy what it is called for.
-  // Sends `request` and hands the payloads of its answer, in order, to `handler`, if there is one.
-  bool exchange(const Bytes& request, const Expected& expected, const Handler& handler) {
-    return exchange(request, expected, handler, std::nullopt);
-  }
-  bool changeMode(std::uint8_t mode);
-  Bytes receivedBytes() const;
+  // Sends `request` and hands the payloads of its answer, in order, to `handler`, if there is one, which may destroy
+  // what it is called for. `mode`: the one that the request commands.
+  bool exchange(const Bytes& request, const Expected& expected, const Handler& handler,
+                std::optional<std::uint8_t> mode = std::nullopt);
   // Notes why an exchange failed; always false.
   bool fail(Failure failure);
 
-  // ---- Stream
-  void startListening();
-  void setRunning(bool running);
-  bool streaming() const;
-  void setStreaming(bool streaming);
-
-  Handlers& handlers() { return *handlers_; }
-
  private:
-  bool exchange(const Bytes& request, const Expected& expected, const Handler& handler,
-                std::optional<std::uint8_t> mode);
-  std::shared_ptr<Connection> connection() const;
   std::shared_ptr<Connection> replaceConnection(std::shared_ptr<Connection> connection);
-  bool connect();
   void awaitHandlers(const std::shared_ptr<Connection>& former);
 
   // Opening and closing take turns. Never held while a handler is waited for, and taken before any other.
@@ -58,7 +42,7 @@ class Link {
   const std::shared_ptr<Handlers> handlers_ = std::make_shared<Handlers>();
   mutable platform::Mutex mutex_;
   std::string port_ GUARDED_BY(mutex_);
-  std::shared_ptr<Connection> connection_ GUARDED_BY(mutex_);  // null: closed
+  std::shared_ptr<Connection> connection_ GUARDED_BY(mutex_);
 };
 
 }  // namespace BX::link

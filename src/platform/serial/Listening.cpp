@@ -4,18 +4,11 @@
 #include <iterator>
 #include <utility>
 
-#include "platform/Letters.h"
+#include "platform/serial/Payload.h"
 
 namespace BX::link {
 
 using platform::MutexLock;
-
-namespace {
-
-// The device ends a stream by itself with this payload.
-bool isEndOfStream(const Bytes& payload) { return payload.size() == 1 && payload[0] == wire::replyMark; }
-
-}  // namespace
 
 // The thread itself may hold the last reference to what this belongs to.
 Listening::~Listening() NO_THREAD_SAFETY_ANALYSIS {
@@ -45,6 +38,7 @@ std::uint64_t Listening::addEnd(Bytes answer, bool streamFollows) {
   keeps_ = streamFollows;
   full_ = false;
   if (!active_) {
+    up_ = streamFollows;
     drop(queue_.size());  // what an earlier stream has left is no part of the next one
     return 0;
   }
@@ -53,24 +47,9 @@ std::uint64_t Listening::addEnd(Bytes answer, bool streamFollows) {
   return ++endsAdded_;
 }
 
-bool Listening::passed(std::uint64_t end) const {
+bool Listening::lose() {
   mutex_.assertHeld();
-  return endsPassed_ >= end;
-}
-
-void Listening::lose() {
-  mutex_.assertHeld();
-  up_ = false;
-}
-
-bool Listening::isActive() const {
-  mutex_.assertHeld();
-  return active_;
-}
-
-bool Listening::keeps() const {
-  mutex_.assertHeld();
-  return keeps_;
+  return std::exchange(up_, false) && (active_ || keeps_);
 }
 
 void Listening::start(bool up, std::function<bool(const Bytes&)> handle, std::function<void()> ended) {
@@ -85,9 +64,9 @@ void Listening::start(bool up, std::function<bool(const Bytes&)> handle, std::fu
   });
   id_ = thread_.get_id();
   active_ = running_ = streaming = true;
-  up_ = up;
+  if (!keeps_) up_ = up;  // else it is known since the mode's answer
   toDrain_ = 0;
-  loop_.orders().watches = up;
+  loop_.orders().watches = true;
   loop_.changed();
 }
 
@@ -107,7 +86,7 @@ void Listening::join() {
   std::thread ended;
   {
     const MutexLock lock(mutex_);
-    if (isOwnThread()) return;
+    if (active_ || isOwnThread()) return;
     ended.swap(thread_);
   }
   if (ended.joinable()) ended.join();

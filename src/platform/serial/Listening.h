@@ -27,7 +27,7 @@ class Listening {
   Listening(const Listening&) = delete;
   Listening& operator=(const Listening&) = delete;
 
-  // ---- What the line brings. These need the mutex.
+  // ---- What the line brings. These, and start(), need the mutex.
 
   // A streamed payload. Kept while a stream is listened to, and from the answer of a stream's mode on; otherwise, and
   // when too many wait, dropped. False when it is the first of a stream for which there is no room.
@@ -36,15 +36,15 @@ class Listening {
   // stream's. The number of this end, for passed(); 0 when nobody listens.
   std::uint64_t addEnd(Bytes answer, bool streamFollows);
   // Whether the handler has had this end of a stream, or will not have it any more.
-  bool passed(std::uint64_t end) const;
-  // The stream ends once the payloads that have arrived are handled.
-  void lose();
+  bool passed(std::uint64_t end) const NO_THREAD_SAFETY_ANALYSIS { return endsPassed_ >= end; }
+  // Nothing more will come: a stream ends once the payloads that wait are handled. Whether there was one to lose.
+  bool lose();
+  // Whether a stream is listened to, and whether payloads are kept for one that will be.
+  bool isActive() const NO_THREAD_SAFETY_ANALYSIS { return active_; }
+  bool keeps() const NO_THREAD_SAFETY_ANALYSIS { return keeps_; }
 
   // ---- What the host wants.
 
-  // Whether a stream is listened to, and whether payloads are kept for one that will be. These three need the mutex.
-  bool isActive() const;
-  bool keeps() const;
   // Starts the thread, when no stream is listened to and the thread of an earlier one was joined: `handle` gets each
   // payload, false ends the stream; `ended` is the last thing that the thread does. Both must not throw. `up` false:
   // the stream is over once the payloads that wait are handled. Throws std::system_error, and is then without effect.
@@ -54,7 +54,7 @@ class Listening {
   void setRunning(bool running);
   std::atomic<bool> streaming = false;
   bool isOwnThread() const { return std::this_thread::get_id() == id_; }
-  // Waits for the thread, which is about to end. Does nothing on that thread.
+  // Waits for the thread of a stream that is over, unless it is this one.
   void join();
 
  private:

@@ -65,6 +65,7 @@ bool Loop::await(MutexLock& lock, std::optional<Time> until) {
 void Loop::lead(MutexLock& lock, std::optional<Time> until) noexcept {
   leading_ = true;
   Engine::Orders orders = std::exchange(orders_, Engine::Orders{{}, false, orders_.watches});
+  engine_.getReady();
   lock.unlock();
   engine_.runOne(std::move(orders), until);
   lock.lock();

@@ -43,6 +43,18 @@ std::optional<std::uint8_t> informationCode(const std::string& item) {
   return std::nullopt;
 }
 
+bool isStreamMode(std::uint8_t mode) {
+  return mode == BXSerialCom::CLASSIC_STREAM || mode == BXSerialCom::FIELD_STREAM;
+}
+
+bool isModeAnswer(std::span<const std::uint8_t> answer) {
+  return answer.size() >= 2 && answer[0] == wire::replyMark && answer[1] == letter::mode;
+}
+
+bool isEndOfStream(std::span<const std::uint8_t> payload) {
+  return payload.size() == 1 && payload[0] == wire::replyMark;
+}
+
 std::optional<Failure> failureOf(const Bytes& request, const Expected& expected, const Bytes& answer) {
   const std::uint8_t requestLetter = request.empty() ? std::uint8_t{0} : request[0];
   if (answer.size() >= 2 && answer[0] == wire::refusalMark && answer[1] == requestLetter) {

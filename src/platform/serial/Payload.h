@@ -24,6 +24,12 @@ Bytes withSum(std::initializer_list<std::uint8_t> bytes);
 // The code of an information item (one of BXSerialCom::DEVICE_INFO_...), or nothing for any other text.
 std::optional<std::uint8_t> informationCode(const std::string& item);
 
+// Whether the device streams in this mode; whether this is its answer to a mode's request; and whether this payload of
+// a stream is its end, which the device has come to by itself.
+bool isStreamMode(std::uint8_t mode);
+bool isModeAnswer(std::span<const std::uint8_t> answer);
+bool isEndOfStream(std::span<const std::uint8_t> payload);
+
 // What makes an answer a success.
 struct Expected {
   // The letter that must follow the device's 59; without: any answer, which the handler then judges.

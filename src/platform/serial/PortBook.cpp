@@ -39,27 +39,20 @@ Options getOptions() {
   return book().options;
 }
 
-Failure failureOf(FailureKind kind) {
-  switch (kind) {
-    case FailureKind::NotOpen:
-      return {kind, {}, "the port is not open"};
-    case FailureKind::Closed:
-      return {kind, {}, "closed by the host"};
-    case FailureKind::NoDevice:
-      return {kind, {}, "no device answers"};
-    case FailureKind::NotAcknowledged:
-      return {kind, {}, "the device no longer acknowledges"};
-    case FailureKind::SessionLost:
-      return {kind, {}, "the device no longer holds the session"};
-    case FailureKind::AnswerTooLong:
-      return {kind, {}, "the answer is longer than 1 MiB"};
-    case FailureKind::QueueFull:
-      return {kind, {}, "more than 1 MiB of streamed payloads waited, and some were dropped"};
-    case FailureKind::Memory:
-      return {kind, {}, "out of memory"};
-    default:
-      return {kind, {}, "failed"};
-  }
+Failure failureOf(FailureKind kind, const std::string& detail) {
+  static const std::map<FailureKind, const char*> texts{
+      {FailureKind::NotOpen, "the port is not open"},
+      {FailureKind::Closed, "closed by the host"},
+      {FailureKind::NoDevice, "no device answers"},
+      {FailureKind::NotAcknowledged, "the device no longer acknowledges"},
+      {FailureKind::SessionLost, "the device no longer holds the session"},
+      {FailureKind::AnswerTooLong, "the answer is longer than 1 MiB"},
+      {FailureKind::QueueFull, "more than 1 MiB of streamed payloads waited, and some were dropped"},
+      {FailureKind::Memory, "out of memory"},
+      {FailureKind::NoAnswer, "no answer within "},
+      {FailureKind::HungUp, ""},
+  };
+  return {kind, {}, texts.at(kind) + detail};
 }
 
 Failure lastFailure(const std::string& port) {

@@ -22,8 +22,8 @@ struct Counters {
   std::atomic<std::uint64_t> payloadsDropped{0};
 };
 
-// A failure that needs no more words than its kind has.
-Failure failureOf(FailureKind kind);
+// A failure in the words of its kind; `detail` is the time of NoAnswer, and the reason of a hang-up.
+Failure failureOf(FailureKind kind, const std::string& detail = {});
 void setLastFailure(const std::string& port, Failure failure);
 
 // Fresh counters, which statistics(port) reads from now on.

@@ -5,7 +5,6 @@
 #include <boost/asio/write.hpp>
 #include <cerrno>
 
-#include "platform/AtExit.h"
 #include "platform/serial/OpenFailure.h"
 #include "platform/serial/SerialPortHandle.h"
 
@@ -56,6 +55,7 @@ void SerialPortTransport::open(Events events) {
 
 void SerialPortTransport::write(std::vector<std::uint8_t> bytes) {
   if (port_->closed) return;
+  if (!port_->reads && port_->events.hungUp) port_->read();  // the last read could not be started, or threw
   // Nearly always the port takes all of it now, which spares a completion to wait for.
   const std::size_t taken = port_->outgoing.empty() ? writeAtOnce(port_->serial.native_handle(), bytes) : 0;
   if (taken == bytes.size()) return;
@@ -74,32 +74,36 @@ void SerialPortTransport::close() {
 }
 
 void SerialPortTransport::Port::read() {
-  serial.async_read_some(boost::asio::buffer(incoming),
-                         InMemory(readMemory, [self = shared_from_this()](const auto& error, std::size_t n) {
-                           if (self->closed) return;
-                           if (error) {
-                             self->fail(error);
-                             return;
-                           }
-                           const platform::AtExit again([&self] {
-                             if (!self->closed) self->read();
-                           });
-                           self->events.received(std::span(self->incoming).first(n));
-                         }));
+  serial.async_read_some(boost::asio::buffer(incoming), [self = shared_from_this()](const auto& error, std::size_t n) {
+    self->reads = false;
+    if (self->closed) return;
+    if (error) {
+      self->fail(error);
+      return;
+    }
+    self->events.received(std::span(self->incoming).first(n));
+    if (!self->closed) self->read();
+  });
+  reads = true;
 }
 
 void SerialPortTransport::Port::writeNext() {
   outgoing.swap(waiting);
-  boost::asio::async_write(serial, boost::asio::buffer(outgoing),
-                           InMemory(writeMemory, [self = shared_from_this()](const auto& error, std::size_t) {
-                             self->outgoing.clear();
-                             if (self->closed) return;
-                             if (error) {
-                               self->fail(error);
-                             } else if (!self->waiting.empty()) {
-                               self->writeNext();
-                             }
-                           }));
+  auto written = [self = shared_from_this()](const auto& error, std::size_t) {
+    self->outgoing.clear();
+    if (self->closed) return;
+    if (error) {
+      self->fail(error);
+    } else if (!self->waiting.empty()) {
+      self->writeNext();
+    }
+  };
+  try {
+    boost::asio::async_write(serial, boost::asio::buffer(outgoing), std::move(written));
+  } catch (...) {  // lost on the line, but no obstacle to what follows
+    outgoing.clear();
+    throw;
+  }
 }
 
 // A port that has failed is never read again: re-arming the read of a hung-up port would burn the processor. An

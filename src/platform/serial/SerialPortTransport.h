@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "bx/BXSerialLink.h"
-#include "platform/serial/OperationMemory.h"
 
 namespace BX::link {
 
@@ -39,8 +38,7 @@ class SerialPortTransport : public Transport {
     std::array<std::uint8_t, 4096> incoming{};
     std::vector<std::uint8_t> outgoing;  // being written
     std::vector<std::uint8_t> waiting;   // to be written after it
-    OperationMemory readMemory;
-    OperationMemory writeMemory;
+    bool reads = false;
     bool closed = false;
   };
 
