@@ -21,8 +21,7 @@ std::chrono::steady_clock::time_point now() { return std::chrono::steady_clock::
 TerminalDevice::TerminalDevice(sim::Options options)
     : options_(silentInTraining(std::move(options))),
       model_(options_),
-      station_(link::Role::Responder,
-               {.baud = 0, .resend = options_.resend, .sends = options_.sends, .keepAlive = {}}) {}
+      station_(link::Role::Responder, {.baud = 0, .resend = options_.resend}) {}
 
 void TerminalDevice::serve(const std::function<bool()>& over) {
   for (;;) {

@@ -10,11 +10,6 @@ namespace BX::faults {
 
 namespace {
 
-int& sendsInUse() {
-  static int sends = link::Options{}.sends;
-  return sends;
-}
-
 // The link's last errors are kept by port.
 std::string newPort() {
   static std::atomic<int> count = 0;
@@ -23,7 +18,6 @@ std::string newPort() {
 
 sim::Options patient(sim::Options options) {
   options.resend = resendTime;
-  options.sends = sendsInUse();
   return options;
 }
 
@@ -37,7 +31,6 @@ void useShortTimeouts(const Patience& patience) {
   options.reply = patience.reply;
   options.keepAlive = patience.reply;
   link::setOptions(options);
-  sendsInUse() = patience.sends;
   platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
 }
 

@@ -125,7 +125,7 @@ class FarEnd {
   bool over_ = false;
   link::Transport::Events host_;
   std::deque<Bytes> heard_;
-  link::Station station_{link::Role::Responder, {.baud = 0, .resend = 2ms, .sends = 3, .keepAlive = {}}};
+  link::Station station_{link::Role::Responder, {.baud = 0, .resend = 2ms, .silence = 10ms}};
   link::FrameDecoder decoder_;
   std::thread thread_;  // last: it uses all of the above
 };

@@ -15,8 +15,6 @@ using namespace std::chrono_literals;
 constexpr std::size_t streamBacklog = 14;
 // Fast streams send several payloads at a time.
 constexpr auto streamTick = 5ms;
-// A stream that was held up catches up with no more than this.
-constexpr auto streamLag = 1s;
 constexpr double longestPeriod = 3600;
 constexpr auto drainLimit = 1s;
 // More bytes without a delimiter than any frame has need not be kept together.
@@ -26,7 +24,7 @@ link::Timing timing(const Options& options) {
   link::Timing timing;
   timing.baud = options.baud;
   timing.resend = options.resend + options.latency;
-  timing.sends = options.sends;
+  timing.silence = options.silence;
   return timing;
 }
 
@@ -36,6 +34,10 @@ std::chrono::milliseconds stallOf(const Options& options) { return timing(option
 std::chrono::nanoseconds period(double rate) {
   const std::chrono::duration<double> seconds(std::min(1.0 / rate, longestPeriod));
   return std::chrono::duration_cast<std::chrono::nanoseconds>(seconds);
+}
+
+bool changesMode(const Bytes& request, const std::vector<Bytes>& answer) {
+  return !request.empty() && request[0] == wire::setMode && answer.front()[0] == wire::accepted;
 }
 
 template <typename Time>
@@ -215,6 +217,10 @@ void Simulator::Core::payloadFromHost(const link::Message& request, Time now) {
   transcript_.addFromHost(request.payload);
   const bool streamed = model_.hasStreamed();
   std::vector<Bytes> payloads = answer(request.payload);
+  if (changesMode(request.payload, payloads)) {  // no record of an earlier mode follows its answer
+    station_.dropUnsent(link::streamTag);
+    streamDue_ = now;
+  }
   for (std::size_t i = 0; i < payloads.size(); ++i) {
     station_.send({request.tag, i + 1 < payloads.size(), std::move(payloads[i])}, now);
   }
@@ -236,7 +242,7 @@ void Simulator::Core::settle(Time now) {
 
 void Simulator::Core::stream(Time now) {
   if (!model_.hasStreamed()) return;
-  streamDue_ = std::max(streamDue_, now - streamLag);
+  streamDue_ = std::max(streamDue_, now - options_.silence);
   while (model_.hasStreamed() && streamDue_ <= now && station_.backlog() < streamBacklog) {
     station_.send({link::streamTag, false, model_.nextStreamed()}, now);
     streamDue_ += streamPeriod_;

@@ -45,9 +45,10 @@ struct Options {
   double rate = 50;                      // payloads a second in training
   unsigned baud = 0;                     // pace bytes as such a line would; 0: as fast as they go
   std::chrono::milliseconds latency{0};  // what the device sends reaches the host this much later
-  // Time-outs of the device's end of the link.
+  // Time-outs of the device's end of the link. It keeps its session, its stream and the records of the missed time
+  // until the host was silent for `silence` while something was unacknowledged.
   std::chrono::milliseconds resend{100};
-  int sends = 5;
+  std::chrono::milliseconds silence{60'000};
   // What goes wrong on the line. A rule strikes once; the first one in the list, when two strike the same frame.
   std::vector<FaultRule> faults;
   std::optional<Noise> noise;

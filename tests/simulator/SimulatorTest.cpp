@@ -8,10 +8,12 @@
 #include <mutex>
 
 #include "bx/BXSerialCom.h"
+#include "platform/serial/Frame.h"
 #include "platform/serial/LoopbackLine.h"
 #include "simulator/PublishedLink.h"
+#include "tests/support/DisturbedLine.h"
+#include "tests/support/Event.h"
 #include "tests/support/Hex.h"
-#include "tests/support/LoopbackDevice.h"
 
 namespace BX::sim {
 namespace {
@@ -104,6 +106,43 @@ TEST(Simulator, WritesDownEachPayloadOnceAndRestsWhenAHostHasGone) {
   ASSERT_TRUE(com.openPort());
   EXPECT_TRUE(com.sendDeviceInfoCommand(BXSerialCom::DEVICE_INFO_ID, {})) << "a running stream would refuse";
   com.closePort();
+}
+
+// The host hears nothing for many resend times: it was suspended, or the line held up.
+TEST(Simulator, KeepsSessionAndStreamForAHostThatIsSilent) {
+  Options options;
+  options.resend = 1ms;
+  options.rate = 100'000;
+  options.stream.emplace(40, bytesOf("CA6A"));
+  test::DisturbedDevice device(options);
+  device.simulator.setFaults({});  // from now on frames are counted
+  BXSerialCom com;
+  com.initializePort(device.port);
+  ASSERT_TRUE(com.openPort());
+  ASSERT_TRUE(com.setDeviceMode(BXSerialCom::RESTING, false));
+  device.hostsLine.hold();
+  std::thread training([&] { EXPECT_TRUE(com.setDeviceMode(BXSerialCom::FIELD_STREAM, false)); });
+  test::await([&] { return device.simulator.frameCount(Direction::ToHost, FrameKind::Data) > 14; });
+  device.hostsLine.release();
+  training.join();
+  EXPECT_TRUE(device.simulator.awaitTranscript("< CA6A", 40));
+}
+
+TEST(Simulator, StreamsNothingOfAnEarlierModeAfterAModesAnswer) {
+  const auto frame = [](const std::string& content) { return hexOf(link::encodeFrame(bytesOf(content))); };
+  Options options = patient();
+  options.rate = 100'000;
+  options.stream.emplace(40, bytesOf("CA6A"));
+  link::LoopbackLine line;
+  const Simulator simulator(options, line.deviceEnd());
+  RawHost host(line.hostEnd());
+  host.write(beginSession + frame("00016F0372"));
+  std::string expected = sessionBegun + frame("2001596F");
+  for (const char* control : {"22", "24", "26", "28", "2A", "2C"}) expected += frame(control + std::string("00CA6A"));
+  EXPECT_EQ(host.await(expected), expected);
+  host.write(frame("02026F0473") + frame("E1"));  // another mode; then all is acknowledged
+  expected += frame("4E02596F");
+  EXPECT_EQ(host.await(expected), expected);
 }
 
 TEST(PublishedLink, ReplacesLinksOnlyAndRemovesNothingButItself) {

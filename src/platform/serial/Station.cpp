@@ -88,7 +88,7 @@ void Station::disconnect(Time now) {
 
 void Station::setKeepAlive(std::chrono::milliseconds silence, Time now) {
   timing_.keepAlive = silence;
-  lastHeard_ = now;
+  silentSince_ = now;
 }
 
 void Station::send(Message message, Time now) {
@@ -113,14 +113,22 @@ void Station::send(Message message, Time now) {
   messages_.push_back(std::move(message));
 }
 
+void Station::dropUnsent(std::uint8_t tag) {
+  auto unsent = parts_.begin() + static_cast<std::ptrdiff_t>(inFlight_);
+  unsent = std::find_if(unsent, parts_.end(), [](const Part& part) { return part.beginsMessage; });
+  const auto kept = std::count_if(parts_.begin(), unsent, [](const Part& part) { return part.endsMessage; });
+  parts_.erase(std::remove_if(unsent, parts_.end(), [&](const Part& part) { return (part.info & tagMask) == tag; }),
+               parts_.end());
+  messages_.erase(
+      std::remove_if(messages_.begin() + kept, messages_.end(), [&](const Message& one) { return one.tag == tag; }),
+      messages_.end());
+}
+
 void Station::receive(std::span<const std::uint8_t> content, Time now) {
   if (content.empty()) return;
   const std::uint8_t control = content[0];
-  lastHeard_ = now;
-  if (isUnnumbered(control)) {
-    receiveUnnumbered(content, now);
-    return;
-  }
+  silentSince_ = now;
+  if (isUnnumbered(control)) return receiveUnnumbered(content, now);
   if (state_ != State::Up) {
     if (role_ == Role::Responder && (isInformation(control) || hasPollFinal(control))) transmitUnnumbered(DM, now);
     return;
@@ -128,10 +136,7 @@ void Station::receive(std::span<const std::uint8_t> content, Time now) {
   heard_ = true;
   const bool pollWasPending = pollPending_;
   if (!acknowledgeUpTo(receiveNumber(control), now)) return;
-  if (isInformation(control)) {
-    receiveInformation(content, now);
-    return;
-  }
+  if (isInformation(control)) return receiveInformation(content, now);
   if (supervisoryKind(control) == REJ) {
     recover(now);
   } else if (hasPollFinal(control)) {
@@ -158,10 +163,8 @@ void Station::receiveUnnumbered(std::span<const std::uint8_t> content, Time now)
       beginSession(now);
     }
   } else if (control == SABM) {
-    if (state_ == State::Up && session == session_ && !heard_) {  // asked again: the answer was late
-      transmitSession(UA, now);
-      return;
-    }
+    // Asked again: the answer was late.
+    if (state_ == State::Up && session == session_ && !heard_) return transmitSession(UA, now);
     if (state_ == State::Up) output_.ended = Ending::Replaced;
     session_ = session;
     output_.delivered.clear();
@@ -174,11 +177,8 @@ void Station::receiveUnnumbered(std::span<const std::uint8_t> content, Time now)
 
 void Station::sessionIsUp() {
   output_.renewed = renewing_;
-  if (role_ == Role::Responder) {
-    reset();
-  } else {  // it has queued its first message already
-    resetNumbers();
-  }
+  if (role_ == Role::Responder) reset();
+  resetNumbers();  // an initiator has queued its first message already
   state_ = State::Up;
   heard_ = false;
   output_.sessionBegan = true;
@@ -203,11 +203,8 @@ bool Station::acknowledgeUpTo(std::uint8_t number, Time now) {
   wait_ = timing_.resend;
   sends_ = 1;
   resendAt_.reset();
-  if (inFlight_ > 0) {
-    armResend(now);
-  } else {
-    pollPending_ = false;
-  }
+  pollPending_ = pollPending_ && inFlight_ > 0;
+  if (inFlight_ > 0) armResend(now);
   return true;
 }
 
@@ -235,10 +232,7 @@ void Station::receiveInformation(std::span<const std::uint8_t> content, Time now
 
 void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, Time now) {
   assembling_.payload.insert(assembling_.payload.end(), data.begin(), data.end());
-  if (assembling_.payload.size() > maxPayloadSize) {
-    giveUp(Ending::PayloadTooLong, now);
-    return;
-  }
+  if (assembling_.payload.size() > maxPayloadSize) return giveUp(Ending::PayloadTooLong, now);
   assembling_.tag = info & tagMask;
   assembling_.moreFollows = (info & payloadsFollow) != 0;
   const bool ends = (info & partsFollow) == 0;
@@ -258,10 +252,7 @@ void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, 
 // a stream are few and far between for the line, and acknowledged several at once.
 void Station::planAcknowledgement(Time now) {
   const bool streamed = assembling_.tag == streamTag;
-  if (streamed && ++gathered_ >= maxGathered) {
-    acknowledgeNow_ = true;
-    return;
-  }
+  if (streamed && ++gathered_ >= maxGathered) acknowledgeNow_ = true;
   const Time latest = now + timing_.resend * (streamed ? gatheredFifths : carriedFifths) / 5;
   acknowledgeAt_ = std::min(acknowledgeAt_.value_or(latest), latest);
 }
@@ -278,12 +269,8 @@ void Station::checkpoint(Time now) {
   pollPending_ = false;
   for (std::size_t i = 0; i < inFlight_; ++i) transmitPart(i, false, now);
   framesResent_ += inFlight_;
-  if (inFlight_ > 0) {
-    armResend(now);
-  } else {
-    resendAt_.reset();
-    sends_ = 0;
-  }
+  resendAt_.reset();
+  if (inFlight_ > 0) armResend(now);
 }
 
 // Repeats the oldest frame and asks what the peer has; nothing new is sent until it has told.
@@ -297,12 +284,13 @@ void Station::recover(Time now) {
 
 void Station::resendExpired(Time now) {
   resendAt_.reset();
-  if (sends_ >= timing_.sends) {
-    giveUp(state_ == State::Connecting ? Ending::NoPeer : Ending::NotAcknowledged, now);
-    return;
-  }
-  ++sends_;
   wait_ += wait_ / 2;
+  if (role_ == Role::Responder) {
+    if (silentSince_ + timing_.silence <= now) return giveUp(Ending::Silent, now);
+    wait_ = std::min(wait_, std::max(timing_.longestWait, timing_.resend));
+  } else if (sends_++ >= timing_.sends) {
+    return giveUp(state_ == State::Connecting ? Ending::NoPeer : Ending::NotAcknowledged, now);
+  }
   if (state_ == State::Connecting) {
     transmitSession(SABM, now);
   } else {
@@ -320,8 +308,7 @@ void Station::resendExpired(Time now) {
 void Station::advance(Time now) {
   if (acknowledgeAt_ && *acknowledgeAt_ <= now) acknowledgeNow_ = true;
   if (resendAt_ && *resendAt_ <= now) resendExpired(now);
-  const bool watches = timing_.keepAlive.count() > 0 && state_ == State::Up && !resendAt_;
-  if (watches && lastHeard_ + timing_.keepAlive <= now) {
+  if (const auto due = keepAliveAt(); due && *due <= now) {
     pollPending_ = true;
     sends_ = 1;
     wait_ = timing_.resend;
@@ -331,16 +318,13 @@ void Station::advance(Time now) {
 }
 
 std::optional<Station::Time> Station::deadline() const {
-  std::optional<Time> earliest = acknowledgeAt_;
-  const auto consider = [&earliest](Time time) {
-    if (!earliest || time < *earliest) earliest = time;
-  };
-  if (resendAt_) {
-    consider(*resendAt_);
-  } else if (timing_.keepAlive.count() > 0 && state_ == State::Up) {
-    consider(lastHeard_ + timing_.keepAlive);
-  }
-  return earliest;
+  const auto next = resendAt_ ? resendAt_ : keepAliveAt();
+  return !next || (acknowledgeAt_ && *acknowledgeAt_ < *next) ? acknowledgeAt_ : next;
+}
+
+std::optional<Station::Time> Station::keepAliveAt() const {
+  if (timing_.keepAlive.count() == 0 || state_ != State::Up || resendAt_) return std::nullopt;
+  return silentSince_ + timing_.keepAlive;
 }
 
 Station::Output Station::take(Time now) {
@@ -357,6 +341,7 @@ void Station::pump(Time now) {
     if (inFlight_ == 0) {
       wait_ = timing_.resend;
       sends_ = 1;
+      silentSince_ = now;
       renewable_ = parts_.front().beginsMessage;
     } else if (parts_[inFlight_].beginsMessage) {
       renewable_ = false;  // an earlier message may have had its effect

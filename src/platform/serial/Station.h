@@ -39,6 +39,7 @@ enum class Ending {
   PayloadTooLong,   // the peer sends more than maxPayloadSize
   Replaced,         // responder: a host began anew
   Disconnected,     // responder: DISC
+  Silent,           // responder: the peer was silent for Timing::silence
 };
 
 // Longer payloads than any host or device sends end the session instead of filling the memory.
@@ -49,7 +50,10 @@ inline constexpr std::size_t maxPayloadSize = std::size_t{1} << 20U;
 struct Timing {
   unsigned baud = 115200;  // 0: bytes take no time
   std::chrono::milliseconds resend{100};
-  int sends = 5;
+  int sends = 5;                                // of an initiator's frame, before it gives up
+  std::chrono::milliseconds longestWait{1000};  // up to which a responder's waits grow
+  std::chrono::milliseconds silence{
+      60'000};                             // of the peer, after which a responder no longer waits for acknowledgement
   std::chrono::milliseconds keepAlive{0};  // silence after which the peer is asked for a sign of life; 0: never
 };
 
@@ -86,6 +90,8 @@ class Station {
   void disconnect(Time now);
   // Forgets the session without a word, as a power cycle does.
   void restart();
+  // Forgets the messages with this tag of which nothing was sent yet.
+  void dropUnsent(std::uint8_t tag);
   void setKeepAlive(std::chrono::milliseconds silence, Time now);
 
   // Lets due timers act. To be called at deadline(), or later, or earlier.
@@ -130,6 +136,7 @@ class Station {
   void pump(Time now);
   void armResend(Time now);
   void resendExpired(Time now);
+  std::optional<Time> keepAliveAt() const;
 
   Role role_;
   Timing timing_;
@@ -154,8 +161,8 @@ class Station {
   std::optional<Time> resendAt_;
   std::chrono::milliseconds wait_{0};
   int sends_ = 0;
-  Time lineFree_{};  // when the last byte that was handed over has left
-  Time lastHeard_{};
+  Time lineFree_{};     // when the last byte that was handed over has left
+  Time silentSince_{};  // when the peer was last heard; at least since it has something to acknowledge
   std::uint64_t framesSent_ = 0;
   std::uint64_t framesResent_ = 0;
 };
