@@ -34,9 +34,8 @@ class Harness {
       case 1:
         return line_.host.send(1, false, size, line_.now);
       case 2:
-        return line_.device.send(1, false, size, line_.now);
       case 3:
-        return line_.device.send(1, true, size, line_.now);
+        return line_.device.send(1, what / 16 == 3, size, line_.now);
       case 4:  // a stream
       case 5:
         for (std::size_t i = 0; i < count; ++i) line_.device.send(link::streamTag, false, 4 + i, line_.now);
@@ -45,45 +44,32 @@ class Harness {
         for (std::size_t i = 0; i < count; ++i) line_.host.send(2, false, 4 + i, line_.now);
         return;
       case 7:
-        return breakOff(what % 16);
+        return breakOff(count);
       default:
-        line_.run(std::chrono::milliseconds(what % 16 * 40));
+        line_.run(std::chrono::milliseconds(count * 40));
     }
   }
 
-  void breakOff(int how) {
-    test::End& end = how == 0 ? line_.device : line_.host;
-    if (how == 0) end.station.restart();
-    if (how == 1) end.station.connect(line_.now);
-    if (how == 2) end.station.disconnect(line_.now);
+  void breakOff(std::size_t how) {
     if (how == 3) line_.hostSleeps = !line_.hostSleeps;
-    if (how < 3) end.forget();
+    if (how > 2) return;
+    if (how == 0) line_.device.station.restart();
+    if (how == 1) line_.host.station.connect(line_.now);
+    if (how == 2) line_.host.station.disconnect(line_.now);
+    (how == 0 ? line_.device : line_.host).forget();
   }
 
   // A byte of the input; without one, all is well.
   Line::Fate fateOf(link::Bytes& frame) {
     const std::uint8_t fate = input_.byte();
     const std::size_t at = fate / 8U % frame.size();
-    switch (fate % 8) {
-      case 1:
-        return {.copies = 0};
-      case 2:
-        return {.copies = 2};
-      case 3:
-        frame[at] = static_cast<std::uint8_t>(frame[at] ^ 1U << fate % 7U);
-        break;
-      case 4:  // cut short
-        frame.resize(at);
-        break;
-      case 5:  // the line stalls
-        return {.delay = std::chrono::milliseconds(fate * 5)};
-      case 6:  // noise before it
-        frame.insert(frame.begin(), at, fate);
-        break;
-      default:
-        break;
-    }
-    return {};
+    if (fate % 8 == 3) frame[at] = static_cast<std::uint8_t>(frame[at] ^ 1U << fate % 7U);
+    if (fate % 8 == 4) frame.resize(at);
+    if (fate % 8 == 6) frame.insert(frame.begin(), at, fate);  // noise before it
+    return {.copies = fate % 8 == 1   ? 0
+                      : fate % 8 == 2 ? 2
+                                      : 1,
+            .delay = std::chrono::milliseconds(fate % 8 == 5 ? fate * 5 : 0)};
   }
 
   void recovers() {

@@ -2,8 +2,6 @@
 // any content at any time, between sends of its own.
 #include "platform/serial/Station.h"
 
-#include <deque>
-
 #include "fuzz/Fuzz.h"
 #include "platform/serial/Control.h"
 
@@ -16,7 +14,10 @@ using link::Bytes;
 
 class Harness {
  public:
-  explicit Harness(fuzz::Input& input) : input_(input), station_{role(), timing(), input.byte()} {}
+  explicit Harness(fuzz::Input& input)
+      : input_(input),
+        isInitiator_(input.byte() % 2 == 0),
+        station_{isInitiator_ ? link::Role::Initiator : link::Role::Responder, {.sends = 1 + input.byte() % 6}} {}
 
   void run() {
     while (!input_.empty()) {
@@ -32,16 +33,6 @@ class Harness {
   }
 
  private:
-  link::Role role() {
-    const auto byte = input_.byte();
-    isInitiator_ = byte % 2 == 0;
-    return isInitiator_ ? link::Role::Initiator : link::Role::Responder;
-  }
-  link::Timing timing() {
-    const auto byte = input_.byte();
-    return {.baud = byte % 2 == 0 ? 0U : 115200U, .resend = 100ms, .sends = 1 + byte % 6, .keepAlive = {}};
-  }
-
   void step(std::uint8_t what) {
     switch (what % 10) {
       case 0:
@@ -58,11 +49,8 @@ class Harness {
       case 5:
         return send(input_.byte(), input_.twoBytes());
       case 6:
-        queued_.clear();
-        if (isInitiator_) return station_.connect(now_);
-        return station_.restart();
+        return isInitiator_ ? station_.connect(now_) : station_.restart();
       case 7:
-        queued_.clear();
         return station_.disconnect(now_);
       case 8:
         return station_.setKeepAlive(std::chrono::milliseconds(input_.twoBytes()), now_);
@@ -84,24 +72,19 @@ class Harness {
   }
 
   void send(std::uint8_t tag, std::uint16_t size) {
-    const bool dropped = !isInitiator_ && station_.state() == link::Station::State::Down;
-    if (isInitiator_ && station_.state() == link::Station::State::Down) queued_.clear();
-    Bytes payload(size % 2048, tag);
-    if (!dropped) queued_.push_back(payload);
-    station_.send({static_cast<std::uint8_t>(tag & link::maxTag), tag > link::maxTag, std::move(payload)}, now_);
+    const auto backlog = station_.backlog();
+    station_.send({static_cast<std::uint8_t>(tag & link::maxTag), tag > link::maxTag, Bytes(size % 2048, tag)}, now_);
+    if (size % 7 == 0) station_.dropUnsent(tag & link::maxTag);
+    require(station_.backlog() <= backlog + 1, "nothing is queued twice");
   }
 
   void settle() {
     station_.advance(now_);
     const auto output = station_.take(now_);
     for (const auto& frame : output.frames) read(frame);
-    for (const auto& message : output.acknowledged) {
-      require(!queued_.empty() && queued_.front() == message.payload, "acknowledged in the order of sending");
-      queued_.pop_front();
-    }
-    if (output.ended || (output.sessionBegan && !isInitiator_)) queued_.clear();
     if (output.sessionBegan) expected_ = 0;
-    require(station_.backlog() == queued_.size(), "what is queued is sent or given up");
+    require(!output.ended || output.sessionBegan || station_.backlog() == 0, "a session that ends forgets its queue");
+    require(!output.renewed || station_.backlog() > 0, "a session is renewed for the sake of a message");
     const auto deadline = station_.deadline();
     require(!deadline || *deadline > now_, "what is due is done");
   }
@@ -119,10 +102,9 @@ class Harness {
   }
 
   fuzz::Input& input_;
-  bool isInitiator_ = true;
+  bool isInitiator_;
   link::Station station_;
   link::Station::Time now_{};
-  std::deque<Bytes> queued_;
   std::uint8_t session_ = 0;
   std::uint8_t next_ = 0;      // what acknowledges all that it has sent
   std::uint8_t expected_ = 0;  // the number that it expects next

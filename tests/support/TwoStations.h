@@ -90,7 +90,6 @@ class Line {
   struct Fate {
     int copies = 1;
     std::chrono::milliseconds delay{0};
-    bool damaged = false;
   };
   // Decides about the frame of this number in its direction, and may change it.
   using Judge = std::function<Fate(Direction direction, std::size_t number, link::Bytes& frame)>;
@@ -121,7 +120,6 @@ class Line {
   End device;
   Time now{};
   bool hostSleeps = false;               // and finds later what has come
-  std::size_t answers = 0;               // of the device to each request
   std::array<std::size_t, 2> carried{};  // frames in each direction
 
  private:
@@ -138,19 +136,12 @@ class Line {
   }
   void settle(End& end, const End& peer, Direction direction) {
     end.station.advance(now);
-    auto output = end.take(peer, now);
-    for (auto& frame : output.frames) carry(direction, std::move(frame));
-    for (const auto& message : output.delivered) {
-      for (std::size_t left = direction == ToHost ? answers : 0; left-- > 0;) {
-        end.send(message.tag, left > 0, 4 + left, now);
-      }
-    }
+    for (const auto& frame : end.take(peer, now).frames) carry(direction, frame);
   }
   void carry(Direction direction, link::Bytes frame) {
     auto& queue = carried_[direction];
     const Fate fate = judge ? judge(direction, carried[direction], frame) : Fate();
     ++carried[direction];
-    if (fate.damaged) frame[frame.size() / 2] ^= 0x10U;
     const Time arrival =
         std::max(now + std::chrono::milliseconds(1) + fate.delay, queue.empty() ? Time() : queue.back().arrival);
     for (int i = 0; i < fate.copies; ++i) queue.push_back({arrival, frame});

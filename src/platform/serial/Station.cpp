@@ -61,7 +61,7 @@ void Station::end(Ending ending) {
 
 // The last word keeps a peer that still hears it from repeating what nobody takes any more.
 void Station::giveUp(Ending ending, Time now) {
-  transmitUnnumbered(role_ == Role::Responder ? DM : DISC, now);
+  transmitUnnumbered(DISC, now);
   end(ending);
 }
 
@@ -161,6 +161,8 @@ void Station::receiveUnnumbered(std::span<const std::uint8_t> content, Time now)
       resetNumbers();
       renewing_ = true;
       beginSession(now);
+    } else if (control == DISC && state_ == State::Up) {
+      end(Ending::NoSession);
     }
   } else if (control == SABM) {
     // Asked again: the answer was late.

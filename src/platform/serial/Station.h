@@ -107,6 +107,8 @@ class Station {
   std::uint64_t framesResent() const { return framesResent_; }
 
  private:
+  friend struct StationState;  // of tests: what tells two states apart
+
   struct Part {  // what one information frame carries of a message
     std::uint8_t info = 0;
     Bytes data;
