@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Utf8.h"
 #include "simulator/Lane.h"
 #include "simulator/Simulator.h"
 
@@ -108,7 +109,7 @@ void run(Arguments& arguments) {
 }
 
 int fail(const std::exception& error, int status) {
-  std::cerr << "bx-sim: " << error.what() << '\n';
+  std::cerr << "bx-sim: " << BX::platform::printable(error.what()) << '\n';
   return status;
 }
 
@@ -117,6 +118,7 @@ int fail(const std::exception& error, int status) {
 int main(int argc, char** argv) {
   Arguments arguments;
   CLI::App app("A simulated target device on a pseudo-terminal, whose name is printed; or several of them.", "bx-sim");
+  app.set_version_flag("--version", "bx-sim " BX_VERSION);
   describe(app, arguments);
   try {
     app.parse(argc, argv);

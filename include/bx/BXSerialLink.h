@@ -93,6 +93,10 @@ BX_SERIAL_COM_API Statistics statistics(const std::string& port);
 // host and the device say to each other, the device's identity included.
 BX_SERIAL_COM_API bool setTraceFile(const std::string& path);
 
+// Why the trace file could not be written any further, as one line without its name; empty when all is well. From the
+// first failure on nothing more is written, so that what stands there has no gap. Any thread, at any time.
+BX_SERIAL_COM_API std::string traceError();
+
 // A line of bytes to a device. The link calls the members from one thread at a time, which may change.
 class BX_SERIAL_COM_API Transport {
  public:

@@ -10,6 +10,7 @@
 #include <array>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -53,6 +54,7 @@ Program::Program(std::vector<std::string> command) {
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, folder_.path("err").c_str(), O_WRONLY | O_CREAT, S_IRWXU);
+  posix_spawn_file_actions_addchdir_np(&actions, BX_SOURCE_DIR);
   std::vector<char*> arguments;
   for (auto& argument : command) arguments.push_back(argument.data());
   arguments.push_back(nullptr);
@@ -108,11 +110,17 @@ Device::Device(std::vector<std::string> arguments)
   port_ = lines.front();
 }
 
-std::vector<std::string> bxCommand(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), {BX_PROGRAM, "--skip-startup"});
-  return arguments;
+std::vector<std::string> bxCommand(const std::string& words) {
+  std::vector<std::string> command = {BX_PROGRAM, "--skip-startup"};
+  std::istringstream stream(words);
+  command.insert(command.end(), std::istream_iterator<std::string>(stream), {});
+  return command;
 }
 
-Outcome bx(std::vector<std::string> arguments) { return Program(bxCommand(std::move(arguments))).await(); }
+Outcome bx(const std::string& words) { return Program(bxCommand(words)).await(); }
+
+std::string withoutAimingTime(const std::string& records) {
+  return std::regex_replace(records, std::regex(R"("aimingTime":[-+.e0-9]+)"), "");
+}
 
 }  // namespace BX::test

@@ -70,8 +70,11 @@ class Device {
   std::string port_;
 };
 
-// bx with --skip-startup, from its start to its end.
-Outcome bx(std::vector<std::string> arguments);
-std::vector<std::string> bxCommand(std::vector<std::string> arguments);
+// bx with --skip-startup and these words, from its start to its end. Programs run in the folder of the sources.
+Outcome bx(const std::string& words);
+std::vector<std::string> bxCommand(const std::string& words);
+
+// Records as they are printed. The aiming time is measured by the host's clock.
+std::string withoutAimingTime(const std::string& records);
 
 }  // namespace BX::test

@@ -3,38 +3,26 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <boost/nowide/utf/utf.hpp>
 #include <cerrno>
 #include <csignal>
 #include <iostream>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace BX::tool {
 
-std::string validUtf8(const std::string& text) {
-  namespace utf = boost::nowide::utf;
-  constexpr std::string_view replacement = "\xEF\xBF\xBD";
-  std::string valid;
-  const char* const end = text.data() + text.size();
-  for (const char* at = text.data(); at != end;) {
-    const char* next = at;
-    const auto character = utf::utf_traits<char>::decode(next, end);
-    if (character == utf::illegal || character == utf::incomplete) {
-      valid += replacement;
-      ++at;  // this byte only: the next one may be a quotation mark
-    } else {
-      valid.append(at, next);
-      at = next;
-    }
-  }
-  return valid;
-}
+namespace {
+
+constexpr std::string_view wipeLine = "\r\x1b[K";
+
+}  // namespace
 
 Console::Console()
     : outBuffer_(std::cout.rdbuf(&discard_)),
       errBuffer_(std::cerr.rdbuf(&discard_)),
       out_(outBuffer_),
+      isTerminal_(isatty(STDOUT_FILENO) == 1),
       err_(errBuffer_) {
   // A reader that goes away is seen when writing fails.
   std::signal(SIGPIPE, SIG_IGN);
@@ -46,14 +34,30 @@ Console::~Console() {
 }
 
 void Console::showLibrary() {
-  std::cout.rdbuf(errBuffer_);
-  std::cerr.rdbuf(errBuffer_);
+  std::cout.rdbuf(&library_);
+  std::cerr.rdbuf(&library_);
+}
+
+Console::LibraryLines::int_type Console::LibraryLines::overflow(int_type c) {
+  const char character = traits_type::to_char_type(c);
+  if (!traits_type::eq_int_type(c, traits_type::eof())) xsputn(&character, 1);
+  return traits_type::not_eof(c);
+}
+
+// Several threads of the library write.
+std::streamsize Console::LibraryLines::xsputn(const char* text, std::streamsize count) {
+  const platform::MutexLock lock(console_.mutex_);
+  begun_.append(text, static_cast<std::size_t>(count));
+  const std::size_t end = begun_.rfind('\n') + 1;  // 0 without a line feed
+  console_.err_ << platform::printable(begun_.substr(0, end)) << std::flush;
+  begun_.erase(0, end);
+  return count;
 }
 
 bool Console::data(const std::string& line) {
   if (!out_) return false;
   errno = 0;
-  out_ << validUtf8(line) << '\n' << std::flush;
+  out_ << (isTerminal_ ? platform::printable(line) : validUtf8(line)) << '\n' << std::flush;
   if (out_) return true;
   if (errno == EPIPE) return false;
   throw Failure(deviceFailed, "standard output: write: " + std::generic_category().message(errno));
@@ -66,17 +70,22 @@ void Console::warning(const std::string& text) {
 }
 
 void Console::note(const std::string& text) {
-  if (!quiet_) err_ << text << std::endl;
+  if (!quiet_) line(text);
 }
 
 bool Console::drawsProgress() const { return !quiet_ && isatty(STDERR_FILENO) == 1; }
 
-void Console::progress(const std::string& text) { err_ << "\r\x1b[K" << text << std::flush; }
+void Console::progress(const std::string& text) {
+  const platform::MutexLock lock(mutex_);
+  err_ << wipeLine << platform::printable(text) << std::flush;
+  showsProgress_ = !text.empty();
+}
 
 void Console::line(const std::string& text) {
-  std::string oneLine = text;
-  std::replace_if(
-      oneLine.begin(), oneLine.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+  std::string oneLine = platform::printable(text);
+  std::replace(oneLine.begin(), oneLine.end(), '\n', ' ');
+  const platform::MutexLock lock(mutex_);
+  if (std::exchange(showsProgress_, false)) err_ << wipeLine;
   err_ << oneLine << std::endl;
 }
 

@@ -6,6 +6,9 @@
 #include <streambuf>
 #include <string>
 
+#include "platform/Mutex.h"
+#include "platform/Utf8.h"
+
 namespace BX::tool {
 
 enum Status : int { done = 0, deviceFailed = 1, wrongUsage = 2 };
@@ -20,11 +23,11 @@ class Failure : public std::runtime_error {
   Status status_;
 };
 
-// JSON is UTF-8, and a device may hold any bytes: what is no valid UTF-8 becomes U+FFFD.
-std::string validUtf8(const std::string& text);
+using platform::validUtf8;  // JSON is UTF-8, and a device may hold any bytes
 
 // The library writes lines of its own to std::cout and std::cerr. While a Console lives these lines are discarded,
-// and the tool writes through streams of its own on the original buffers.
+// and the tool writes through streams of its own on the original buffers. What goes to standard error or to a terminal
+// is made printable: it may come from a device, a file or a port's name. Any thread may write.
 class Console {
  public:
   Console();
@@ -37,8 +40,8 @@ class Console {
   // Only errors are written to standard error from now on.
   void beQuiet() { quiet_ = true; }
 
-  // One line of data, flushed. False when nobody reads standard output any more; throws Failure when it cannot be
-  // written for another reason.
+  // One line of data, valid UTF-8 and flushed. False when nobody reads standard output any more; throws Failure when it
+  // cannot be written for another reason.
   bool data(const std::string& line);
   void error(const std::string& text);
   void warning(const std::string& text);
@@ -55,13 +58,31 @@ class Console {
     std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
   };
 
+  // Hands whole lines on to standard error.
+  class LibraryLines : public std::streambuf {
+   public:
+    explicit LibraryLines(Console& console) : console_(console) {}
+
+   protected:
+    int_type overflow(int_type c) override;
+    std::streamsize xsputn(const char* text, std::streamsize count) override;
+
+   private:
+    Console& console_;
+    std::string begun_;
+  };
+
   void line(const std::string& text);
 
   Discard discard_;
   std::streambuf* outBuffer_;
   std::streambuf* errBuffer_;
+  LibraryLines library_{*this};
   std::ostream out_;
-  std::ostream err_;
+  const bool isTerminal_;  // standard output
+  platform::Mutex mutex_;
+  std::ostream err_ GUARDED_BY(mutex_);
+  bool showsProgress_ GUARDED_BY(mutex_) = false;
   bool quiet_ = false;
 };
 

@@ -160,12 +160,20 @@ RecordedEntry parseLine(const std::string& path, std::size_t line, const std::st
   return recorded;
 }
 
-std::vector<RecordedEntry> readEntries(const std::string& path) {
+// Sets `stump` when the last line is cut.
+std::vector<RecordedEntry> readEntries(const std::string& path, std::string& stump) {
   std::ifstream file(path);
   if (!file) throw Failure(wrongUsage, path + ": cannot be read");
   std::vector<RecordedEntry> entries;
   std::size_t line = 0;
-  for (std::string text; std::getline(file, text);) entries.push_back(parseLine(path, ++line, text));
+  for (std::string text; std::getline(file, text);) {
+    ++line;
+    if (file.eof()) {
+      stump = "line " + std::to_string(line) + " is cut";
+    } else {
+      entries.push_back(parseLine(path, line, text));
+    }
+  }
   return entries;
 }
 
@@ -205,8 +213,8 @@ std::optional<Milestone> HostObserver::observe(std::span<const std::uint8_t> con
 }
 
 Recording readRecording(const std::string& path, const std::string& port) {
-  auto entries = readEntries(path);
   Recording recording;
+  auto entries = readEntries(path, recording.stump);
   recording.port = choosePort(path, entries, port);
   Analysis analysis(recording);
   for (auto& entry : entries) {
@@ -218,6 +226,9 @@ Recording readRecording(const std::string& path, const std::string& port) {
     analysis.add(std::move(entry));
   }
   analysis.endSession();
+  const auto& last = recording.entries.back().entry;
+  const bool hasEnd = last.mark == TraceMark::Event && last.event != link::traceEvent::opened;
+  if (!hasEnd && recording.stump.empty()) recording.stump = "the end of " + recording.port + " is missing";
   return recording;
 }
 

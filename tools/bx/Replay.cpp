@@ -66,6 +66,7 @@ class Replay {
     return !hasDeparted();
   }
 
+  const std::string& stump() const { return recording_.stump; }
   std::vector<std::string> departures() const { return playback_.departures(); }
 
   std::string summary() const {
@@ -179,7 +180,8 @@ void runReplay(Tool& tool, const ReplayOptions& options) {
   Replay replay(tool, options);
   const bool isSame = replay.run();
   tool.console.note(replay.summary());
-  if (isSame) return;
+  if (isSame && replay.stump().empty()) return;
+  if (isSame) throw Failure(deviceFailed, options.file + ": replayed as far as it goes, a stump: " + replay.stump());
   for (const auto& departure : replay.departures()) tool.console.warning(options.file + ": " + departure);
   throw Failure(deviceFailed, options.file + ": the replay departs from the trace: " + replay.departures().front());
 }

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "Tool.h"
+#include "TraceWatch.h"
 #include "bx/BXSerialLink.h"
 
 namespace {
@@ -35,11 +36,13 @@ class CommandLine {
         ->check(CLI::PositiveNumber);
   }
 
-  // Throws CLI::ParseError, and Failure.
-  void parseAndRun(int argc, char** argv) {
+  // Gives the exit status. Throws CLI::ParseError, and Failure.
+  int parseAndRun(int argc, char** argv) {
     app_.parse(argc, argv);
     applyGlobalOptions();
+    TraceWatch trace(tool_.console, tool_.global.trace);
     run_();
+    return trace.isWhole() ? done : deviceFailed;
   }
 
   std::string help() const { return app_.help(); }
@@ -150,8 +153,7 @@ class CommandLine {
 int parseAndRun(Tool& tool, int argc, char** argv) {
   CommandLine commandLine(tool);
   try {
-    commandLine.parseAndRun(argc, argv);
-    return done;
+    return commandLine.parseAndRun(argc, argv);
   } catch (const CLI::CallForHelp&) {
     tool.console.data(commandLine.help());
     return done;

@@ -74,15 +74,44 @@ std::size_t textLength(std::string_view text) {
   return text.size();
 }
 
+// The code unit of \uXXXX at the start of `text`; 0 when there is none.
+unsigned escapedUnit(std::string_view text) {
+  constexpr std::size_t size = 6;
+  unsigned unit = 0;
+  if (text.size() < size || !text.starts_with("\\u")) return 0;
+  const auto read = std::from_chars(text.data() + 2, text.data() + size, unit, 16);
+  return read.ptr == text.data() + size ? unit : 0;
+}
+
+// Whether the second half of a surrogate pair is spelled in `text` without a first one before it.
+bool hasLoneSecondHalf(std::string_view text) {
+  bool followsFirst = false;
+  for (auto at = text.find('\\'); at < text.size(); at = text.find('\\', at)) {
+    const unsigned unit = escapedUnit(text.substr(at));
+    if (unit >= 0xDC00 && unit <= 0xDFFF && !followsFirst) return true;
+    // A first half that no second one follows is the reader's to refuse.
+    followsFirst = unit >= 0xD800 && unit <= 0xDBFF;
+    at += unit != 0 ? 6 : 2;
+  }
+  return false;
+}
+
+bool beginsWithCutMark(std::string_view text) {
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  return text.starts_with(byteOrderMark[0]) && !text.starts_with(byteOrderMark);
+}
+
 }  // namespace
 
 std::optional<std::string> withShortNumbers(std::string_view text) {
+  if (beginsWithCutMark(text)) return std::nullopt;
   std::string result;
   result.reserve(text.size());
   while (!text.empty()) {
     std::size_t size = 1;
     if (text[0] == '"') {
       size = textLength(text);
+      if (hasLoneSecondHalf(text.substr(0, size))) return std::nullopt;
       result += text.substr(0, size);
     } else if (text[0] == '-' || countOf(text.substr(0, 1), digits) > 0) {
       size = countOf(text, ofNumbers);

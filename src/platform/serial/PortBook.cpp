@@ -100,6 +100,11 @@ bool setTraceFile(const std::string& path) {
   return true;
 }
 
+std::string traceError() {
+  const std::scoped_lock lock(book().mutex);
+  return book().trace ? book().trace->error() : std::string();
+}
+
 std::unique_ptr<Trace> newTrace(const std::string& port) {
   const std::scoped_lock lock(book().mutex);
   return book().trace ? std::make_unique<Trace>(book().trace, port) : nullptr;

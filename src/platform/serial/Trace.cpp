@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "platform/Hex.h"
@@ -74,7 +76,15 @@ bool TraceFile::open(const std::string& path) {
 void TraceFile::write(const TraceEntry& entry) {
   const std::string line = formatTraceEntry(entry) + '\n';
   const std::scoped_lock lock(mutex_);
+  if (!error_.empty()) return;
+  errno = 0;
   file_ << line << std::flush;
+  if (!file_) error_ = std::generic_category().message(errno != 0 ? errno : EIO);
+}
+
+std::string TraceFile::error() const {
+  const std::scoped_lock lock(mutex_);
+  return error_;
 }
 
 Trace::Trace(std::shared_ptr<TraceFile> file, std::string port) : file_(std::move(file)), port_(std::move(port)) {}

@@ -50,12 +50,15 @@ class TraceFile {
  public:
   // Begins the file anew; false when it cannot be written.
   bool open(const std::string& path);
-  // Written out at once, so that a host which crashes leaves all of it.
+  // Written out at once, so that a host which crashes leaves all of it. After a failure nothing is written any more.
   void write(const TraceEntry& entry);
+  // Why writing has failed; empty when it has not.
+  std::string error() const;
 
  private:
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::ofstream file_;
+  std::string error_;
 };
 
 // One opening of one port, as its engine reports it.

@@ -1,5 +1,6 @@
 list(APPEND codec_sources
   platform/Hex.cpp
+  platform/Utf8.cpp
   platform/serial/Frame.cpp
   platform/serial/LoopbackLine.cpp
   platform/serial/Payload.cpp

@@ -1,0 +1,16 @@
+// Texts whose bytes come from elsewhere: devices, files, port names. No I/O here.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace BX::platform {
+
+// What is no valid UTF-8 becomes U+FFFD.
+std::string validUtf8(std::string_view text);
+
+// The same, and each control character but the line feed is spelled \u001B: a terminal would obey it. These are
+// U+0000 to U+001F and U+007F to U+009F. JSON text stays JSON that means the same.
+std::string printable(std::string_view text);
+
+}  // namespace BX::platform
