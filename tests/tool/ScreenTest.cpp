@@ -10,20 +10,21 @@ namespace BX::tool {
 namespace {
 
 TEST(Failures, NameThePortTheStepAndTheReason) {
-  EXPECT_EQ(connectFailure("/dev/p", true, ""), "/dev/p: connect: failed");
+  EXPECT_EQ(connectFailure("/dev/p", {}), "/dev/p: connect: failed");
   // /dev/tty belongs to the group tty everywhere.
-  EXPECT_THAT(connectFailure("/dev/tty", false, "permission denied"),
+  EXPECT_THAT(connectFailure("/dev/tty", {link::FailureKind::NotPermitted, {}, "permission denied"}),
               ::testing::StartsWith("/dev/tty: open: permission denied: join the group "));
 }
 
 TEST(Failures, TellWhatARefusedRequestAskedFor) {
-  const auto refused = [](const std::string& bytes) { return "refused by the device (request " + bytes + ")"; };
-  EXPECT_EQ(explain(refused("6D 1F 00 8C")), "ring target 31: " + refused("6D 1F 00 8C"));
-  EXPECT_EQ(explain(refused("67 05 00 6C")), "silhouette target 5: " + refused("67 05 00 6C"));
-  EXPECT_EQ(explain(refused("67 40 05 AC")), refused("67 40 05 AC"));
-  EXPECT_EQ(explain(refused("62 03 0A 6F")), "page 10 of block 3: " + refused("62 03 0A 6F"));
-  EXPECT_EQ(explain(refused("62 03 FF 64")), "block 3: " + refused("62 03 FF 64"));
-  EXPECT_EQ(explain("no answer within 2.0 s"), "no answer within 2.0 s");
+  const auto refused = [](std::vector<std::uint8_t> request) {
+    return explain({link::FailureKind::Refused, std::move(request), "refused"});
+  };
+  EXPECT_EQ(refused({0x6D, 31, 0, 0x8C}), "ring target 31: refused (request 6D 1F 00 8C)");
+  EXPECT_EQ(refused({0x67, 5, 0, 0x6C}), "silhouette target 5: refused (request 67 05 00 6C)");
+  EXPECT_EQ(refused({0x67, 0x40, 5, 0xAC, 1}), "refused (request 67 40 05 AC ...)");
+  EXPECT_EQ(refused({0x62, 3, 10, 0x6F}), "page 10 of block 3: refused (request 62 03 0A 6F)");
+  EXPECT_EQ(refused({0x62, 3, 0xFF, 0x64}), "block 3: refused (request 62 03 FF 64)");
 }
 
 TEST(Progress, BarFillsAndStopsAtTheEnd) {

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "Schema.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 
 namespace BX::tool {
@@ -51,7 +52,7 @@ std::string decimal(double value) {
 std::int64_t factorOf(const Scaling& scaling, const Json& document) {
   if (scaling.unitKey.empty()) return scaling.metric;
   const std::string unit = MORVA::getText(document, scaling.unitKey);
-  return unit == "mm" || unit == "Millimeters" ? scaling.metric : scaling.other;
+  return unit == text::mm || unit == text::millimeters ? scaling.metric : scaling.other;
 }
 
 Problem checkNumber(const Field& field, const Value& value, std::int64_t factor) {
@@ -71,7 +72,7 @@ Problem checkName(const Value& value) { return value.IsString() ? std::nullopt :
 
 Problem checkRow(const Value& row) {
   if (!row.IsArray()) return wrongType(row, "an array of 64 pixels");
-  if (row.Size() != bitmapColumns) return "has " + std::to_string(row.Size()) + " pixels where 64 are expected";
+  if (row.Size() != bitmapRows) return "has " + std::to_string(row.Size()) + " pixels where 64 are expected";
   for (rapidjson::SizeType i = 0; i < row.Size(); ++i) {
     if (!row[i].IsUint() || row[i].GetUint() > highestPixel) {
       return "pixel " + std::to_string(i) + " is no whole number from 0 to 3";
@@ -122,7 +123,7 @@ bool isUnknownChoice(const Field& field, const Value& value) {
 }
 
 bool isLongName(const Field& field, const Value& value) {
-  return field.type == FieldType::Name && value.IsString() && value.GetStringLength() > longestName;
+  return field.type == FieldType::Name && value.IsString() && value.GetStringLength() > longestTargetName;
 }
 
 bool isEmptyName(const Field& field, const Value& value) {
@@ -168,7 +169,7 @@ Findings check(const Json& document, DocumentKind kind) {
                                   field.missing);
     } else if (isLongName(field, *value)) {
       findings.warnings.push_back(quoted(field.key) + " has " + std::to_string(value->GetStringLength()) +
-                                  " bytes: all are sent, and a device gives back " + std::to_string(longestName));
+                                  " bytes: all are sent, and a device gives back " + std::to_string(longestTargetName));
     } else if (isEmptyName(field, *value)) {
       findings.warnings.push_back(quoted(field.key) + " is empty: the library takes " + field.missing);
     }

@@ -4,17 +4,16 @@
 #include <sys/stat.h>
 
 #include <array>
-#include <sstream>
+#include <cstdint>
 #include <vector>
 
-#include "bx/BXSerialLink.h"
 #include "morva/KeyedAccess.h"
+#include "platform/Hex.h"
+#include "platform/Letters.h"
 
 namespace BX::tool {
 
 namespace {
-
-constexpr std::string_view inUse = "in use by another program";
 
 // " (join the group GROUP: ...)" for a device file that belongs to a group; else empty.
 std::string groupHint(const std::string& port) {
@@ -28,51 +27,49 @@ std::string groupHint(const std::string& port) {
   return ": join the group " + name + " (sudo adduser USER " + name + ", then log in again)";
 }
 
-bool isPermission(const std::string& reason) { return reason.find("ermission denied") != std::string::npos; }
-
-// The first bytes of the request in "... (request 6D 05 00)"; none when the reason names no request.
-std::vector<int> refusedRequest(const std::string& reason) {
-  constexpr std::string_view mark = "(request ";
-  const auto start = reason.find(mark);
-  if (start == std::string::npos) return {};
-  std::istringstream text(reason.substr(start + mark.size()));
-  std::vector<int> bytes;
-  for (int byte = 0; text >> std::hex >> byte;) bytes.push_back(byte);
-  return bytes;
+// What a request asked for, as far as a person has a name for it. Of a silhouette's requests only the first carries its
+// number.
+std::string subjectOf(const std::vector<std::uint8_t>& request) {
+  namespace letter = wire::letter;
+  constexpr std::uint8_t wholeBlock = 0xFF;
+  if (request.size() < 3) return {};
+  const std::string first = std::to_string(request[1]);
+  const std::string second = std::to_string(request[2]);
+  if (request[0] == letter::ringRequest) return "ring target " + first + ": ";
+  if (request[0] == letter::silhouetteRequest && request[2] == 0) return "silhouette target " + first + ": ";
+  if (request[0] != letter::storedResults) return {};
+  return (request[2] == wholeBlock ? "" : "page " + second + " of ") + ("block " + first + ": ");
 }
 
 }  // namespace
 
-std::string connectFailure(const std::string& port, bool opened, const std::string& reason) {
-  if (opened) return port + ": connect: " + explain(reason);
-  if (reason == inUse) return port + ": " + reason;
-  return port + ": open: " + reason + (isPermission(reason) ? groupHint(port) : "");
+std::string connectFailure(const std::string& port, const link::Failure& failure) {
+  switch (failure.kind) {
+    case link::FailureKind::InUse:
+      return port + ": " + failure.text;
+    case link::FailureKind::NotPermitted:
+      return port + ": open: " + failure.text + groupHint(port);
+    case link::FailureKind::NoSuchPort:
+    case link::FailureKind::NotASerialPort:
+    case link::FailureKind::BadLineSpeed:
+    case link::FailureKind::System:
+      return port + ": open: " + failure.text;
+    default:
+      return port + ": connect: " + explain(failure);
+  }
 }
 
-std::string explain(const std::string& reason) {
-  if (reason.empty()) return "failed";
-  const auto request = refusedRequest(reason);
-  if (request.size() < 3) return reason;
-  const std::string first = std::to_string(request[1]);
-  const std::string second = std::to_string(request[2]);
-  // Only a silhouette's first request carries its number: its rows are asked for without it.
-  constexpr int ringRequest = 0x6D;
-  constexpr int silhouetteRequest = 0x67;
-  constexpr int pageRequest = 0x62;
-  constexpr int wholeBlock = 0xFF;
-  if (request[0] == ringRequest) return "ring target " + first + ": " + reason;
-  if (request[0] == silhouetteRequest && request[2] == 0) return "silhouette target " + first + ": " + reason;
-  if (request[0] == pageRequest && request[2] == wholeBlock) return "block " + first + ": " + reason;
-  if (request[0] == pageRequest) return "page " + second + " of block " + first + ": " + reason;
-  return reason;
+std::string explain(const link::Failure& failure) {
+  if (failure.kind == link::FailureKind::None) return "failed";
+  if (failure.request.empty()) return failure.text;
+  return subjectOf(failure.request) + failure.text + " (request " + platform::hexOf(failure.request, " ", 4) + ")";
 }
 
 Connection::Connection(const Tool& tool, std::string port) : port_(std::move(port)) {
   manager_.addDevice(port_, "bx");
   const Json connected = manager_.connectDevice(port_, tool.global.skipStartup);
   if (!connected.getDocument().HasMember(port_.c_str())) {
-    const bool opened = link::statistics(port_).framesSent != 0;
-    throw Failure(deviceFailed, connectFailure(port_, opened, link::lastError(port_)));
+    throw Failure(deviceFailed, connectFailure(port_, link::lastFailure(port_)));
   }
   settings_ = MORVA::getDocument(connected, port_);
   // A hang-up must not take the device away while it is in use here: isConnected tells of it.
@@ -82,7 +79,7 @@ Connection::Connection(const Tool& tool, std::string port) : port_(std::move(por
 Connection::~Connection() { manager_.disconnectDevice(port_); }
 
 void Connection::fail(const std::string& step) const {
-  throw Failure(deviceFailed, port_ + ": " + step + ": " + explain(link::lastError(port_)));
+  throw Failure(deviceFailed, port_ + ": " + step + ": " + explain(link::lastFailure(port_)));
 }
 
 }  // namespace BX::tool

@@ -5,6 +5,7 @@
 
 #include "Tool.h"
 #include "bx/BXDeviceManager.h"
+#include "bx/BXSerialLink.h"
 
 namespace BX::tool {
 
@@ -37,10 +38,10 @@ class Connection {
   Json settings_;
 };
 
-// The line for a port that could not be opened or connected, from the link's `reason`.
-std::string connectFailure(const std::string& port, bool opened, const std::string& reason);
+// The line for a port that could not be opened or connected.
+std::string connectFailure(const std::string& port, const link::Failure& failure);
 
 // The reason as a person wants it: a request that the device refused is told by what it asked for.
-std::string explain(const std::string& reason);
+std::string explain(const link::Failure& failure);
 
 }  // namespace BX::tool

@@ -2,34 +2,18 @@
 #include "Connection.h"
 #include "DemoScreen.h"
 #include "Documents.h"
+#include "Examples.h"
 #include "Interrupt.h"
 #include "Records.h"
 #include "Session.h"
 #include "Training.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 #include "simulator/Simulator.h"
 
 namespace BX::tool {
 
 namespace {
-
-// The face of the 25 m precision pistol event, in millimetres.
-constexpr const char* targetText = R"({"TargetType": "RING", "RingTargetNumber": 1, "TargetName": "25m pistol",
-  "NominalShootingDistanceUnit": "Meters", "NominalDistance": 25, "CaliberUnit": "Millimeters", "Caliber": 5.6,
-  "RingGapUnitType": "Millimeters", "RingsGapsUnit": "Fixed", "HighestRing": 10, "MinimumRing": 1, "HIBMinScore": 5,
-  "TargetWidth": 250, "TargetHeight": 250, "PrismPlaceX": 0, "PrismPlaceY": 0, "NumberOfPrisms": 1,
-  "DiameterInnerWhite": 0, "DiameterBlackArea": 200, "HitRingGap": 25, "DiameterX": 25, "DiameterHighestRing": 50,
-  "DiameterVariableHminus1": 0, "DiameterVariableHminus2": 0, "DiameterVariableHminus3": 0,
-  "DiameterVariableHminus4": 0, "DiameterVariableHminus5": 0, "DiameterVariableHminus6": 0,
-  "DiameterVariableHminus7": 0, "DiameterVariableHminus8": 0, "DiameterVariableHminus9": 0,
-  "DiameterVariableHminus10": 0, "DiameterVariableHminus11": 0})";
-
-constexpr const char* deviceText = R"({"Mounting": "BELOW", "ArrowButtonsEnabled": true, "UseZeroing": false,
-  "RegisterAllTriggers": false, "TargetReceiverHitIndicationBeam": true, "SleepWakeUp": true, "GraphicDisplay": true,
-  "HitSoundBuzzer": false})";
-
-constexpr const char* sessionText = R"({"isInFieldMode": true, "NumberOfBullets": 10, "WakeupAngle": 5,
-  "ShotRejectionAngle": 20, "SleepTimeout": 10, "TriggerSensitivity": 3, "CockingDelay": 0.5})";
 
 class Demo {
  public:
@@ -59,16 +43,21 @@ class Demo {
 
   void showDevice(const Connection& connection) {
     const auto& settings = connection.settings();
-    say("Connected:   serial number " + MORVA::getText(settings, "SerialNumber") + ", device " +
-        MORVA::getText(settings, "DeviceID") + ", program " + MORVA::getText(settings, "Program"));
+    say("Connected:   serial number " + MORVA::getText(settings, key::settings::serialNumber) + ", device " +
+        MORVA::getText(settings, key::settings::deviceId) + ", program " +
+        MORVA::getText(settings, key::settings::program));
   }
 
   void configureDevice(Connection& connection) {
-    Configuration configuration{.device = parseDocument(deviceText, "demo"),
-                                .session = parseDocument(sessionText, "demo"),
-                                .target = TargetFile{.type = "RING", .document = parseDocument(targetText, "demo")}};
+    Configuration configuration{
+        .device = parseDocument(example::deviceSettings, "demo"),
+        .session = parseDocument(example::sessionSettings, "demo"),
+        .target = TargetFile{.type = text::ring, .document = parseDocument(example::ringTarget, "demo")}};
     configure(tool_, connection, configuration);
-    say("Configured:  ring target \"25m pistol\", 25 m, field mode, mounted below, hit indication beam on");
+    const Json& target = configuration.target->document;
+    say("Configured:  ring target \"" + MORVA::getText(target, key::target::targetName) + "\", " +
+        std::to_string(MORVA::getInteger(target, key::target::nominalDistance)) + " m, mounted " +
+        MORVA::getText(*configuration.device, key::settings::mounting));
     say("Training:    " + std::to_string(wanted_) + " shots, as they come");
     say("");
     say(shotHeading());

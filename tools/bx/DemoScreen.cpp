@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 
 namespace BX::tool {
@@ -16,7 +17,7 @@ constexpr int plotColumns = 2 * plotRows - 1;
 
 std::string withoutAimingTime(Json record) {
   auto& root = record.getDocument();
-  if (root.IsObject() && root.HasMember("aimingTime")) root.EraseMember("aimingTime");
+  if (root.IsObject() && root.HasMember(key::record::aimingTime)) root.EraseMember(key::record::aimingTime);
   return record.toString();
 }
 
@@ -24,8 +25,8 @@ std::string withoutAimingTime(Json record) {
 double reach(const std::vector<Json>& shots) {
   double farthest = 1;
   for (const auto& shot : shots) {
-    farthest = std::max(
-        {farthest, std::abs(MORVA::getDouble(shot, "PositionX")), std::abs(MORVA::getDouble(shot, "PositionY"))});
+    farthest = std::max({farthest, std::abs(MORVA::getDouble(shot, key::record::positionX)),
+                         std::abs(MORVA::getDouble(shot, key::record::positionY))});
   }
   return farthest;
 }
@@ -41,12 +42,12 @@ std::string shotHeading() { return "  shot         x         y   distance   aimi
 
 std::string shotLine(const Json& shot) {
   std::array<char, 96> text{};
-  std::snprintf(text.data(), text.size(), "%6d  %8.2f  %8.2f  %7.2f m", MORVA::getInteger(shot, "ShotNumber"),
-                MORVA::getDouble(shot, "PositionX"), MORVA::getDouble(shot, "PositionY"),
-                MORVA::getDouble(shot, "Distance"));
+  std::snprintf(text.data(), text.size(), "%6d  %8.2f  %8.2f  %7.2f m",
+                MORVA::getInteger(shot, key::record::shotNumber), MORVA::getDouble(shot, key::record::positionX),
+                MORVA::getDouble(shot, key::record::positionY), MORVA::getDouble(shot, key::record::distance));
   std::string line = text.data();
-  if (!shot.getDocument().HasMember("aimingTime")) return line + "   (poor signal)";
-  std::snprintf(text.data(), text.size(), "  %10.2f s", MORVA::getDouble(shot, "aimingTime"));
+  if (!shot.getDocument().HasMember(key::record::aimingTime)) return line + "   (poor signal)";
+  std::snprintf(text.data(), text.size(), "  %10.2f s", MORVA::getDouble(shot, key::record::aimingTime));
   return line + text.data();
 }
 
@@ -57,9 +58,9 @@ std::vector<std::string> drawHits(const std::vector<Json>& shots) {
   rows[plotRows / 2][plotColumns / 2] = '+';
   const double farthest = reach(shots);
   for (const auto& shot : shots) {
-    const int column = cell(MORVA::getDouble(shot, "PositionX"), farthest, plotColumns);
-    const int row = plotRows - 1 - cell(MORVA::getDouble(shot, "PositionY"), farthest, plotRows);
-    const int digit = MORVA::getInteger(shot, "ShotNumber") % 10;
+    const int column = cell(MORVA::getDouble(shot, key::record::positionX), farthest, plotColumns);
+    const int row = plotRows - 1 - cell(MORVA::getDouble(shot, key::record::positionY), farthest, plotRows);
+    const int digit = MORVA::getInteger(shot, key::record::shotNumber) % 10;
     rows[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)] = static_cast<char>('0' + digit);
   }
   return rows;

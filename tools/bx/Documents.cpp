@@ -8,6 +8,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 
 namespace BX::tool {
@@ -42,12 +43,12 @@ std::string join(const std::vector<std::string>& phrases) {
 
 // The type that the file names, whatever it is; with a reason to refuse it.
 std::string typeFromFile(const Json& document, Findings& findings) {
-  const std::string type = MORVA::getText(document, "TargetType");
+  const std::string type = MORVA::getText(document, key::target::targetType);
   if (type.empty()) {
     findings.problems.push_back(
         "\"TargetType\" is neither in the file nor given by --type (without it the library "
         "takes a silhouette)");
-  } else if (type != "RING" && type != "SILHOUETTE") {
+  } else if (type != text::ring && type != text::silhouette) {
     findings.problems.push_back("\"TargetType\" \"" + type +
                                 "\" is neither \"RING\" nor \"SILHOUETTE\" (the library takes a silhouette)");
   }
@@ -97,7 +98,7 @@ TargetFile loadTarget(Review& review, const std::string& path, const std::string
   }
   // Whatever is not exactly a ring target is sent as a silhouette. A type that is not known is all there is to say.
   if (findings.problems.empty() || review.force()) {
-    const auto kind = target.type == "RING" ? DocumentKind::RingTarget : DocumentKind::SilhouetteTarget;
+    const auto kind = target.type == text::ring ? DocumentKind::RingTarget : DocumentKind::SilhouetteTarget;
     const Findings more = check(target.document, kind);
     findings.problems.insert(findings.problems.end(), more.problems.begin(), more.problems.end());
     findings.warnings = more.warnings;

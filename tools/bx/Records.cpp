@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "bx/DocumentKeys.h"
+
 namespace BX::tool {
 
 namespace {
@@ -16,7 +18,7 @@ std::string systemReason() { return std::generic_category().message(errno); }
 
 bool isShot(const Json& record) {
   const auto& root = record.getDocument();
-  return root.IsObject() && root.HasMember("ShotNumber");
+  return root.IsObject() && root.HasMember(key::record::shotNumber);
 }
 
 std::string timeNow() {

@@ -9,6 +9,7 @@
 #include "Documents.h"
 #include "Playback.h"
 #include "Records.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 #include "platform/serial/Payload.h"
 
@@ -77,7 +78,7 @@ class Replay {
  private:
   // An upload on a closed port fails at once, but tells the device object of the target in use.
   void useTarget(TargetFile target) {
-    if (target.type == "RING") {
+    if (target.type == text::ring) {
       device_.uploadRingTarget(target.document);
     } else {
       device_.uploadSilhouetteTarget(target.document);
@@ -126,7 +127,7 @@ class Replay {
     const bool failed = !send(step.request);
     const bool failedThere = !step.answer || link::failureOf(step.request, expectedOf(step.request), *step.answer);
     if (failed == failedThere) return;
-    const std::string reason = explain(link::lastError(recording_.port));
+    const std::string reason = explain(link::lastFailure(recording_.port));
     playback_.depart(recording_.entries[step.at],
                      failed ? "this request was answered, and fails in the replay: " + reason
                             : "this request had no answer that counts, and succeeds in the replay");
@@ -159,7 +160,7 @@ class Replay {
 
   bool startStream(BXSerialCom::DeviceMode mode) {
     Json session;
-    MORVA::setBoolean(session, "isInFieldMode", mode == BXSerialCom::FIELD_STREAM);
+    MORVA::setBoolean(session, key::session::isInFieldMode, mode == BXSerialCom::FIELD_STREAM);
     device_.setSessionSettings(session);
     device_.getSerialCom().currentDeviceMode = BXSerialCom::NO_MODE;  // the command is sent whatever came before
     device_.startThread();

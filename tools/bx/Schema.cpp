@@ -1,12 +1,14 @@
 #include "Schema.h"
 
+#include "bx/DocumentKeys.h"
+
 namespace BX::tool {
 
 namespace {
 
 constexpr std::int64_t byteField = 0xFF;
 constexpr std::int64_t wordField = 0xFFFF;
-constexpr std::int64_t highestTargetNumber = 254;  // 255 means no target
+constexpr std::int64_t highestTargetNumber = noTarget - 1;
 
 Field boolean(std::string key) { return {.key = std::move(key), .type = FieldType::Boolean, .missing = "true"}; }
 
@@ -26,7 +28,7 @@ Field choice(std::string key, std::vector<std::string> choices, std::string miss
 }
 
 Field name(std::string missing) {
-  return {.key = "TargetName", .type = FieldType::Name, .missing = std::move(missing)};
+  return {.key = key::target::targetName, .type = FieldType::Name, .missing = std::move(missing)};
 }
 
 Field targetNumber(std::string key) {
@@ -39,73 +41,83 @@ Field bitmap(std::string key, std::string missing) {
 
 Scaling times(std::int64_t factor) { return {.metric = factor, .other = factor}; }
 
-const std::vector<std::string> lengthUnits = {"mm", "Millimeters", "in", "Inches"};
+Scaling times(scale::ByUnit factor, std::string unitKey) {
+  return {.metric = factor.of(true), .other = factor.of(false), .unitKey = std::move(unitKey)};
+}
+
+// The library takes any other text for the longer unit.
+const std::vector<std::string> lengthUnits = {text::mm, text::millimeters, "in", text::inches};
+const std::vector<std::string> distanceUnits = {text::m, text::meters, text::yd, text::yards};
 
 std::vector<Field> deviceSettings() {
-  return {choice("Mounting", {"ABOVE", "BELOW", "LEFT", "RIGHT"}, "ABOVE"),
-          boolean("ArrowButtonsEnabled"),
-          boolean("UseZeroing"),
-          boolean("RegisterAllTriggers"),
-          boolean("TargetReceiverHitIndicationBeam"),
-          boolean("SleepWakeUp"),
-          boolean("GraphicDisplay"),
-          boolean("HitSoundBuzzer"),
-          reportedOnly("EvaluateSilhouette"),
-          reportedOnly("CountRingScore")};
+  namespace k = key::settings;
+  return {choice(k::mounting, {text::above, text::below, text::left, text::right}, text::above),
+          boolean(k::arrowButtonsEnabled),
+          boolean(k::useZeroing),
+          boolean(k::registerAllTriggers),
+          boolean(k::targetReceiverHitIndicationBeam),
+          boolean(k::sleepWakeUp),
+          boolean(k::graphicDisplay),
+          boolean(k::hitSoundBuzzer),
+          reportedOnly(k::evaluateSilhouette),
+          reportedOnly(k::countRingScore)};
 }
 
 std::vector<Field> sessionSettings() {
-  return {boolean("isInFieldMode"),
-          integer("NumberOfBullets", byteField),
-          integer("WakeupAngle", byteField),
-          integer("ShotRejectionAngle", byteField),
-          integer("SleepTimeout", byteField),
-          integer("TriggerSensitivity", byteField),
-          number("CockingDelay", byteField, times(10))};
+  namespace k = key::session;
+  return {boolean(k::isInFieldMode),
+          integer(k::numberOfBullets, byteField),
+          integer(k::wakeupAngle, byteField),
+          integer(k::shotRejectionAngle, byteField),
+          integer(k::sleepTimeout, byteField),
+          integer(k::triggerSensitivity, byteField),
+          number(k::cockingDelay, byteField, times(scale::cockingDelay))};
 }
 
 std::vector<Field> ringTarget() {
-  std::vector<Field> fields = {targetNumber("RingTargetNumber"),
-                               name("\"M16 200 yd\""),
-                               choice("NominalShootingDistanceUnit", {"m", "Meters", "yd", "Yards"}, "yards"),
-                               integer("NominalDistance", wordField, times(10)),
-                               choice("CaliberUnit", lengthUnits, "inches"),
-                               number("Caliber", wordField, {.metric = 100, .other = 1000, .unitKey = "CaliberUnit"}),
-                               choice("RingGapUnitType", lengthUnits, "inches"),
-                               choice("RingsGapsUnit", {"Fixed", "Variable"}, "variable gaps"),
-                               integer("HighestRing", byteField),
-                               integer("MinimumRing", byteField),
-                               integer("HIBMinScore", byteField, times(10)),
-                               integer("TargetWidth", byteField),
-                               integer("TargetHeight", byteField),
-                               integer("PrismPlaceX", wordField),
-                               integer("PrismPlaceY", wordField),
-                               integer("NumberOfPrisms", byteField)};
-  const Scaling ringUnit = {.metric = 10, .other = 100, .unitKey = "RingGapUnitType"};
+  namespace k = key::ring;
+  std::vector<Field> fields = {targetNumber(k::ringTargetNumber),
+                               name('"' + std::string(text::defaultRingName) + '"'),
+                               choice(key::target::distanceUnit, distanceUnits, "yards"),
+                               integer(key::target::nominalDistance, wordField, times(scale::nominalDistance)),
+                               choice(k::caliberUnit, lengthUnits, "inches"),
+                               number(k::caliber, wordField, times(scale::caliber, k::caliberUnit)),
+                               choice(key::target::sizeUnit, lengthUnits, "inches"),
+                               choice(k::ringGaps, {text::fixed, text::variable}, "variable gaps"),
+                               integer(k::highestRing, byteField),
+                               integer(k::minimumRing, byteField),
+                               integer(k::hibMinScore, byteField, times(scale::hibMinScore)),
+                               integer(key::target::targetWidth, byteField),
+                               integer(key::target::targetHeight, byteField),
+                               integer(key::target::prismPlaceX, wordField),
+                               integer(key::target::prismPlaceY, wordField),
+                               integer(key::target::numberOfPrisms, byteField)};
+  const Scaling ringSize = times(scale::ringSize, key::target::sizeUnit);
   for (const char* key :
-       {"DiameterInnerWhite", "DiameterBlackArea", "HitRingGap", "DiameterX", "DiameterHighestRing"}) {
-    fields.push_back(integer(key, wordField, ringUnit));
+       {k::diameterInnerWhite, k::diameterBlackArea, k::hitRingGap, k::diameterX, k::diameterHighestRing}) {
+    fields.push_back(integer(key, wordField, ringSize));
   }
   constexpr int variableDiameters = 11;
   for (int i = 1; i <= variableDiameters; ++i) {
-    fields.push_back(integer("DiameterVariableHminus" + std::to_string(i), wordField, ringUnit));
+    fields.push_back(integer(k::diameterVariable + std::to_string(i), wordField, ringSize));
   }
   return fields;
 }
 
 std::vector<Field> silhouetteTarget() {
-  const Scaling sizeUnit = {.metric = 1, .other = 10, .unitKey = "RingGapUnitType"};
-  return {targetNumber("SilhouetteTargetNumber"),
+  namespace k = key::target;
+  const Scaling size = times(scale::silhouetteSize, k::sizeUnit);
+  return {targetNumber(key::silhouette::silhouetteTargetNumber),
           name("an empty name"),
-          choice("NominalShootingDistanceUnit", {"m", "Meters", "yd", "Yards"}, "yards"),
-          integer("NominalDistance", wordField, times(10)),
-          choice("RingGapUnitType", lengthUnits, "inches"),
-          integer("TargetWidth", wordField, sizeUnit),
-          integer("TargetHeight", wordField, sizeUnit),
-          integer("PrismPlaceX", wordField),
-          integer("PrismPlaceY", wordField),
-          integer("NumberOfPrisms", byteField),
-          bitmap("SilhouetteTarget", "no bitmap, and sends none")};
+          choice(k::distanceUnit, distanceUnits, "yards"),
+          integer(k::nominalDistance, wordField, times(scale::nominalDistance)),
+          choice(k::sizeUnit, lengthUnits, "inches"),
+          integer(k::targetWidth, wordField, size),
+          integer(k::targetHeight, wordField, size),
+          integer(k::prismPlaceX, wordField),
+          integer(k::prismPlaceY, wordField),
+          integer(k::numberOfPrisms, byteField),
+          bitmap(key::silhouette::bitmap, "no bitmap, and sends none")};
 }
 
 }  // namespace

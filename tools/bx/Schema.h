@@ -37,11 +37,6 @@ struct Field {
 
 const std::vector<Field>& fieldsOf(DocumentKind kind);
 
-inline constexpr std::size_t longestName = 10;
-inline constexpr std::size_t bitmapRows = 64;
-inline constexpr std::size_t bitmapColumns = 64;
-inline constexpr unsigned highestPixel = 3;
-
 // What is wrong with a document, each as one phrase that names the key.
 struct Findings {
   std::vector<std::string> problems;  // reasons to refuse it

@@ -1,5 +1,6 @@
 #include "Connection.h"
 #include "Documents.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 
 namespace BX::tool {
@@ -19,7 +20,7 @@ void upload(Tool& tool, const TargetOptions& options) {
 // The record of the number that was asked for: the only one that a download marks with its type.
 const Json* requestedTarget(const std::vector<Json>& targets) {
   for (const auto& target : targets) {
-    if (!MORVA::getText(target, "TargetType").empty()) return &target;
+    if (!MORVA::getText(target, key::target::targetType).empty()) return &target;
   }
   return nullptr;
 }
@@ -27,7 +28,7 @@ const Json* requestedTarget(const std::vector<Json>& targets) {
 void download(Tool& tool, const TargetOptions& options) {
   Connection connection(tool, options.port);
   auto& device = connection.device();
-  const bool ring = options.type != "SILHOUETTE";
+  const bool ring = options.type != text::silhouette;
   connection.begin();
   device.setDeviceMode(BXSerialCom::TRANSFER, false);
   const bool complete =
