@@ -1,12 +1,31 @@
 // What the hosts before, and beside, have to do with a terminal.
 #include <fcntl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <csignal>
 #include <ctime>
 #include <random>
 
 #include "tests/lifetimes/Lifetimes.h"
+
+namespace {
+
+std::atomic<int> abortedHandle = -1;  // the next read of it fails as one that was cancelled
+
+}  // namespace
+
+// In the place of the C library's, for the whole program.
+extern "C" ssize_t read(int handle, void* bytes, size_t size) {
+  int expected = handle;
+  if (!abortedHandle.compare_exchange_strong(expected, -1)) return ::syscall(SYS_read, handle, bytes, size);
+  errno = ECANCELED;
+  return -1;
+}
 
 namespace BX::test {
 namespace {
@@ -114,6 +133,39 @@ TEST_F(Terminal, RefusesASecondHostAndKeepsTheFirst) {
   EXPECT_TRUE(com.setDeviceMode(BXSerialCom::RESTING, true));
   EXPECT_EQ(heard, records + 1);  // and the mode's answer
   EXPECT_EQ(link::statistics(port).framesDamaged, 0U);
+}
+
+// The descriptor that this process has open on a terminal, as the host.
+int handleOf(const std::string& terminal) {
+  for (int handle = 0; handle < 1024; ++handle) {
+    std::array<char, 64> name{};
+    if (::ttyname_r(handle, name.data(), name.size()) == 0 && terminal == name.data()) return handle;
+  }
+  return -1;
+}
+
+// Some drivers tell so that the cable was pulled.
+TEST_F(Terminal, TakesAnAbortedReadForAHangUp) {
+  start();
+  ASSERT_TRUE(com.openPort());
+  ASSERT_TRUE(com.poll());
+  abortedHandle = handleOf(port);
+  EXPECT_FALSE(com.poll());
+  EXPECT_EQ(link::lastFailure(port).kind, link::FailureKind::HungUp);
+  EXPECT_FALSE(com.isConnected());
+}
+
+TEST_F(Terminal, IsFreeOnceItIsClosedThoughAForkedChildHoldsIt) {
+  start();
+  ASSERT_TRUE(com.openPort());
+  const pid_t child = ::fork();
+  if (child == 0) {
+    for (;;) ::pause();
+  }
+  com.closePort();
+  EXPECT_TRUE(com.openPort()) << link::lastError(port);
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
 }
 
 // In seconds, of all threads.

@@ -232,6 +232,74 @@ TEST_F(LinkTest, leavesAHangUpOutsideAStreamToTheNextExchange) {
   EXPECT_EQ(reason(), "the port was hung up") << "and nobody was asked to remove it";
 }
 
+// A handler that does not come back holds up the end of a stream no longer than an answer may take.
+TEST_F(LinkTest, doesNotWaitForAHandlerThatStaysAway) {
+  link::setOptions({.reply = 1s});
+  startStreaming({"CA01"});
+  Event stopped;
+  com->setProcessTrainingCallback([&] { EXPECT_TRUE(stopped.wait()); });
+  com->startSessionListening();
+  EXPECT_TRUE(com->setDeviceMode(BXSerialCom::RESTING, true));
+  stopped.set();
+  awaitEnd();
+}
+
+TEST_F(LinkTest, dropsAndCountsWhatNobodyListensTo) {
+  sim::Options options;
+  options.rate = 5000;
+  options.stream.emplace(1'000'000, bytesOf("CA01"));
+  options.script = {{bytesOf("6F04"), {}}};  // refuses to end its stream
+  start(std::move(options));
+  com->setProcessTrainingCallback(keep);
+  const auto dropped = [this] { return link::statistics(device->port).payloadsDropped; };
+  ASSERT_TRUE(com->setDeviceMode(BXSerialCom::FIELD_STREAM, false));
+  com->startSessionListening();
+  EXPECT_FALSE(com->setDeviceMode(BXSerialCom::RESTING, true));
+  EXPECT_EQ(dropped(), 0U);
+  com->setRunning(false);
+  awaitEnd();
+  await([&] { return dropped() > 100; });
+  EXPECT_TRUE(com->poll());
+  const std::size_t before = received.size();
+  com->startSessionListening();
+  await([&] { return link::statistics(device->port).payloadsReceived > dropped() + before + 100; });
+  com->setRunning(false);
+  awaitEnd();
+  EXPECT_GT(received.size(), before);
+  EXPECT_EQ(link::lastFailure(device->port).kind, link::FailureKind::Refused) << "nothing of it waited";
+}
+
+TEST_F(LinkTest, beginsASessionByItselfWhenAnIdleDeviceHasLostIts) {
+  startStoring(1);
+  const auto loseSession = [this] {
+    device->simulator.setFaults({sim::parseFaultRule("to-device:ack:1:restart")});
+    ASSERT_TRUE(com->poll());
+    await([this] { return device->simulator.faultsWaiting() == 0; });
+  };
+  loseSession();
+  EXPECT_TRUE(com->poll());
+  EXPECT_TRUE(com->setDeviceMode(BXSerialCom::TRANSFER, false));
+  loseSession();
+  EXPECT_FALSE(downloadPage(keep)) << "the device rests since then";
+  EXPECT_EQ(link::lastFailure(device->port).kind, link::FailureKind::SessionLost);
+  EXPECT_TRUE(com->setDeviceMode(BXSerialCom::TRANSFER, false));
+  EXPECT_TRUE(downloadPage(keep));
+}
+
+TEST_F(LinkTest, opensAndClosesInTurns) {
+  start();
+  for (int i = 0; i < 300; ++i) {
+    std::thread closer([&] { com->closePort(); });
+    com->openPort();
+    closer.join();
+    EXPECT_TRUE(com->openPort() && com->poll()) << reason();
+    com->closePort();
+    std::thread opener([&] { EXPECT_TRUE(com->openPort() && com->poll()) << reason(); });
+    EXPECT_TRUE(com->openPort() && com->poll()) << reason();
+    opener.join();
+  }
+}
+
 TEST_F(LinkTest, closesFromInsideAHandlerAndCallsNoOther) {
   startStoring(5);
   EXPECT_FALSE(downloadPage([this] {
