@@ -1,5 +1,5 @@
 // Both ends of the link procedure on a line whose faults are the input: each payload arrives once and in order, or the
-// session ends, and a line that has become sound again works.
+// session ends, and a line that has become sound again works, whatever frames a stranger has put there.
 #include "fuzz/Fuzz.h"
 #include "tests/support/TwoStations.h"
 
@@ -52,11 +52,19 @@ class Harness {
 
   void breakOff(std::size_t how) {
     if (how == 3) line_.hostSleeps = !line_.hostSleeps;
-    if (how > 2) return;
+    if (how == 4 || how == 5) deceive(how == 4 ? line_.host : line_.device);
     if (how == 0) line_.device.station.restart();
     if (how == 1) line_.host.station.connect(line_.now);
     if (how == 2) line_.host.station.disconnect(line_.now);
-    (how == 0 ? line_.device : line_.host).forget();
+    if (how == 6) line_.device.station.dropUnsent(link::streamTag);
+    if (how == 0 || how == 6) line_.device.forget();
+    if (how == 1 || how == 2) line_.host.forget();
+  }
+
+  // A sound frame that its peer has never sent, of any content.
+  void deceive(test::End& end) {
+    line_.host.deceived = line_.device.deceived = true;
+    end.station.receive(input_.block(), line_.now);
   }
 
   // A byte of the input; without one, all is well.
@@ -75,6 +83,13 @@ class Harness {
   void recovers() {
     line_.hostSleeps = false;
     line_.run(3s);
+    if (line_.host.deceived) {  // the next session is a sound one
+      line_.host.station.connect(line_.now);
+      line_.run(3s);
+      line_.host.deceived = line_.device.deceived = false;
+      line_.host.forget();
+      line_.device.forget();
+    }
     line_.host.send(3, false, 8, line_.now);
     line_.run(3s);
     if (line_.host.station.state() == link::Station::State::Down) {  // the fault was found out by this very request

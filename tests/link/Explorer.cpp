@@ -140,8 +140,7 @@ class Explorer {
     auto& queue = state.queues[at];
     int& left = state.budget[action][at];
     if (left == 0 || !mayHappen(state, action, at)) return false;
-    --left;
-    if (left < 0) left = -1;
+    if (left > 0) --left;
     if (action == Deliver || action == Copy) end.receive(queue.front(), state.now[at]);
     if (action == Deliver || action == Lose) queue.pop_front();
     if (action == Tick) pass(state, at);
@@ -176,11 +175,11 @@ class Explorer {
 
   // Nothing is left to do; or the host is down, and the device's messages wait for another one.
   static bool settled(const State& state) {
-    const auto owes = [&](std::size_t at) {
-      return state.ends[at].station.backlog() > 0 || !state.ends[at].owesNothingTo(state.ends[1 - at]);
-    };
-    if (!state.queues[Host].empty() || !state.queues[Device].empty() || owes(Host)) return false;
-    return !owes(Device) || state.ends[Host].station.state() == link::Station::State::Down;
+    const auto& [host, device] = state.ends;
+    if (!state.queues[Host].empty() || !state.queues[Device].empty()) return false;
+    if (host.station.backlog() > 0 || !host.owesNothingTo(device)) return false;
+    return host.station.state() == link::Station::State::Down ||
+           (device.station.backlog() == 0 && device.owesNothingTo(host));
   }
 
   // To a state in which nothing is left to do.
