@@ -29,17 +29,15 @@ TEST(Failures, TellWhatARefusedRequestAskedFor) {
 
 TEST(Progress, BarFillsAndStopsAtTheEnd) {
   EXPECT_EQ(progressBar(1, 4), "[##########..............................] 1 of 4 pages");
-  EXPECT_EQ(progressBar(5, 4), "[########################################] 4 of 4 pages");
-  EXPECT_EQ(progressBar(0, 0), "[########################################] 0 of 0 pages");
+  EXPECT_EQ(progressBar(5, 4), '[' + std::string(40, '#') + "] 4 of 4 pages");
+  EXPECT_EQ(progressBar(0, 0), '[' + std::string(40, '#') + "] 0 of 0 pages");
 }
 
 TEST(Screen, DrawsHitsAroundTheCentre) {
-  const auto shot = [](int number, double x, double y) {
-    return parseDocument("{\"ShotNumber\": " + std::to_string(number) + ", \"PositionX\": " + std::to_string(x) +
-                             ", \"PositionY\": " + std::to_string(y) + "}",
-                         "test");
-  };
-  const auto rows = drawHits({shot(1, -50, 50), shot(12, 50, -50), shot(3, 0, 0)});
+  const auto shot = [](const std::string& members) { return parseDocument("{" + members + "}", "test"); };
+  const auto rows = drawHits({shot(R"("ShotNumber": 1, "PositionX": -50, "PositionY": 50)"),
+                              shot(R"("ShotNumber": 12, "PositionX": 50, "PositionY": -50)"),
+                              shot(R"("ShotNumber": 3, "PositionX": 0, "PositionY": 0)")});
   ASSERT_THAT(rows, ::testing::SizeIs(11));
   EXPECT_EQ(rows[0], "1         |          ");
   EXPECT_EQ(rows[5], "----------3----------");
