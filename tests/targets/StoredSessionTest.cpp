@@ -96,22 +96,21 @@ TEST(StoredSession, FailsWithoutRecords) {
   }
 }
 
-TEST(StoredSession, IsClearedInSevenBlocks) {
-  StoredSession session(storing({{0, 0, shot(1, 4, 255)}, {5, 0, measurement}}));
-  ASSERT_TRUE(session.uploadRing(parsed(R"({"RingTargetNumber":4})")));
-  EXPECT_EQ(session.download(), "1-");
-  ASSERT_TRUE(session.device.clearTrainingDataOnDevice());
-  EXPECT_THAT(session.device.getTrainingFrames(), IsEmpty());
-  EXPECT_EQ(session.download(), "");
-  EXPECT_THAT(session.sent("6D"), SizeIs(4));  // for the first download alone
-  EXPECT_THAT(session.sent("62"), ElementsAre("62000062", "62050067", "6200FF61", "6201FF62", "6202FF63", "6203FF64",
-                                              "6204FF65", "6205FF66", "6206FF67"));
-}
-
-TEST(StoredSession, IsClearedUpToTheFirstRefusal) {
-  StoredSession session(refusing("6203FF"));
-  EXPECT_FALSE(session.device.clearTrainingDataOnDevice());
-  EXPECT_THAT(session.sent("62"), SizeIs(4));
+TEST(StoredSession, IsClearedInSevenBlocksUpToTheFirstRefusal) {
+  const std::vector<std::string> clears = {"6200FF61", "6201FF62", "6202FF63", "6203FF64",
+                                           "6204FF65", "6205FF66", "6206FF67"};
+  for (const auto& [refused, sent] : {std::pair("6207", 7), std::pair("6203FF", 4)}) {
+    StoredSession session(storing({{0, 0, shot(1, 4, 255)}}, refusing(refused)));
+    ASSERT_TRUE(session.uploadRing(parsed(R"({"RingTargetNumber":4})")));
+    EXPECT_EQ(session.download(), "1");
+    EXPECT_EQ(session.device.clearTrainingDataOnDevice(), sent == 7);
+    EXPECT_THAT(session.device.getTrainingFrames(), IsEmpty());
+    EXPECT_EQ(session.download(), "");
+    auto expected = std::vector(clears.begin(), clears.begin() + sent);
+    expected.insert(expected.begin(), "62000062");
+    EXPECT_EQ(session.sent("62"), expected);
+    EXPECT_THAT(session.sent("6D"), SizeIs(4));  // for the first download alone
+  }
 }
 
 }  // namespace

@@ -12,26 +12,28 @@ using testing::SizeIs;
 using testing::StartsWith;
 
 TEST(Upload, EndsAtTheFirstRefusalAndStaysInTheDeviceObject) {
-  const std::string rows = "[[0],[1],[2]]";
-  const struct {
-    std::string refused;
-    std::string bitmap;
-    std::size_t frames;
-    bool accepted;
-  } table[] = {{"6C0200", "[]", 1, false}, {"6C0201", "[]", 2, false}, {"6C0202", "[]", 3, false},
-               {"6C0283", "[]", 4, false}, {"660200", rows, 1, false}, {"660201", rows, 2, false},
-               {"664201", rows, 4, false}, {"664203", rows, 5, true},  {"664200", "[]", 2, true},
-               {"664200", "{}", 2, true}};
-  for (const auto& [refused, bitmap, frames, accepted] : table) {
-    SCOPED_TRACE(refused);
-    const auto letter = refused.substr(0, 2);
+  // What is refused, the bitmap, and the frames that are sent, of 4 or of 2 and the rows.
+  for (const auto& row : rowsOf(R"(
+    6C0200 | []            | 1
+    6C0201 | []            | 2
+    6C0202 | []            | 3
+    6C0283 | []            | 4
+    660200 | [[0],[1],[2]] | 1
+    660201 | [[0],[1],[2]] | 2
+    664201 | [[0],[1],[2]] | 4
+    664203 | [[0],[1],[2]] | 5, accepted
+    664200 | []            | 2, accepted
+    664200 | {}            | 2, accepted)")) {
+    SCOPED_TRACE(row[0] + row[1]);
+    const auto letter = row[0].substr(0, 2);
     const bool isRing = letter == "6C";
-    Transfer transfer(refusing(refused));
-    const auto target = parsed(
-        R"({"RingTargetNumber":2,"SilhouetteTargetNumber":2,"NumberOfPrisms":1,"SilhouetteTarget":)" + bitmap + "}");
+    const bool accepted = row[2].size() > 1;
+    Transfer transfer(refusing(row[0]));
+    const auto target =
+        documentOf("RingTargetNumber SilhouetteTargetNumber NumberOfPrisms SilhouetteTarget", "2 2 1 " + row[1]);
     EXPECT_EQ(isRing ? transfer.uploadRing(target) : transfer.uploadSilhouette(target), accepted);
     EXPECT_NE(transfer.device.hasError(), accepted);
-    EXPECT_THAT(transfer.sent(letter), SizeIs(frames));
+    EXPECT_THAT(transfer.sent(letter), SizeIs(std::stoul(row[2])));
     EXPECT_THAT(transfer.targets(), ElementsAre(target.toString()));
     EXPECT_EQ(transfer.targetsInUse(), isRing ? "02FF01" : "FF0201");
   }
@@ -50,6 +52,19 @@ TEST(TargetStore, ListsRingsThenSilhouettesByNumberAndForgetsAll) {
   transfer.device.clearTargetData();
   EXPECT_THAT(transfer.targets(), IsEmpty());
   EXPECT_EQ(transfer.targetsInUse(), "FFFF02");
+}
+
+TEST(Settings, OfWhichNothingIsSaidAreOnAndAtTheirHighest) {
+  for (const auto* nothing :
+       {"{}", R"([{"Mounting":"LEFT","NumberOfBullets":1}])", R"({"Mounting":{},"CockingDelay":"1"})"}) {
+    Transfer transfer;
+    transfer.device.setDeviceSettings(parsed(nothing));
+    transfer.device.setSessionSettings(parsed(nothing));
+    EXPECT_EQ(transfer.targetsInUse(), "FFFF00");
+    EXPECT_THAT(transfer.sent("64"),
+                ElementsAre("64001001020000000000000000000000000077", "64011C21FFFF00FFFFFFFFFF0000000000009B",
+                            "64021C21FFFF00FFFFFFFFFF0000000000009C", StartsWith("6483")));
+  }
 }
 
 TEST(RingDownload, KeepsTheHeaderOfATargetThatIsThereAndScalesByItsUnit) {
@@ -100,17 +115,17 @@ TEST(SilhouetteDownload, BringsWhatWentUpToSlotZeroBackWhole) {
   }
   const auto up = transfer.sent("66");
   ASSERT_THAT(up, SizeIs(66));
-  EXPECT_EQ(up[0], "660000000101F400000000000001F40000000051");
-  EXPECT_EQ(up[1], "660001746F72736F00000000000000000000009E");
-  EXPECT_EQ(up[2], "66400000000000000000000000000000000000A6");
-  EXPECT_EQ(up[40], "6640260000015556AABFFFFFFEAA9555400000B1");
-  EXPECT_EQ(up[65], "6640BF0000000555555555555555555000000062");
+  for (const auto& row : rowsOf(R"(
+    0  | 660000000101F400000000000001F40000000051
+    1  | 660001746F72736F00000000000000000000009E
+    2  | 66400000000000000000000000000000000000A6
+    40 | 6640260000015556AABFFFFFFEAA9555400000B1
+    65 | 6640BF0000000555555555555555555000000062)")) {
+    EXPECT_EQ(up[std::stoul(row[0])], row[1]);
+  }
   const auto down = transfer.sent("67");
   ASSERT_THAT(down, SizeIs(2 * 66));
-  EXPECT_EQ(down[0], "67000067");
-  EXPECT_EQ(down[1], "67000168");
-  EXPECT_EQ(down[2], "674000A7");
-  EXPECT_EQ(down[65], "67403FE6");
+  EXPECT_EQ(down[0] + down[1] + down[2] + down[65], "6700006767000168674000A767403FE6");
 }
 
 TEST(SilhouetteDownload, ReadsEveryReplyOfAnotherSlotAsARow) {

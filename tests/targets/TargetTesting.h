@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "tests/device/DeviceTesting.h"
+#include "tests/support/Table.h"
 
 namespace BX::test {
 
@@ -19,6 +20,17 @@ inline Json example(const std::string& name) { return parsed(sourceText("example
 
 // `hex` without its spaces.
 inline std::string compact(const std::string& hex) { return hexOf(bytesOf(hex)); }
+
+// A document of these keys, which blanks part; its values are JSON between blanks. What has no value is missing.
+inline Json documentOf(const std::string& keys, const std::string& values) {
+  std::istringstream names(keys);
+  std::istringstream literals(values);
+  std::string text;
+  for (std::string key, value; literals >> value && names >> key;) {
+    text += (text.empty() ? "{\"" : ",\"") + key + "\":" + value;
+  }
+  return text.empty() ? Json() : parsed(text + "}");
+}
 
 // A device in transfer mode.
 struct Transfer : Connection {
