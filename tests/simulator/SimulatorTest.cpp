@@ -1,96 +1,82 @@
-// The device at the end of a line: its frames to the byte, its sessions, its transcript, its terminal.
+// The device at the end of a line: its speed, its transcript, its shooter, and what it reads and leaves on the disk.
 #include "simulator/Simulator.h"
 
 #include <gmock/gmock.h>
 
 #include <condition_variable>
 #include <filesystem>
+#include <fstream>
 #include <mutex>
+#include <regex>
+#include <thread>
 
 #include "bx/BXSerialCom.h"
 #include "platform/serial/Frame.h"
 #include "platform/serial/LoopbackLine.h"
+#include "simulator/DeviceWire.h"
+#include "simulator/Lane.h"
+#include "simulator/Pacer.h"
 #include "simulator/PublishedLink.h"
+#include "simulator/Shooter.h"
 #include "tests/support/DisturbedLine.h"
 #include "tests/support/Event.h"
 #include "tests/support/Hex.h"
+#include "tests/support/Table.h"
 
 namespace BX::sim {
 namespace {
 
+namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using test::bytesOf;
 using test::hexOf;
 using testing::ElementsAre;
-using testing::EndsWith;
+using testing::FieldsAre;
 
-// A host that knows nothing but bytes.
-class RawHost {
- public:
-  explicit RawHost(std::unique_ptr<link::Transport> line) : line_(std::move(line)) {
-    line_->open({[this](auto bytes) { hear(hexOf(bytes)); }, [this](const auto&) { hear("hung up"); }});
-  }
-  ~RawHost() { line_->close(); }
-  void write(const std::string& hex) { line_->write(bytesOf(hex)); }
-  // Everything that was received so far, once it is `expected`.
-  std::string await(const std::string& expected) {
-    std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, 10s, [&] { return received_ == expected; });
-    return received_;
-  }
-
- private:
-  void hear(const std::string& what) {
-    const std::scoped_lock lock(mutex_);
-    received_ += what;
-    changed_.notify_all();
-  }
-
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::string received_;
-  std::unique_ptr<link::Transport> line_;
-};
-
-// Written down from the layout, the checksums by another program: the device shares its frame codec with the host, and
-// a mistake in both would show nowhere else.
-const std::string beginSession = "00043F016E03085500";
-const std::string sessionBegun = "0007730132CC085C00";
-const std::string startupRequest = "000108017373ED98BF9800";
-const std::string startupAnswer = "00092001597322C1DC8E00";
-
-Options patient() {
-  Options options;
-  options.resend = 1min;
-  return options;
+TEST(Pacer, LetsBytesArriveAtTheSpeedOfTheLine) {
+  constexpr Pacer::Time start{};
+  Pacer pacer(1000, 500ms);  // a byte each 10 ms
+  pacer.push({1, 2}, start);
+  pacer.push({3}, start);
+  EXPECT_EQ(pacer.due(), start + 520ms);
+  EXPECT_EQ(pacer.takeDue(start + 519ms), std::nullopt);
+  EXPECT_EQ(pacer.takeDue(start + 525ms), (Bytes{1, 2}));
+  EXPECT_EQ(pacer.due(), start + 530ms);
+  pacer.push({4}, start + 40ms);
+  EXPECT_EQ(pacer.takeDue(start + 540ms), Bytes{3});
+  EXPECT_EQ(pacer.due(), start + 550ms) << "an idle line saves no time up";
+  pacer.clear();
+  EXPECT_EQ(pacer.due(), std::nullopt);
 }
 
-TEST(Simulator, AnswersInFramesThatAreExactToTheByteUntilItHangsUp) {
-  link::LoopbackLine line;
-  Simulator simulator(patient(), line.deviceEnd());
-  RawHost host(line.hostEnd());
-  host.write("FF730012345678" + beginSession);  // garbage costs nothing
-  EXPECT_EQ(host.await(sessionBegun), sessionBegun);
-  host.write(startupRequest);
-  EXPECT_EQ(host.await(sessionBegun + startupAnswer), sessionBegun + startupAnswer);
-  EXPECT_THAT(simulator.transcript(), ElementsAre("> 7373"));
-  simulator.hangUp();
-  EXPECT_THAT(host.await(sessionBegun + startupAnswer + "hung up"), EndsWith("hung up"));
-  EXPECT_THROW(RawHost(line.hostEnd()), std::runtime_error);
+TEST(Shooter, GivesTheSameBytesForTheSameSeedOnEveryMachine) {
+  const auto records = [](std::uint64_t seed, std::uint16_t distance) {
+    Shooter shooter(seed, {3, 7, wire::noTarget, distance});
+    std::vector<std::string> all(5000);
+    for (auto& record : all) record = hexOf(shooter.next());
+    return all;
+  };
+  const auto pinned = records(1, 250);
+  EXPECT_EQ(pinned[0], "CA650001FC49ED7B00070000000000FA01");
+  EXPECT_EQ(pinned[89], "CA65005AFE1DFFFAFFF5FFFA000000FA00");
+  EXPECT_EQ(pinned[90], "CA6A0100FE1DFFFAFFF5FFFA000007FF03000007080003700000000000FA") << "where it aimed";
+  EXPECT_EQ(records(2, 3000)[90], "CA6A0100FFFC003E0007FFF8000007FF030000070800039F000000000BB8");
+  EXPECT_EQ(pinned[4999], "CA65136B02A70060000B0003000000FA00");
 }
 
 TEST(Simulator, PacesBytesInBothDirections) {
-  Options options = patient();
-  options.baud = 9600;
+  Options options;
+  options.resend = 1min;
+  options.baud = 2400;
   options.latency = 20ms;
-  link::LoopbackLine line;
-  const Simulator simulator(options, line.deviceEnd());
-  RawHost host(line.hostEnd());
+  const test::LoopbackDevice device(options);
+  BXSerialCom com;
+  com.initializePort(device.port);
+  com.openPort();
   const auto start = std::chrono::steady_clock::now();
-  host.write(beginSession + startupRequest);
-  host.await(sessionBegun + startupAnswer);
-  // 19 bytes up, then 10 bytes down, each of ten bits, and the latency.
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 29 * 10 * 1000ms / 9600 + 20ms);
+  ASSERT_TRUE(com.sendStartupCommand());
+  // To begin the session 9 bytes go up and 9 come down, for the request 11 and 11, each of ten bits; twice the latency.
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 40 * 10 * 1000ms / 2400 + 2 * 20ms);
 }
 
 TEST(Simulator, WritesDownEachPayloadOnceAndRestsWhenAHostHasGone) {
@@ -99,7 +85,6 @@ TEST(Simulator, WritesDownEachPayloadOnceAndRestsWhenAHostHasGone) {
   com.initializePort(device.port);
   ASSERT_TRUE(com.openPort() && com.sendStartupCommand() && com.poll());
   EXPECT_TRUE(device.simulator.awaitTranscript("< ", 2));
-  EXPECT_FALSE(device.simulator.awaitTranscript("< ", 3, 0ms));
   EXPECT_THAT(device.simulator.transcript(), ElementsAre("> 7373", "< 5973", "> 7070", "< 5970"));
   ASSERT_TRUE(com.setDeviceMode(BXSerialCom::FIELD_STREAM, false));
   com.closePort();
@@ -128,16 +113,43 @@ TEST(Simulator, KeepsSessionAndStreamForAHostThatIsSilent) {
   EXPECT_TRUE(device.simulator.awaitTranscript("< CA6A", 40));
 }
 
+// A host that knows nothing but bytes.
+class RawHost {
+ public:
+  explicit RawHost(link::LoopbackLine& line) : line_(line.hostEnd()) {
+    line_->open({[this](auto bytes) {
+                   const std::scoped_lock lock(mutex_);
+                   received_ += hexOf(bytes);
+                   changed_.notify_all();
+                 },
+                 {}});
+  }
+  void write(const std::string& hex) { line_->write(bytesOf(hex)); }
+  // Everything that was received so far, once it is `expected`.
+  std::string await(const std::string& expected) {
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, 10s, [&] { return received_ == expected; });
+    return received_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::string received_;
+  const std::unique_ptr<link::Transport> line_;
+};
+
 TEST(Simulator, StreamsNothingOfAnEarlierModeAfterAModesAnswer) {
   const auto frame = [](const std::string& content) { return hexOf(link::encodeFrame(bytesOf(content))); };
-  Options options = patient();
+  Options options;
+  options.resend = 1min;
   options.rate = 100'000;
   options.stream.emplace(40, bytesOf("CA6A"));
   link::LoopbackLine line;
   const Simulator simulator(options, line.deviceEnd());
-  RawHost host(line.hostEnd());
-  host.write(beginSession + frame("00016F0372"));
-  std::string expected = sessionBegun + frame("2001596F");
+  RawHost host(line);
+  host.write("00043F016E03085500" + frame("00016F0372"));
+  std::string expected = "0007730132CC085C00" + frame("2001596F");
   for (const char* control : {"22", "24", "26", "28", "2A", "2C"}) expected += frame(control + std::string("00CA6A"));
   EXPECT_EQ(host.await(expected), expected);
   host.write(frame("02026F0473") + frame("E1"));  // another mode; then all is acknowledged
@@ -145,23 +157,79 @@ TEST(Simulator, StreamsNothingOfAnEarlierModeAfterAModesAnswer) {
   EXPECT_EQ(host.await(expected), expected);
 }
 
-TEST(PublishedLink, ReplacesLinksOnlyAndRemovesNothingButItself) {
-  namespace fs = std::filesystem;
-  const fs::path path = fs::path(testing::TempDir()) / "bx-published-link";
-  fs::remove(path);
-  fs::create_symlink("/dev/pts/gone", path);
-  {
-    const PublishedLink link(path, "/dev/pts/7");
-    EXPECT_EQ(fs::read_symlink(path), "/dev/pts/7");
-    fs::remove(path);
-    fs::create_symlink("/dev/pts/9", path);
+class Disk : public testing::Test {
+ protected:
+  ~Disk() override { fs::remove_all(path); }
+
+  fs::path written(const std::string& text) const {
+    std::ofstream(path / "input") << text;
+    return path / "input";
   }
-  EXPECT_EQ(fs::read_symlink(path), "/dev/pts/9") << "another one's link by now";
-  fs::remove(path);
-  fs::create_directory(path);
+
+  const fs::path path = fs::path(testing::TempDir()) / "bx-simulator-test";
+  const bool created = fs::create_directory(path);
+};
+
+TEST_F(Disk, HoldsOnePayloadALine) {
+  EXPECT_THAT(readStreamFile(written("# first\n\nCA6a 01\r\n  \t\n 59")),
+              ElementsAre(bytesOf("CA6A01"), bytesOf("59")));
+  EXPECT_THAT(readStoredFile(written("0 0 CA65\n5\t254  ca 6A\n")),
+              ElementsAre(FieldsAre(0, 0, bytesOf("CA65")), FieldsAre(5, 254, bytesOf("CA6A"))));
+  EXPECT_THAT(readScriptFile(written("63 00=59 63 00 41\n65 =\n")),
+              ElementsAre(FieldsAre(bytesOf("6300"), bytesOf("59630041")), FieldsAre(bytesOf("65"), Bytes())));
+}
+
+TEST_F(Disk, HoldsWhatIsRefusedWithTheLineAndTheReason) {
+  // A semicolon stands for the end of a line.
+  for (const auto& row : test::rowsOf(R"(
+    stream | CA;;CAF;  | :3: odd number of hexadecimal digits
+    stream | 0x12      | :1: not a hexadecimal digit: 'x'
+    stored | #;6 0 CA  | :2: the block is not a number from 0 to 5: '6'
+    stored | 0 255 CA  | :1: the page is not a number from 0 to 254: '255'
+    stored | 0 1x CA   | :1: the page is not a number from 0 to 254: '1x'
+    stored | 0         | :1: the page is not a number from 0 to 254: ''
+    stored | 0 1       | :1: no record after the page
+    script | 63        | :1: no '=' between request and reply
+    script | = 59      | :1: no request before the '=')")) {
+    const std::string file = written(std::regex_replace(row[1], std::regex(";"), "\n"));
+    const auto read = [&] {
+      if (row[0] == "stream") readStreamFile(file);
+      if (row[0] == "stored") readStoredFile(file);
+      if (row[0] == "script") readScriptFile(file);
+    };
+    EXPECT_THAT(read, testing::ThrowsMessage<std::runtime_error>(file + row[2]));
+  }
+  EXPECT_THROW(readStreamFile(path / "none"), std::runtime_error);
+  EXPECT_THROW(readStreamFile(path), std::runtime_error);
+}
+
+TEST_F(Disk, HoldsALinkAndATranscriptForEachLane) {
+  EXPECT_EQ(laneName("%d/%d%d.txt", 10), "10/1010.txt");
+  EXPECT_FALSE(tellsLanesApart("lane%"));
+  const std::string pattern = path / "lane%d";
+  ASSERT_TRUE(tellsLanesApart(pattern));
+  const std::string link = laneName(pattern, 7);
+  fs::create_symlink("/dev/pts/gone", link);
+  {
+    const Lane lane(7, {}, {pattern, pattern + ".txt"});
+    EXPECT_EQ(fs::read_symlink(link), lane.name());
+    BXSerialCom host;
+    ASSERT_TRUE(host.initializePort(link) && host.openPort() && host.sendStartupCommand());
+  }
+  EXPECT_FALSE(fs::exists(fs::symlink_status(link)));
+  EXPECT_GT(fs::file_size(link + ".txt"), 0U);
+}
+
+TEST_F(Disk, KeepsWhatIsNotThePublishedLinksOwn) {
+  const fs::path link = path / "link";
+  {
+    const PublishedLink published(link, "/dev/pts/7");
+    fs::remove(link);
+    fs::create_symlink("/dev/pts/9", link);
+  }
+  EXPECT_EQ(fs::read_symlink(link), "/dev/pts/9");
   EXPECT_THROW(PublishedLink(path, "/dev/pts/7"), std::runtime_error);
   EXPECT_THROW(PublishedLink(path / "no" / "lane1", "/dev/pts/7"), std::runtime_error);
-  fs::remove(path);
 }
 
 }  // namespace
