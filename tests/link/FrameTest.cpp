@@ -18,6 +18,7 @@ TEST(Frame, travelsAsPinnedInEverySplit) {
   std::vector<std::string> contents;
   for (const auto& row : test::rowsOf(R"(
     3F01                 | 00043F016E03085500
+    7301                 | 0007730132CC085C00
     01                   | 000601A505DF1B00
     00017373             | 000108017373ED98BF9800
     000000               | 0001010105FF41D91200
