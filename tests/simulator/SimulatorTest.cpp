@@ -2,6 +2,7 @@
 #include "simulator/Simulator.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <condition_variable>
 #include <filesystem>
@@ -166,7 +167,7 @@ class Disk : public testing::Test {
     return path / "input";
   }
 
-  const fs::path path = fs::path(testing::TempDir()) / "bx-simulator-test";
+  const fs::path path = fs::path(testing::TempDir()) / ("bx-simulator-test-" + std::to_string(getpid()));
   const bool created = fs::create_directory(path);
 };
 
