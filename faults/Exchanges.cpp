@@ -18,19 +18,9 @@ using Json = MORVA::MORVADataTypeJSON;
 
 constexpr int ringNumber = 1;  // of the examples
 constexpr int silhouetteNumber = 0;
-constexpr std::size_t streamedRecords = 60;   // that the exchange "stream" waits for
 constexpr std::size_t streamLength = 20'000;  // more than any cell takes
 constexpr double streamRate = 2000;
 constexpr std::size_t recordsBeforeStop = 10;
-
-Json example(const std::string& name) {
-  const std::ifstream file(std::string(BX_SOURCE_DIR) + "/examples/" + name);
-  Json document;
-  if (!file || !document.parseString((std::ostringstream() << file.rdbuf()).str())) {
-    throw std::runtime_error("cannot read examples/" + name);
-  }
-  return document;
-}
 
 Json& ring() {
   static Json document = example("ring-25m-precision-pistol.json");
@@ -101,12 +91,7 @@ void take(Rig& rig, std::size_t count) {
 }
 
 bool startStream(Rig& rig) {
-  static const Json fieldMode = [] {
-    Json document(MORVA::JSONType::Object);
-    MORVA::setBoolean(document, "isInFieldMode", true);
-    return document;
-  }();
-  rig.device.setSessionSettings(fieldMode);
+  rig.device.setSessionSettings(fieldMode());
   rig.streamed.clear();
   rig.device.startThread();
   return rig.com().currentDeviceMode == BXSerialCom::FIELD_STREAM && !rig.device.hasError();
@@ -155,6 +140,21 @@ bool uploadedRing(Rig& rig) { return transferMode(rig) && rig.device.uploadRingT
 bool uploadedSilhouette(Rig& rig) { return transferMode(rig) && rig.device.uploadSilhouetteTarget(silhouette()); }
 
 }  // namespace
+
+Json example(const std::string& name) {
+  const std::ifstream file(std::string(BX_SOURCE_DIR) + "/examples/" + name);
+  Json document;
+  if (!file || !document.parseString((std::ostringstream() << file.rdbuf()).str())) {
+    throw std::runtime_error("cannot read examples/" + name);
+  }
+  return document;
+}
+
+Json fieldMode() {
+  Json document(MORVA::JSONType::Object);
+  MORVA::setBoolean(document, "isInFieldMode", true);
+  return document;
+}
 
 const std::vector<Exchange>& exchanges() {
   static const std::vector<Exchange> all{

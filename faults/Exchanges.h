@@ -10,6 +10,9 @@
 
 namespace BX::faults {
 
+// That the exchange "stream" waits for.
+inline constexpr std::size_t streamedRecords = 60;
+
 struct Exchange {
   std::string name;
   sim::FrameKind kind;
@@ -24,6 +27,10 @@ struct Exchange {
 };
 
 const std::vector<Exchange>& exchanges();
+
+// Session settings of a field stream, and a document of examples/.
+MORVA::MORVADataTypeJSON fieldMode();
+MORVA::MORVADataTypeJSON example(const std::string& name);
 
 // The memory and the stream of the device that they talk to.
 sim::Options deviceOptions();

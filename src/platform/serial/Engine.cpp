@@ -96,7 +96,10 @@ void Engine::close() noexcept {
     }
   } catch (...) {  // the device hears no leave-taking then
   }
-  transport_->close();
+  try {
+    transport_->close();
+  } catch (...) {  // a transport of the host's own
+  }
 }
 
 void Engine::carryOut(Orders& orders) {
