@@ -17,7 +17,7 @@ std::string newPort() {
 }
 
 sim::Options patient(sim::Options options) {
-  options.resend = resendTime;
+  options.resend = link::getOptions().resend;
   return options;
 }
 
@@ -26,7 +26,7 @@ sim::Options patient(sim::Options options) {
 void useShortTimeouts(const Patience& patience) {
   link::Options options;
   options.baud = 0;
-  options.resend = resendTime;
+  options.resend = patience.resend;
   options.sends = patience.sends;
   options.reply = patience.reply;
   options.keepAlive = patience.reply;

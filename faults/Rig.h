@@ -19,6 +19,7 @@ inline constexpr std::chrono::milliseconds resendTime{5};
 
 // For every rig of the process, from now on.
 struct Patience {
+  std::chrono::milliseconds resend = resendTime;
   int sends = 5;
   std::chrono::milliseconds reply{250};
 };

@@ -12,17 +12,29 @@ namespace {
 // One rule in so many, beginning elsewhere for each exchange, so that together they meet every effect.
 constexpr std::size_t stride = 7;
 
-class FaultMatrix : public testing::TestWithParam<std::size_t> {};
+class Matrix : public testing::TestWithParam<std::size_t> {};
 
-TEST_P(FaultMatrix, EndsInTheSameResultOrACleanFailure) {
+TEST_P(Matrix, EndsInTheSameResultOrACleanFailure) {
   useShortTimeouts({});
   const Exchange& exchange = exchanges()[GetParam()];
   const Expected expected = expectedOf(exchange);
   ASSERT_FALSE(expected.rules.empty());
   for (std::size_t i = GetParam() % stride; i < expected.rules.size(); i += stride) {
     const Cell cell = runCell(exchange, expected, expected.rules[i]);
-    EXPECT_TRUE(cell.outcome != Outcome::Wrong) << textOf(cell.rule) << ": " << cell.wrong;
+    EXPECT_NE(cell.outcome, Outcome::Wrong) << textOf(cell.rule) << ": " << cell.wrong;
   }
+}
+
+TEST(FaultMatrix, NoticesThatNoFaultStrikesAndThatNothingIsRepeated) {
+  useShortTimeouts({});
+  const Exchange& exchange = exchanges().front();
+  const Expected expected = expectedOf(exchange);
+  const auto lossOf = [](std::size_t number) {
+    return sim::FaultRule{sim::Direction::ToDevice, sim::FrameKind::Startup, number, sim::FaultEffect::Drop};
+  };
+  EXPECT_EQ(runCell(exchange, expected, lossOf(1000)).outcome, Outcome::Wrong);
+  useShortTimeouts({.resend = std::chrono::milliseconds(250), .sends = 1});
+  EXPECT_EQ(runCell(exchange, expected, lossOf(1)).outcome, Outcome::Wrong);
 }
 
 std::string testName(const testing::TestParamInfo<std::size_t>& test) {
@@ -31,7 +43,7 @@ std::string testName(const testing::TestParamInfo<std::size_t>& test) {
   return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Exchanges, FaultMatrix, testing::Range(std::size_t{0}, exchanges().size()), testName);
+INSTANTIATE_TEST_SUITE_P(Exchanges, Matrix, testing::Range(std::size_t{0}, exchanges().size()), testName);
 
 }  // namespace
 }  // namespace BX::faults
