@@ -13,7 +13,7 @@
 #include "morva/KeyedAccess.h"
 #include "platform/Wire.h"
 #include "platform/serial/LoopbackLine.h"
-#include "platform/serial/Station.h"
+#include "platform/serial/codec/Station.h"
 #include "platform/time/TimeSeam.h"
 
 namespace {

@@ -12,8 +12,8 @@
 #include <thread>
 
 #include "bx/BXSerialCom.h"
-#include "platform/serial/Frame.h"
 #include "platform/serial/LoopbackLine.h"
+#include "platform/serial/codec/Frame.h"
 #include "simulator/DeviceWire.h"
 #include "simulator/Lane.h"
 #include "simulator/Pacer.h"

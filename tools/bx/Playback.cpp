@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/serial/Control.h"
+#include "platform/serial/codec/Control.h"
 
 namespace BX::tool {
 

@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "Console.h"
-#include "platform/serial/Control.h"
-#include "platform/serial/Payload.h"
-#include "platform/serial/Station.h"
+#include "platform/serial/codec/Control.h"
+#include "platform/serial/codec/Payload.h"
+#include "platform/serial/codec/Station.h"
 
 namespace BX::tool {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/serial/Trace.h"
+#include "platform/serial/codec/Trace.h"
 
 namespace BX::tool {
 

@@ -10,7 +10,7 @@
 #include "platform/Mutex.h"
 #include "platform/serial/Connection.h"
 #include "platform/serial/Handlers.h"
-#include "platform/serial/Payload.h"
+#include "platform/serial/codec/Payload.h"
 
 namespace BX::link {
 

@@ -11,8 +11,8 @@
 #include <thread>
 
 #include "platform/Mutex.h"
-#include "platform/serial/Frame.h"
 #include "platform/serial/Loop.h"
+#include "platform/serial/codec/Frame.h"
 
 namespace BX::link {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "bx/BXSerialLink.h"
-#include "platform/serial/Trace.h"
+#include "platform/serial/codec/Trace.h"
 
 namespace BX::link {
 

@@ -1,11 +1,11 @@
 list(APPEND codec_sources
   platform/Hex.cpp
   platform/Utf8.cpp
-  platform/serial/Frame.cpp
+  platform/serial/codec/Frame.cpp
   platform/serial/LoopbackLine.cpp
-  platform/serial/Payload.cpp
-  platform/serial/Station.cpp
-  platform/serial/Trace.cpp
+  platform/serial/codec/Payload.cpp
+  platform/serial/codec/Station.cpp
+  platform/serial/codec/Trace.cpp
   platform/serial/Transport.cpp)
 list(APPEND serial_sources
   platform/serial/BXSerialCom.cpp

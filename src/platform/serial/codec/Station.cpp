@@ -1,9 +1,9 @@
-#include "platform/serial/Station.h"
+#include "platform/serial/codec/Station.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "platform/serial/Control.h"
+#include "platform/serial/codec/Control.h"
 
 namespace BX::link {
 

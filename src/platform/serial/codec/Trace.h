@@ -15,7 +15,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/serial/Frame.h"
+#include "platform/serial/codec/Frame.h"
 
 namespace BX::link {
 
