@@ -69,13 +69,14 @@ std::optional<TraceEntry> parseTraceEntry(std::string_view line) {
 }
 
 bool TraceFile::open(const std::string& path) {
+  const platform::MutexLock lock(mutex_);
   file_.open(path, std::ios::trunc);
   return static_cast<bool>(file_);
 }
 
 void TraceFile::write(const TraceEntry& entry) {
   const std::string line = formatTraceEntry(entry) + '\n';
-  const std::scoped_lock lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   if (!error_.empty()) return;
   errno = 0;
   file_ << line << std::flush;
@@ -83,7 +84,7 @@ void TraceFile::write(const TraceEntry& entry) {
 }
 
 std::string TraceFile::error() const {
-  const std::scoped_lock lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return error_;
 }
 

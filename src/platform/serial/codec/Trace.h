@@ -9,12 +9,12 @@
 #include <cstdint>
 #include <fstream>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include "platform/Mutex.h"
 #include "platform/serial/codec/Frame.h"
 
 namespace BX::link {
@@ -56,9 +56,9 @@ class TraceFile {
   std::string error() const;
 
  private:
-  mutable std::mutex mutex_;
-  std::ofstream file_;
-  std::string error_;
+  mutable platform::Mutex mutex_;
+  std::ofstream file_ GUARDED_BY(mutex_);
+  std::string error_ GUARDED_BY(mutex_);
 };
 
 // One opening of one port, as its engine reports it.
