@@ -10,17 +10,6 @@ namespace BX::link {
 
 using platform::MutexLock;
 
-namespace {
-
-constexpr std::size_t overhead = sizeof(Bytes);  // what a payload takes beside its bytes
-
-std::string secondsText(std::chrono::milliseconds time) {
-  const auto tenths = time.count() / 100;
-  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
-}
-
-}  // namespace
-
 Connection::Connection(const std::string& port, std::shared_ptr<Handlers> handlers)
     : port_(port),
       options_(getOptions()),
@@ -56,7 +45,7 @@ void Connection::onSessionBegan() {
   const MutexLock lock(mutex_);
   if (listening_.lose()) report(failureOf(FailureKind::SessionLost));  // a stream ends with the session
   sessionUp_ = true;
-  unanswered_.reset();
+  tags_.giveBackAll();
   const bool isFirst = !std::exchange(hadSession_, true);
   if (pending_ == nullptr) return;
   pending_->sign = Clock::now();
@@ -69,11 +58,9 @@ bool Connection::onDelivered(Message message) {
     if (!listening_.add(std::move(message.payload))) report(describe(FailureKind::QueueFull));
     return true;
   }
-  if (!isFor(pending_, message.tag)) {
-    if (!message.moreFollows) unanswered_.reset(message.tag);
-    return false;
-  }
-  fileAnswer(*pending_, std::move(message));
+  if (!message.moreFollows) tags_.giveBack(message.tag);
+  if (pending_ == nullptr || !pending_->awaits(message.tag)) return false;
+  file(*pending_, std::move(message));
   return true;
 }
 
@@ -82,21 +69,10 @@ void Connection::onProgress(std::optional<std::uint8_t> tag) {
   if (pending_ != nullptr && pending_->tag == tag.value_or(pending_->tag)) pending_->sign = Clock::now();
 }
 
-bool Connection::isFor(const Pending* pending, std::uint8_t tag) const {
-  return pending != nullptr && pending->tag == tag && !pending->isOver();
-}
-
-void Connection::fileAnswer(Pending& pending, Message message) {
-  pending.sign = Clock::now();
-  pending.size += message.payload.size() + overhead;
-  if (pending.size > maxWaitingBytes) return endSession(FailureKind::AnswerTooLong);
-  pending.answer.payloads.push_back(std::move(message.payload));
-  if (message.moreFollows) return;
-  unanswered_.reset(pending.tag);
-  if (const Bytes& last = pending.answer.payloads.back(); pending.mode && isModeAnswer(last)) {
-    pending.end = listening_.addEnd(last, isStreamMode(*pending.mode));
-  }
-  pending.complete = true;
+void Connection::file(PendingExchange& exchange, Message message) {
+  if (!exchange.add(std::move(message))) return endSession(FailureKind::AnswerTooLong);
+  if (!exchange.complete || !exchange.mode || !isModeAnswer(exchange.answer.payloads.back())) return;
+  exchange.end = listening_.addEnd(exchange.answer.payloads.back(), isStreamMode(*exchange.mode));
 }
 
 void Connection::onSessionLost(FailureKind reason) {
@@ -111,7 +87,7 @@ void Connection::onHungUp(std::string reason) {
   tellLoss(FailureKind::HungUp);
 }
 
-// The device may go on sending what nobody wants: only a new session silences it.
+// The device may go on sending what nobody wants: only the end of the session silences it.
 void Connection::endSession(FailureKind reason) {
   loop_.orders().endsSession = true;
   loop_.changed();
@@ -126,8 +102,7 @@ void Connection::tellLoss(FailureKind reason) {
 }
 
 Failure Connection::describe(FailureKind kind) const {
-  if (kind == FailureKind::HungUp) return failureOf(kind, hangUpReason_);
-  return failureOf(kind, kind == FailureKind::NoAnswer ? secondsText(options_.reply) : "");
+  return failureOf(kind, kind == FailureKind::HungUp ? hangUpReason_ : secondsText(options_.reply));
 }
 
 bool Connection::report(Failure failure) {
@@ -138,43 +113,44 @@ bool Connection::report(Failure failure) {
 
 // ---- Exchanges
 
-Connection::Answer Connection::request(const Bytes& payload, std::optional<std::uint8_t> mode) {
-  Pending pending;
-  pending.mode = mode;
+Answer Connection::request(const Bytes& payload, std::optional<std::uint8_t> mode) {
+  PendingExchange exchange;
+  exchange.mode = mode;
   MutexLock lock(mutex_);
   while (pending_ != nullptr && !closed_) loop_.await(lock, std::nullopt);  // exchanges take turns
   if (hungUp_ || closed_) {
-    pending.answer.failure = describe(hungUp_ ? FailureKind::HungUp : FailureKind::Closed);
-    return std::move(pending.answer);
-  }
-  {
+    exchange.failure = hungUp_ ? FailureKind::HungUp : FailureKind::Closed;
+  } else {
     const platform::AtExit next([this]() NO_THREAD_SAFETY_ANALYSIS {
       pending_ = nullptr;
       loop_.changed();
     });
-    begin(pending, payload);
-    awaitAnswer(lock, pending);
+    begin(exchange, payload);
+    awaitAnswer(lock, exchange);
   }
-  if (pending.failure != FailureKind::None) pending.answer.failure = describe(pending.failure);
+  if (exchange.failure != FailureKind::None) exchange.answer.failure = describe(exchange.failure);
   // A handler that makes exchanges of its own gets them done meanwhile.
-  if (pending.end != 0 && !listening_.isOwnThread()) awaitEnd(lock, pending.end);
-  return std::move(pending.answer);
+  if (exchange.end != 0 && !listening_.isOwnThread()) awaitEnd(lock, exchange.end);
+  return std::move(exchange.answer);
 }
 
-void Connection::begin(Pending& pending, const Bytes& payload) {
-  pending.tag = freeTag();
-  pending.sign = Clock::now();
-  loop_.orders().messages.push_back({pending.tag, false, payload});
-  unanswered_.set(pending.tag);
-  pending_ = &pending;
+void Connection::begin(PendingExchange& exchange, const Bytes& payload) {
+  if (tags_.areAllTaken()) {
+    endSession(FailureKind::NoAnswer);
+    tags_.giveBackAll();
+  }
+  loop_.orders().messages.push_back({streamTag, false, payload});
+  exchange.tag = loop_.orders().messages.back().tag = tags_.take();  // nothing throws any more
+  exchange.sign = Clock::now();
+  pending_ = &exchange;
   loop_.changed();
 }
 
-void Connection::awaitAnswer(MutexLock& lock, Pending& pending) {
-  while (!pending.isOver()) {
-    const bool inTime = loop_.await(lock, pending.sign + options_.reply);
-    const bool late = !inTime && Clock::now() >= pending.sign + options_.reply;
-    if (late && !pending.isOver()) pending.failure = FailureKind::NoAnswer;
+void Connection::awaitAnswer(MutexLock& lock, PendingExchange& exchange) {
+  while (!exchange.isOver()) {
+    const bool late = !loop_.await(lock, exchange.sign + options_.reply);
+    const bool over = exchange.isOver() || Clock::now() < exchange.sign + options_.reply;
+    if (late && !over) exchange.failure = FailureKind::NoAnswer;
   }
 }
 
@@ -183,18 +159,6 @@ void Connection::awaitEnd(MutexLock& lock, std::uint64_t end) {
   const auto latest = Clock::now() + options_.reply;
   while (!listening_.passed(end) && loop_.await(lock, latest)) {
   }
-}
-
-// No tag is used again while an answer to it may still come.
-std::uint8_t Connection::freeTag() {
-  if (unanswered_.count() == maxTag) {
-    endSession(FailureKind::NoAnswer);
-    unanswered_.reset();
-  }
-  do {
-    lastTag_ = static_cast<std::uint8_t>(lastTag_ % maxTag + 1);
-  } while (unanswered_.test(lastTag_));
-  return lastTag_;
 }
 
 bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& handler) {
@@ -211,7 +175,7 @@ bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& han
 // ---- Stream
 
 void Connection::startListening() {
-  listening_.join();  // the thread of an earlier stream
+  listening_.join(false);  // the thread of an earlier stream
   const auto self = shared_from_this();
   const MutexLock lock(mutex_);
   if (closed_ || listening_.isActive() || (hungUp_ && !listening_.keeps())) return;

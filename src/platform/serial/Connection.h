@@ -4,7 +4,6 @@
 // handlers on the listening thread, without a lock and through the gate.
 #pragma once
 
-#include <bitset>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -17,6 +16,7 @@
 #include "platform/serial/Handlers.h"
 #include "platform/serial/Listening.h"
 #include "platform/serial/Loop.h"
+#include "platform/serial/PendingExchange.h"
 
 namespace BX::link {
 
@@ -33,14 +33,9 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   // now on, but one may run. Idempotent.
   void close();
   // After close(), and not inside a handler.
-  void joinListening() { listening_.join(); }
+  void joinListening() { listening_.join(true); }
   Listening& listening() { return listening_; }
 
-  struct Answer {
-    std::vector<Bytes> payloads;
-    std::optional<Failure> failure;  // nothing: the answer has come, whatever it says
-    bool inNewSession = false;
-  };
   // Sends a request and waits for its answer. `mode`: the one that the request commands; while a stream is listened to
   // this also waits until the handler has had the stream's end, unless it is called inside the handler.
   Answer request(const Bytes& payload, std::optional<std::uint8_t> mode);
@@ -53,32 +48,16 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
  private:
   using Clock = Engine::Clock;
 
-  // The exchange under way.
-  struct Pending {
-    std::uint8_t tag = 0;
-    std::optional<std::uint8_t> mode;
-    Answer answer;
-    std::size_t size = 0;   // of the answer
-    bool complete = false;  // the last payload is here
-    FailureKind failure = FailureKind::None;
-    std::uint64_t end = 0;   // of the stream that the answer ends
-    Clock::time_point sign;  // when the exchange last went forward
-
-    bool isOver() const { return complete || failure != FailureKind::None; }
-  };
-
   void onSessionBegan() override;
   bool onDelivered(Message message) override;
   void onProgress(std::optional<std::uint8_t> tag) override;
   void onSessionLost(FailureKind reason) override;
   void onHungUp(std::string reason) override;
 
-  void begin(Pending& pending, const Bytes& payload) REQUIRES(mutex_);
-  void awaitAnswer(platform::MutexLock& lock, Pending& pending) REQUIRES(mutex_);
+  void begin(PendingExchange& exchange, const Bytes& payload) REQUIRES(mutex_);
+  void awaitAnswer(platform::MutexLock& lock, PendingExchange& exchange) REQUIRES(mutex_);
   void awaitEnd(platform::MutexLock& lock, std::uint64_t end) REQUIRES(mutex_);
-  bool isFor(const Pending* pending, std::uint8_t tag) const REQUIRES(mutex_);
-  void fileAnswer(Pending& pending, Message message) REQUIRES(mutex_);
-  std::uint8_t freeTag() REQUIRES(mutex_);
+  void file(PendingExchange& exchange, Message message) REQUIRES(mutex_);
   void endSession(FailureKind reason) REQUIRES(mutex_);
   void tellLoss(FailureKind reason) REQUIRES(mutex_);
   Failure describe(FailureKind kind) const REQUIRES(mutex_);
@@ -102,9 +81,8 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   std::string hangUpReason_ GUARDED_BY(mutex_);
   bool sessionUp_ GUARDED_BY(mutex_) = false;
   bool hadSession_ GUARDED_BY(mutex_) = false;
-  Pending* pending_ GUARDED_BY(mutex_) = nullptr;
-  std::uint8_t lastTag_ GUARDED_BY(mutex_) = 0;
-  std::bitset<maxTag + 1> unanswered_ GUARDED_BY(mutex_);  // tags of requests whose answer may still come
+  PendingExchange* pending_ GUARDED_BY(mutex_) = nullptr;  // the one under way
+  Tags tags_ GUARDED_BY(mutex_);
 };
 
 }  // namespace BX::link

@@ -74,7 +74,7 @@ bool Link::exchange(const Bytes& request, const Expected& expected, const Handle
                     std::optional<std::uint8_t> mode) {
   const auto current = connection();
   if (!current) return fail(failureOf(FailureKind::NotOpen));
-  Connection::Answer answer = current->request(request, mode);
+  Answer answer = current->request(request, mode);
   if (!answer.failure) answer.failure = failureOf(request, expected, answer.payloads.back());
   if (!answer.failure) return current->handOver(answer.payloads, handler);
   // The device rests since it lost the session: what it refuses now it would have done before.

@@ -82,11 +82,11 @@ void Listening::setRunning(bool running) {
   loop_.changed();
 }
 
-void Listening::join() {
+void Listening::join(bool evenActive) {
   std::thread ended;
   {
     const MutexLock lock(mutex_);
-    if (active_ || isOwnThread()) return;
+    if ((active_ && !evenActive) || isOwnThread()) return;
     ended.swap(thread_);
   }
   if (ended.joinable()) ended.join();

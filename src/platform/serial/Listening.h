@@ -12,12 +12,9 @@
 
 #include "platform/Mutex.h"
 #include "platform/serial/Loop.h"
-#include "platform/serial/codec/Frame.h"
+#include "platform/serial/PendingExchange.h"
 
 namespace BX::link {
-
-// What an answer, and what waits of a stream, may hold: far more than any page or any pause brings.
-inline constexpr std::size_t maxWaitingBytes = std::size_t{1} << 20U;
 
 class Listening {
  public:
@@ -54,8 +51,8 @@ class Listening {
   void setRunning(bool running);
   std::atomic<bool> streaming = false;
   bool isOwnThread() const { return std::this_thread::get_id() == id_; }
-  // Waits for the thread of a stream that is over, unless it is this one.
-  void join();
+  // Waits for the thread of the last stream, unless it is this one; `evenActive`: also when that stream is not over.
+  void join(bool evenActive);
 
  private:
   struct Item {

@@ -53,10 +53,12 @@ bool Loop::await(MutexLock& lock, std::optional<Time> until) {
   mutex_.assertHeld();
   if (stopped_) return false;
   ++waiting_;
-  if (leading_) {
-    follow(lock, until);
-  } else {
+  if (!leading_) {
     lead(lock, until);
+  } else if (!until) {
+    changed_.wait(lock.native());
+  } else if (changed_.wait_until(lock.native(), *until) == std::cv_status::timeout) {
+    changed_.wait_for(lock.native(), grace);
   }
   --waiting_;
   return !stopped_ && (!until || Engine::Clock::now() < *until);
@@ -72,14 +74,6 @@ void Loop::lead(MutexLock& lock, std::optional<Time> until) noexcept {
   leading_ = false;
   changed_.notify_all();
   if (stopped_) vacant_.notify_one();
-}
-
-void Loop::follow(MutexLock& lock, std::optional<Time> until) {
-  if (!until) {
-    changed_.wait(lock.native());
-  } else if (changed_.wait_until(lock.native(), *until) == std::cv_status::timeout) {
-    changed_.wait_for(lock.native(), grace);
-  }
 }
 
 Engine::Orders& Loop::orders() {

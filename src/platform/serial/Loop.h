@@ -42,7 +42,6 @@ class Loop {
  private:
   void serve();
   void lead(platform::MutexLock& lock, std::optional<Time> until) noexcept NO_THREAD_SAFETY_ANALYSIS;
-  void follow(platform::MutexLock& lock, std::optional<Time> until);
 
   Engine& engine_;
   platform::Mutex& mutex_;

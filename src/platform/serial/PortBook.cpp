@@ -21,6 +21,12 @@ struct Book {
   std::shared_ptr<TraceFile> trace;
 };
 
+template <typename Value>
+Value lookUp(const std::map<std::string, Value>& map, const std::string& port) {
+  const auto found = map.find(port);
+  return found == map.end() ? Value() : found->second;
+}
+
 // Never destroyed: links may outlive the static objects of the process.
 Book& book() {
   static Book& instance = *new Book;
@@ -52,13 +58,18 @@ Failure failureOf(FailureKind kind, const std::string& detail) {
       {FailureKind::NoAnswer, "no answer within "},
       {FailureKind::HungUp, ""},
   };
-  return {kind, {}, texts.at(kind) + detail};
+  const bool detailed = kind == FailureKind::NoAnswer || kind == FailureKind::HungUp;
+  return {kind, {}, texts.at(kind) + (detailed ? detail : "")};
+}
+
+std::string secondsText(std::chrono::milliseconds time) {
+  const auto tenths = time.count() / 100;
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
 }
 
 Failure lastFailure(const std::string& port) {
   const std::scoped_lock lock(book().mutex);
-  const auto found = book().failures.find(port);
-  return found == book().failures.end() ? Failure() : found->second;
+  return lookUp(book().failures, port);
 }
 
 std::string lastError(const std::string& port) {
@@ -123,8 +134,7 @@ std::unique_ptr<Transport> transportFor(const std::string& port) {
   TransportFactory factory;
   {
     const std::scoped_lock lock(book().mutex);
-    const auto found = book().transports.find(port);
-    if (found != book().transports.end()) factory = found->second;
+    factory = lookUp(book().transports, port);
   }
   return factory ? factory(port) : nullptr;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -22,8 +23,10 @@ struct Counters {
   std::atomic<std::uint64_t> payloadsDropped{0};
 };
 
-// A failure in the words of its kind; `detail` is the time of NoAnswer, and the reason of a hang-up.
+// A failure in the words of its kind; NoAnswer and HungUp add `detail`, a time and a reason.
 Failure failureOf(FailureKind kind, const std::string& detail = {});
+// Such as "2.0 s".
+std::string secondsText(std::chrono::milliseconds time);
 void setLastFailure(const std::string& port, Failure failure);
 
 // Fresh counters, which statistics(port) reads from now on.
