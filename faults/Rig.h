@@ -10,7 +10,7 @@
 
 #include "bx/BXDevice.h"
 #include "bx/BXSerialLink.h"
-#include "platform/serial/LoopbackLine.h"
+#include "simulator/LoopbackLine.h"
 #include "simulator/Simulator.h"
 
 namespace BX::faults {
@@ -51,7 +51,7 @@ class Rig {
 
  private:
   const sim::Options options_;
-  link::LoopbackLine line_;
+  sim::LoopbackLine line_;
   const std::string port_;
   std::size_t transcriptRead_ = 0;
 };

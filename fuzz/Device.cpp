@@ -12,7 +12,7 @@
 #include "fuzz/Fuzz.h"
 #include "morva/KeyedAccess.h"
 #include "platform/Wire.h"
-#include "platform/serial/LoopbackLine.h"
+#include "simulator/LoopbackLine.h"
 #include "platform/serial/codec/Station.h"
 #include "platform/time/TimeSeam.h"
 
@@ -98,7 +98,7 @@ class FarEnd {
   }
 
   fuzz::Input script_;
-  link::LoopbackLine line_;
+  sim::LoopbackLine line_;
   const std::unique_ptr<link::Transport> device_ = line_.deviceEnd();
   link::Station station_{link::Role::Responder, {.baud = 0, .resend = 2ms, .silence = 10ms}};
   link::FrameDecoder decoder_;

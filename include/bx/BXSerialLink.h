@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -97,6 +98,16 @@ BX_SERIAL_COM_API bool setTraceFile(const std::string& path);
 // first failure on nothing more is written, so that what stands there has no gap. Any thread, at any time.
 BX_SERIAL_COM_API std::string traceError();
 
+// What a transport may throw when the line cannot be had, to tell the kind of the failure as well.
+class BX_SERIAL_COM_API OpenFailure : public std::runtime_error {
+ public:
+  OpenFailure(FailureKind kind, const std::string& reason) : std::runtime_error(reason), kind_(kind) {}
+  FailureKind kind() const { return kind_; }
+
+ private:
+  FailureKind kind_;
+};
+
 // A line of bytes to a device. The link calls the members from one thread at a time, which may change.
 class BX_SERIAL_COM_API Transport {
  public:
@@ -107,7 +118,7 @@ class BX_SERIAL_COM_API Transport {
     std::function<void(const std::string& reason)> hungUp;
   };
   virtual ~Transport();
-  // Throws std::runtime_error with the reason when the line cannot be had.
+  // Throws OpenFailure, or another std::exception with the reason, when the line cannot be had.
   virtual void open(Events events) = 0;
   // Queues the bytes and returns at once.
   virtual void write(std::vector<std::uint8_t> bytes) = 0;

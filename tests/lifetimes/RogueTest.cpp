@@ -82,7 +82,7 @@ void misbehave(std::size_t payloads, std::size_t size, const Change& change, boo
   sim::Options options = streaming(0, 1e6);
   options.stream.emplace(endless / payloadSize, sim::Bytes(payloadSize, 0xCA));
   options.stored.assign(payloads, {0, 0, sim::Bytes(size, 0xCA)});
-  link::LoopbackLine line;
+  sim::LoopbackLine line;
   Rogue rogue;
   rogue.change = change;
   const sim::Simulator device(options, std::make_unique<RogueEnd>(line.deviceEnd(), rogue));

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "bx/BXSerialCom.h"
-#include "platform/serial/LoopbackLine.h"
+#include "simulator/LoopbackLine.h"
 #include "platform/serial/codec/Frame.h"
 #include "simulator/DeviceWire.h"
 #include "simulator/Lane.h"
@@ -117,7 +117,7 @@ TEST(Simulator, KeepsSessionAndStreamForAHostThatIsSilent) {
 // A host that knows nothing but bytes.
 class RawHost {
  public:
-  explicit RawHost(link::LoopbackLine& line) : line_(line.hostEnd()) {
+  explicit RawHost(sim::LoopbackLine& line) : line_(line.hostEnd()) {
     line_->open({[this](auto bytes) {
                    const std::scoped_lock lock(mutex_);
                    received_ += hexOf(bytes);
@@ -146,7 +146,7 @@ TEST(Simulator, StreamsNothingOfAnEarlierModeAfterAModesAnswer) {
   options.resend = 1min;
   options.rate = 100'000;
   options.stream.emplace(40, bytesOf("CA6A"));
-  link::LoopbackLine line;
+  sim::LoopbackLine line;
   const Simulator simulator(options, line.deviceEnd());
   RawHost host(line);
   host.write("00043F016E03085500" + frame("00016F0372"));

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "bx/BXSerialLink.h"
-#include "platform/serial/LoopbackLine.h"
+#include "simulator/LoopbackLine.h"
 #include "platform/time/TimeSeam.h"
 #include "simulator/Simulator.h"
 
@@ -40,7 +40,7 @@ class LoopbackDevice {
 
   const NoWaits noWaits;
   const std::string port;
-  link::LoopbackLine line;
+  sim::LoopbackLine line;
   sim::Simulator simulator;
 };
 

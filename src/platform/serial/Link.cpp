@@ -3,8 +3,6 @@
 #include <exception>
 #include <utility>
 
-#include "platform/serial/OpenFailure.h"
-
 namespace BX::link {
 
 using platform::MutexLock;

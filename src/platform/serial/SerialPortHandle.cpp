@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/serial/OpenFailure.h"
+#include "bx/BXSerialLink.h"
 
 namespace BX::link {
 

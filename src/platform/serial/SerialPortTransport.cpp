@@ -5,7 +5,6 @@
 #include <boost/asio/write.hpp>
 #include <cerrno>
 
-#include "platform/serial/OpenFailure.h"
 #include "platform/serial/SerialPortHandle.h"
 
 namespace BX::link {

@@ -2,7 +2,6 @@ list(APPEND codec_sources
   platform/Hex.cpp
   platform/Utf8.cpp
   platform/serial/codec/Frame.cpp
-  platform/serial/LoopbackLine.cpp
   platform/serial/codec/Payload.cpp
   platform/serial/codec/Station.cpp
   platform/serial/codec/Trace.cpp

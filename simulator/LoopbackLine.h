@@ -7,21 +7,21 @@
 
 #include "bx/BXSerialLink.h"
 
-namespace BX::link {
+namespace BX::sim {
 
 class LoopbackLine {
  public:
   LoopbackLine();
 
   // The device's end. `hungUp` there means that the host has closed its end; the device's end then stays open.
-  std::unique_ptr<Transport> deviceEnd();
+  std::unique_ptr<link::Transport> deviceEnd();
   // A new handle for the host's end. open() throws "in use by another program" while another one is open, and
   // "no such port" while the device's end is closed; closing the device's end hangs the host's up.
-  std::unique_ptr<Transport> hostEnd();
+  std::unique_ptr<link::Transport> hostEnd();
 
  private:
   struct Shared;
   std::shared_ptr<Shared> shared_;
 };
 
-}  // namespace BX::link
+}  // namespace BX::sim

@@ -1,33 +1,31 @@
-#include "platform/serial/LoopbackLine.h"
+#include "simulator/LoopbackLine.h"
 
 #include <mutex>
 #include <optional>
 #include <utility>
 
-#include "platform/serial/OpenFailure.h"
-
-namespace BX::link {
+namespace BX::sim {
 
 // Events are raised under the lock: that is what makes close() final. Receivers return at once, so it is never long.
 struct LoopbackLine::Shared {
   std::mutex mutex;
-  std::optional<Transport::Events> device;
-  std::optional<Transport::Events> host;
-  const Transport* hostHandle = nullptr;
+  std::optional<link::Transport::Events> device;
+  std::optional<link::Transport::Events> host;
+  const link::Transport* hostHandle = nullptr;
 };
 
 namespace {
 
-void hangUp(std::optional<Transport::Events>& end, const std::string& reason) {
+void hangUp(std::optional<link::Transport::Events>& end, const std::string& reason) {
   if (end && end->hungUp) end->hungUp(reason);
 }
 
-void deliver(std::optional<Transport::Events>& end, const std::vector<std::uint8_t>& bytes) {
+void deliver(std::optional<link::Transport::Events>& end, const std::vector<std::uint8_t>& bytes) {
   if (end && end->received) end->received(bytes);
 }
 
 template <typename Shared>
-class DeviceEnd : public Transport {
+class DeviceEnd : public link::Transport {
  public:
   explicit DeviceEnd(std::shared_ptr<Shared> shared) : shared_(std::move(shared)) {}
   ~DeviceEnd() override { DeviceEnd::close(); }
@@ -52,14 +50,14 @@ class DeviceEnd : public Transport {
 };
 
 template <typename Shared>
-class HostEnd : public Transport {
+class HostEnd : public link::Transport {
  public:
   explicit HostEnd(std::shared_ptr<Shared> shared) : shared_(std::move(shared)) {}
   ~HostEnd() override { HostEnd::close(); }
   void open(Events events) override {
     const std::scoped_lock lock(shared_->mutex);
-    if (!shared_->device) throw OpenFailure(FailureKind::NoSuchPort, "no such port");
-    if (shared_->hostHandle != nullptr) throw OpenFailure(FailureKind::InUse, "in use by another program");
+    if (!shared_->device) throw link::OpenFailure(link::FailureKind::NoSuchPort, "no such port");
+    if (shared_->hostHandle != nullptr) throw link::OpenFailure(link::FailureKind::InUse, "in use by another program");
     shared_->host = std::move(events);
     shared_->hostHandle = this;
   }
@@ -83,8 +81,8 @@ class HostEnd : public Transport {
 
 LoopbackLine::LoopbackLine() : shared_(std::make_shared<Shared>()) {}
 
-std::unique_ptr<Transport> LoopbackLine::deviceEnd() { return std::make_unique<DeviceEnd<Shared>>(shared_); }
+std::unique_ptr<link::Transport> LoopbackLine::deviceEnd() { return std::make_unique<DeviceEnd<Shared>>(shared_); }
 
-std::unique_ptr<Transport> LoopbackLine::hostEnd() { return std::make_unique<HostEnd<Shared>>(shared_); }
+std::unique_ptr<link::Transport> LoopbackLine::hostEnd() { return std::make_unique<HostEnd<Shared>>(shared_); }
 
-}  // namespace BX::link
+}  // namespace BX::sim
