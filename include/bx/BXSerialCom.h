@@ -6,12 +6,16 @@
 // Every member that sends is synchronous: it sends one request, blocks until its answer has come or a time-out has
 // passed, runs the reply handler on the calling thread, and then returns. The bound is 1.3 s for a line that
 // acknowledges nothing (twice that when the exchange also begins the session, which the first one after openPort
-// does) and else 2 s after the last sign of the answer. A false result sets the error flag; BXSerialLink.h tells the
-// reason.
+// does) and else 2 s after the last sign of the answer: an acknowledgement, or any frame of it. An answer beyond 1 MiB
+// fails. A false result sets the error flag; BXSerialLink.h tells the kind of the failure and the reason.
 //
-// Threads: exchanges of one link take turns when they are called from several threads. Everything may be called from
-// inside a handler. A handler that throws fails its exchange: the link is released and the request returns false.
-// No handler runs with a lock of the link held.
+// A device that lost its session while nothing was under way (it was switched off) is met with a new one: the exchange
+// that finds out goes on in it. The device rests then, whatever its mode was; what it therefore refuses fails as a lost
+// session.
+//
+// Threads: exchanges of one link take turns when they are called from several threads, and so do opening and closing.
+// Everything may be called from inside a handler. A handler that throws fails its exchange: the link is released and
+// the request returns false. No handler runs with a lock of the link held.
 #pragma once
 
 #include <cstdint>
@@ -74,8 +78,9 @@ class BX_SERIAL_COM_API BXSerialCom {
   // 73 sum, answered by 59 73.
   bool sendStartupCommand();
   // 6F mode sum, answered by 59 6F. While a stream runs, that answer is also the end of the stream: the listening
-  // thread hands it to the stream handler, then this returns. `endsStream` is a hint that this link has no use for.
-  // Does not touch currentDeviceMode.
+  // thread hands it to the stream handler, then this returns; it waits for a handler that does not come back no longer
+  // than for an answer. Called inside the stream handler it returns with the answer. `endsStream` is a hint that this
+  // link has no use for. Does not touch currentDeviceMode.
   bool setDeviceMode(const DeviceMode& mode, bool endsStream);
   // 63 item sum, answered by 59 63 item text. Any answer but a refusal succeeds and goes to `callback`, or to the
   // function of setCallBackFunction when `callback` is empty. False without sending for an unknown item.
@@ -115,10 +120,13 @@ class BX_SERIAL_COM_API BXSerialCom {
 
   // ---- Stream.
 
-  // Starts the listening thread. Running and streaming are true when this returns. Payloads that came since the mode's
-  // answer reach the handler first. Nothing happens when the port is not open or the thread runs already.
+  // Starts the listening thread. Running and streaming are true when this returns. Payloads that came since the answer
+  // of a stream's mode reach the handler first; from the end of a listening to the next such answer, or the next start,
+  // payloads are dropped and counted. At most 1 MiB of them waits (some 20,000 records); what comes beyond that is
+  // dropped, counted and told as a failure. Nothing happens when the port is not open or the thread runs already.
   void startSessionListening();
-  // False ends the listening thread once the payloads that have arrived so far are handled.
+  // False ends the listening thread once the payloads that have arrived so far are handled. Inside the stream handler
+  // it clears getStreaming at once, and the stream ends when the handler returns.
   void setRunning(const bool& running);
   // Whether a stream is listened to. Cleared by every way out of the listening thread: the end of the stream,
   // setRunning(false), closePort, a hang-up, a lost session, a handler that throws.
