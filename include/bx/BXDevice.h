@@ -12,8 +12,9 @@
 //
 // Threads. One thread of the host uses a device at a time. While it streams, records arrive on the listening thread,
 // and beside it these may be called: getTrainingFrames, takeTrainingFrames, clearTrainingFrames, trainingFrameCount,
-// setDeviceMode, stopThread, hasError and copying. Everything else waits until the stream has ended. isDownloading and
-// hasError may be called from any thread at any time.
+// setDeviceMode, stopThread, hasError and copying. Everything else waits until the stream has ended. isDownloading,
+// downloadProgress and hasError may be called from any thread at any time. When the port is hung up during a stream,
+// the listening thread closes it and changes nothing else: records, documents and targets stay as they are.
 //
 // Documents are values: what is passed in or returned is copied. References from the getters are to the device's own
 // documents and end with the device; changing one sends nothing. docs/ tables keys, types and units. A missing
@@ -68,6 +69,13 @@ class BX_DEVICE_API BXDevice {
   bool isDeviceInitialized() const;
   // Whether stored results, or a target of them, are being fetched.
   bool isDownloading() const;
+  // How far the download of stored results is that runs, or how far the last one came: 0 of 0 until the device has told
+  // how many pages there are. Targets are fetched after the last page.
+  struct DownloadProgress {
+    std::size_t pagesDone = 0;
+    std::size_t pages = 0;
+  };
+  DownloadProgress downloadProgress() const;
   // The link's error flag; it stays set until it is set back. BXSerialLink.h tells the reason.
   bool hasError() const;
   void setError(bool error);
@@ -78,7 +86,8 @@ class BX_DEVICE_API BXDevice {
   Json& getTarget();
   const std::string& getTargetType() const;  // always empty
 
-  // Names the port; opens nothing. Without effect while the port is open.
+  // Names the port; opens nothing, and asks nothing of the link but to remember it. Without effect while the port is
+  // open.
   void setDevicePort(const std::string& port);
   // Replaces the document, whole; sends nothing (setParameterSetFrames does).
   void setDeviceSettings(const Json& settings);
@@ -113,6 +122,20 @@ class BX_DEVICE_API BXDevice {
   // "TargetReceiverHitIndicationBeam" and "SleepWakeUp" of the device settings from the frames read. A frame that was
   // never read, or is too short, sets nothing, and from then on counts as read.
   void processDeviceFrames();
+
+  // What the control bytes of the frames are, by the device settings and the targets in use (docs/wire.md): parameter
+  // control byte 1: mounting and arrow buttons.
+  unsigned char createParameterControlByte1();
+  // Parameter control byte 2: zeroing.
+  bool createParameterControlByte2();
+  // Operating-mode control byte 1: what is evaluated, triggers, hit indication beam and waking up; never 0.
+  unsigned char createParameterSet1OperatingModeControlByte1();
+  // Operating-mode control byte 2: display and buzzer.
+  unsigned char createParameterSet1OperatingModeControlByte2();
+  // Sets "Mounting" and "ArrowButtonsEnabled" from the byte that is pointed to, parameter control byte 1.
+  void processParameterControlByte1(const unsigned char* byte);
+  // Sets the other five settings of processDeviceFrames from operating-mode control byte 1.
+  void processParameterSet1OperatingModeControlByte1(const unsigned char* byte);
 
   // ---- Training
 
@@ -176,16 +199,11 @@ class BX_DEVICE_API BXDevice {
   void processDownloadTrainingData();
   void processStoredData();
   void downloadFinished();
+  bool downloadPages();
+  void setDownloadProgress(const DownloadProgress& now);
   bool downloadStoredTargets();
   bool downloadTargetsOf(const Bytes& shotFrame);
   void decodeStoredRecords();
-
-  unsigned char createParameterControlByte1();
-  bool createParameterControlByte2();
-  unsigned char createParameterSet1OperatingModeControlByte1();
-  unsigned char createParameterSet1OperatingModeControlByte2();
-  void processParameterControlByte1(const unsigned char* byte);
-  void processParameterSet1OperatingModeControlByte1(const unsigned char* byte);
 
   unsigned char createRingControlByte1(Json& document);
   unsigned char createRingControlByte2(Json& document);
@@ -200,13 +218,13 @@ class BX_DEVICE_API BXDevice {
   Json processMeasurementData(const Bytes& frame);
 
   std::string deviceName;
-  std::string portName;  // as the link remembers it; kept by copies
+  std::string portName;
   std::map<std::int32_t, Bytes> deviceFrames;
   bool deviceInitialized = false;
   std::atomic<bool> downloadingTrainingData{false};
   std::atomic<bool> downloadingTarget{false};
   BXSerialCom serialCom;
-  std::string targetType;
+  std::string targetType;  // stays empty
   std::int32_t currentRingTargetNumber = 255;
   std::int32_t currentSilhouetteTargetNumber = 255;
   std::int32_t numberOfPrisms = 0;
@@ -215,19 +233,24 @@ class BX_DEVICE_API BXDevice {
   Json deviceSettings;
   Json target;
   Json sessionSettings;
-  std::vector<Json> trainingFrames;
-  std::function<void()> callBack;
-  void (*unityCallback)(const char*) = nullptr;
-  boost::thread workerThread;
-  boost::mutex stateMutex;
+  // Guards what the listening thread changes beside the host, and what may be asked for from any thread: the three
+  // members below, and the numbers of the targets in use while a stream is listened to. No other lock is taken under
+  // it.
   mutable boost::mutex trainingFramesMutex;
-  boost::condition_variable stateCondition;
+  std::vector<Json> trainingFrames;
   std::uint32_t aimTimerStart = 0;
+  DownloadProgress progress;
   std::vector<Bytes> storedResultPages;
   std::vector<Bytes> storedDataFrames;
   std::vector<Bytes> storedShotFrames;
   std::map<std::int32_t, Json> ringTargets;
   std::map<std::int32_t, Json> silhouetteTargets;
+  // Of the contract alone: kept or declared, and never used.
+  std::function<void()> callBack;
+  void (*unityCallback)(const char*) = nullptr;
+  boost::thread workerThread;
+  boost::mutex stateMutex;
+  boost::condition_variable stateCondition;
 };
 
 }  // namespace BX

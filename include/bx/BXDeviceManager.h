@@ -15,18 +15,20 @@
 // Threads. All members may be called from any thread at any time, except construction, destruction and assigning to
 // this manager, which no other call on it may overlap.
 //   - Operations on different ports run at the same time.
-//   - Operations on one port take turns, copying included.
-//   - A removal waits for nobody: when another thread has an operation under way on that port, the port is closed,
-//   which
-//     makes the operation fail at once, and the device is destroyed when the operation ends.
+//   - Operations on one port run one after the other, copying included.
+//   - A removal waits for no operation: it closes the port, which makes an operation under way on another thread fail
+//   at
+//     once, and the device is destroyed when that operation ends. It waits for a handler that runs on another thread.
+//     Of two removals at once one returns true, and the other returns at once.
+//   - takeTrainingFrames waits for nobody.
 //   - A hang-up during a stream removes the device, on its listening thread, beside whatever else runs. No operation
 //     waits for a device that has hung up.
+//   - Inside a handler or the remove-device callback everything may be called. An operation on the handler's own port
+//     that another thread keeps busy waits for it, and that one waits for the handler no longer than 4 s.
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -58,10 +60,10 @@ class BX_DEVICE_API BXDeviceManager {
   // The registered device, to be used as BXDevice.h says and not beside an operation on its port. Throws
   // std::out_of_range, naming the port, when there is none. The reference ends with removeDevice,
   // internalRemoveDevice, disconnectDevice, disconnectDevices, a connect that fails, assignment and destruction. It
-  // outlives a hang-up: the device is then closed and no longer registered, and destroyed when its port is added anew,
-  // or by disconnectDevices, assignment or destruction.
+  // outlives a hang-up: the device is then closed and no longer registered, and else as it was, its records included.
+  // It is destroyed when its port is added anew, or by disconnectDevices, assignment or destruction.
   BXDevice& getDevice(const std::string& port);
-  // Disconnects (BXDevice::disconnectDevice) and destroys the device: 500 ms. False when the port is not registered.
+  // Closes the port and destroys the device: 500 ms. False when the port is not registered.
   bool removeDevice(const std::string& port);
   // The same for a C string; false also on any exception.
   bool internalRemoveDevice(const char* port);
@@ -105,12 +107,17 @@ class BX_DEVICE_API BXDeviceManager {
   // ---- Training
 
   // Forgets the device's records and starts the stream that its session settings ask for (BXDevice::startThread; 1
-  // exchange). Records are fetched with getDevice(port).getTrainingFrames(), and pile up until then.
+  // exchange). Records are fetched with takeTrainingFrames or the members of getDevice(port), and pile up until then.
   void startTraining(const std::string& port);
-  // Mode 4 (1 exchange), which ends the stream, then waits until the payloads that have arrived are handled.
+  // Mode 4 (1 exchange), which ends the stream, then waits until the payloads that have arrived are handled. Inside a
+  // stream handler it returns at once, and the stream ends when the handler returns.
   void stopTraining(const std::string& port);
   // The same for every device, one after the other, streaming or not.
   void stopTraining();
+  // The records that have come since the last call, which are then forgotten: while the device streams, after the
+  // stream has ended, and after the port was hung up, until it is added anew. Waits for nobody: any thread may ask at
+  // any time. Empty during a download or clear of stored results, whose records these then are.
+  std::vector<Json> takeTrainingFrames(const std::string& port);
 
   // ---- Targets and stored results. Not while the device streams.
 
@@ -126,24 +133,18 @@ class BX_DEVICE_API BXDeviceManager {
   void clearTrainingData(const std::string& port);
 
  private:
-  struct Entry;  // a device, and the lock under which one operation at a time uses it
-  class Turn;    // an entry that an operation uses
-  using Devices = std::map<std::string, std::shared_ptr<Entry>>;
+  struct Entry;
+  class RecordsInUse;
+  class LockedDevice;
+  class Registry;
 
+  bool remove(const std::string& port, Entry& entry);
   bool retireDevice(const std::string& port, Entry& own);
-  static void release(Entry& entry);
-  std::shared_ptr<Entry> find(const std::string& port) const;
-  std::shared_ptr<Entry> extract(const std::string& port, const Entry* own = nullptr);
-  Turn take(const std::string& port) const;
-  std::vector<std::string> ports() const;
-  Devices copyDevices() const;
   void connectInto(Json& result, const std::string& port, bool skipStartup);
   void connectListed(Json& result, const std::string& port);
-  void drop(const std::string& port, const Turn& device);
+  void drop(const std::string& port, const LockedDevice& device);
 
-  mutable std::mutex registryMutex;
-  Devices devices;
-  Devices hungUp;  // removed by their own listening thread, kept for the references that the host may hold
+  const std::unique_ptr<Registry> registry;
 };
 
 }  // namespace BX

@@ -41,8 +41,11 @@ BXDevice::BXDevice(const BXDevice& other)
 
 // The link would close itself, but only after the members that the stream handler uses are gone.
 BXDevice::~BXDevice() {
-  platform::wait(settleDelay);
-  serialCom.closePort();
+  try {
+    platform::wait(settleDelay);
+    serialCom.closePort();
+  } catch (...) {  // a link that fails to close its port must not end the process
+  }
 }
 
 bool BXDevice::connectDevice(bool skipStartup) {
@@ -110,9 +113,10 @@ BXDevice::Json& BXDevice::getTarget() { return target; }
 
 const std::string& BXDevice::getTargetType() const { return targetType; }
 
-// A link whose port is open keeps its name, and so does the device.
+// A link whose port is open keeps its name, and so does the device. What the link returns otherwise counts for nothing.
 void BXDevice::setDevicePort(const std::string& port) {
-  if (serialCom.initializePort(port)) portName = port;
+  if (!serialCom.isConnected()) portName = port;
+  serialCom.initializePort(port);
 }
 
 void BXDevice::setTarget(const Json& newTarget) { target = newTarget; }

@@ -21,15 +21,6 @@ bool requestPage(BXSerialCom& link, std::uint8_t block, std::uint8_t page, const
   return link.sendDownloadRequest(request, handler);
 }
 
-bool requestPages(BXSerialCom& link, const std::vector<wire::Bytes>& pages, const std::function<void()>& handler) {
-  for (const auto& entry : pages) {
-    for (std::uint8_t page = 0; page < entry[1]; ++page) {
-      if (!requestPage(link, entry[0], page, handler)) return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 void BXDevice::sendDownloadFrame() {
@@ -38,20 +29,45 @@ void BXDevice::sendDownloadFrame() {
   log("SENDDLFRAME: ");
   downloadingTrainingData = true;
   const platform::AtExit finish([this] { downloadFinished(); });
-  trainingFrames.clear();
+  clearTrainingFrames();
   storedResultPages.clear();
+  setDownloadProgress({});
 
   log("SENDDLFRAME: devuce info stored results");
   const auto pageTableHandler = [this] { processDownloadTrainingData(); };
   if (!serialCom.sendDeviceInfoCommand(BXSerialCom::DEVICE_INFO_STORED_RESULTS, pageTableHandler)) return;
 
   log("SENDDLFRAME: page results");
-  if (!requestPages(serialCom, storedResultPages, [this] { processStoredData(); })) return;
+  if (!downloadPages()) return;
   log("SENDDLFRAME: download accepted");
 
   if (!downloadStoredTargets()) return;
   decodeStoredRecords();
   log("COMPLETED FRAMES!!!");
+}
+
+bool BXDevice::downloadPages() {
+  DownloadProgress now;
+  for (const auto& entry : storedResultPages) now.pages += entry[1];
+  setDownloadProgress(now);
+  for (const auto& entry : storedResultPages) {
+    for (std::uint8_t page = 0; page < entry[1]; ++page) {
+      if (!requestPage(serialCom, entry[0], page, [this] { processStoredData(); })) return false;
+      ++now.pagesDone;
+      setDownloadProgress(now);
+    }
+  }
+  return true;
+}
+
+BXDevice::DownloadProgress BXDevice::downloadProgress() const {
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  return progress;
+}
+
+void BXDevice::setDownloadProgress(const DownloadProgress& now) {
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  progress = now;
 }
 
 bool BXDevice::downloadStoredTargets() {
@@ -83,18 +99,22 @@ bool BXDevice::downloadTargetsOf(const Bytes& shotFrame) {
 }
 
 void BXDevice::decodeStoredRecords() {
+  std::vector<Json> decoded;
+  decoded.reserve(storedDataFrames.size());
   for (const auto& frame : storedDataFrames) {
     switch (records::kindOf(frame)) {
       case records::RecordKind::Measurement:
-        trainingFrames.push_back(processMeasurementData(frame));
+        decoded.push_back(processMeasurementData(frame));
         break;
       case records::RecordKind::Shot:
-        trainingFrames.push_back(processShotData(frame));
+        decoded.push_back(processShotData(frame));
         break;
       case records::RecordKind::Other:
         break;
     }
   }
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  trainingFrames.swap(decoded);
 }
 
 void BXDevice::processDownloadTrainingData() {
@@ -116,7 +136,7 @@ void BXDevice::downloadFinished() {
 
 bool BXDevice::clearTrainingDataOnDevice() {
   const auto forget = [this] {
-    trainingFrames.clear();
+    clearTrainingFrames();
     storedResultPages.clear();
   };
   log("Clear Training DAta");

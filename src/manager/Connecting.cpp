@@ -1,7 +1,7 @@
-// Connecting and disconnecting devices, one or all.
+// Connecting devices, one or all.
 #include <iostream>
 
-#include "manager/Entry.h"
+#include "manager/Registry.h"
 #include "morva/KeyedAccess.h"
 
 namespace BX {
@@ -17,24 +17,24 @@ MORVA::MORVADataTypeJSON BXDeviceManager::connectDevice(const std::string& port,
 
 void BXDeviceManager::connectInto(Json& result, const std::string& port, bool skipStartup) {
   std::shared_ptr<Entry> namesake;  // the entry whose port is this device's name: the empty name, for a kept device
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (!device) return;
   if (device->getSerialCom().isConnected()) {
     setDocument(result, port, device->getDeviceSettings());
-    if (skipStartup) namesake = extract(device->deviceName);
+    if (skipStartup) namesake = registry->remove(device->deviceName);
     return;
   }
   if (skipStartup) {
-    namesake = find(device->deviceName);
+    namesake = registry->find(device->deviceName);
     if (namesake && namesake->device.getSerialCom().isConnected()) {
-      extract(port, device.entry());
+      registry->remove(port, &device.entry());
       return;
     }
   }
   if (!device->connectDevice(skipStartup)) return drop(port, device);
 
   device->setRemoveDeviceCallback(
-      [this, own = device.entry()](const char* hungUpPort) { return retireDevice(hungUpPort, *own); });
+      [this, own = &device.entry()](const char* hungUpPort) { return retireDevice(hungUpPort, *own); });
   device->setDeviceMode(BXSerialCom::RESTING, false);
   if (!device->getParameterSetFrames()) return drop(port, device);
   setDocument(result, port, device->getDeviceSettings());
@@ -42,7 +42,7 @@ void BXDeviceManager::connectInto(Json& result, const std::string& port, bool sk
 
 MORVA::MORVADataTypeJSON BXDeviceManager::connectDevices() {
   Json result;
-  for (const auto& port : ports()) {
+  for (const auto& port : registry->ports()) {
     try {
       connectListed(result, port);
     } catch (...) {  // a device that fails so badly is left out of the result
@@ -52,7 +52,7 @@ MORVA::MORVADataTypeJSON BXDeviceManager::connectDevices() {
 }
 
 void BXDeviceManager::connectListed(Json& result, const std::string& port) {
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (!device) return;
   if (!device->getSerialCom().isConnected()) {
     std::cout << "Connecting device on port: " << port << std::endl;
@@ -63,26 +63,10 @@ void BXDeviceManager::connectListed(Json& result, const std::string& port) {
   setDocument(result, port, device->getDeviceSettings());
 }
 
-// The turn is held already: release() would find the device busy.
-void BXDeviceManager::drop(const std::string& port, const Turn& device) {
+// The device is locked: nobody else uses it.
+void BXDeviceManager::drop(const std::string& port, const LockedDevice& device) {
   device->disconnectDevice();
-  extract(port, device.entry());
-}
-
-void BXDeviceManager::disconnectDevice(const std::string& port) { removeDevice(port); }
-
-void BXDeviceManager::disconnectDevices() {
-  Devices registered;
-  Devices retired;
-  {
-    const std::lock_guard lock(registryMutex);
-    registered.swap(devices);
-    retired.swap(hungUp);
-  }
-  for (const auto& [port, entry] : registered) {
-    std::cout << "Disconnecting device on port: " << port << std::endl;
-    release(*entry);
-  }
+  registry->remove(port, &device.entry());
 }
 
 }  // namespace BX

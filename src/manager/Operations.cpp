@@ -5,11 +5,14 @@
 #include <utility>
 
 #include "bx/DocumentKeys.h"
-#include "manager/Entry.h"
+#include "manager/Registry.h"
 
 namespace BX {
 
 namespace {
+
+// How long stopTraining keeps other operations out while the last payloads are handled.
+constexpr std::chrono::seconds handlerPatience{2};
 
 void useTransferMode(BXDevice& device) { device.setDeviceMode(BXSerialCom::TRANSFER, false); }
 void rest(BXDevice& device) { device.setDeviceMode(BXSerialCom::RESTING, false); }
@@ -17,14 +20,14 @@ void rest(BXDevice& device) { device.setDeviceMode(BXSerialCom::RESTING, false);
 }  // namespace
 
 MORVA::MORVADataTypeJSON BXDeviceManager::getDeviceSettings(const std::string& port) {
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (!device) return {};
   device->getParameterSetFrames();
   return device->getDeviceSettings();
 }
 
 void BXDeviceManager::setDeviceSettings(const std::string& port, const Json& settings) {
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (!device) return;
   device->setDeviceSettings(settings);
   useTransferMode(*device);
@@ -33,7 +36,7 @@ void BXDeviceManager::setDeviceSettings(const std::string& port, const Json& set
 }
 
 bool BXDeviceManager::setupDeviceSettings(const std::string& port, const Json& settings) {
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (!device) return false;
   useTransferMode(*device);
   device->setDeviceSettings(settings);
@@ -43,38 +46,48 @@ bool BXDeviceManager::setupDeviceSettings(const std::string& port, const Json& s
 }
 
 bool BXDeviceManager::setSessionSettings(const std::string& port, const Json& settings) {
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (device) device->setSessionSettings(settings);
   return static_cast<bool>(device);
 }
 
 void BXDeviceManager::setDeviceMode(const std::string& port, BXSerialCom::DeviceMode mode) {
-  if (const Turn device = take(port)) device->setDeviceMode(mode, false);
+  if (const LockedDevice device = registry->lock(port)) device->setDeviceMode(mode, false);
 }
 
 void BXDeviceManager::setCallBackFunction(const std::string& port, std::function<void()> callBack) {
-  if (const Turn device = take(port)) device->setCallBackFunction(std::move(callBack));
+  if (const LockedDevice device = registry->lock(port)) device->setCallBackFunction(std::move(callBack));
 }
 
 void BXDeviceManager::startTraining(const std::string& port) {
-  if (const Turn device = take(port)) device->startThread();
+  const LockedDevice device = registry->lock(port);
+  if (!device) return;
+  ++device.entry().starts;
+  device->startThread();
 }
 
+// Every way out of the listening thread clears the flag, and none of them needs this lock, but for a stream handler of
+// the host's own that has called this manager and waits for it: the lock is given back then. A training that is started
+// from then on is none of this call's business.
 void BXDeviceManager::stopTraining(const std::string& port) {
-  const Turn device = take(port);
+  LockedDevice device = registry->lock(port);
   if (!device) return;
   device->setDeviceMode(BXSerialCom::RESTING, true);
   device->stopThread();
-  // Every way out of the listening thread clears the flag, and none of them needs this turn.
-  while (device->getSerialCom().getStreaming()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  const auto patienceEnds = std::chrono::steady_clock::now() + handlerPatience;
+  const unsigned starts = device.entry().starts;
+  while (device->getSerialCom().getStreaming() && device.entry().starts == starts) {
+    if (device.owns() && std::chrono::steady_clock::now() >= patienceEnds) device.unlock();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 void BXDeviceManager::stopTraining() {
-  for (const auto& port : ports()) stopTraining(port);
+  for (const auto& port : registry->ports()) stopTraining(port);
 }
 
 bool BXDeviceManager::createTargetOnDevice(const std::string& port, const std::string& targetType, Json& target) try {
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (!device) return false;
   useTransferMode(*device);
   device->setTarget(target);
@@ -87,12 +100,13 @@ bool BXDeviceManager::createTargetOnDevice(const std::string& port, const std::s
 }
 
 void BXDeviceManager::clearTargetData(const std::string& port) {
-  if (const Turn device = take(port)) device->clearTargetData();
+  if (const LockedDevice device = registry->lock(port)) device->clearTargetData();
 }
 
 std::vector<MORVA::MORVADataTypeJSON> BXDeviceManager::downloadDeviceTrainingSession(const std::string& port) {
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (!device) return {};
+  const RecordsInUse bracket(device.entry());
   useTransferMode(*device);
   device->sendDownloadFrame();
   std::vector<Json> records = device->getTrainingFrames();
@@ -101,8 +115,9 @@ std::vector<MORVA::MORVADataTypeJSON> BXDeviceManager::downloadDeviceTrainingSes
 }
 
 void BXDeviceManager::clearTrainingData(const std::string& port) {
-  const Turn device = take(port);
+  const LockedDevice device = registry->lock(port);
   if (!device) return;
+  const RecordsInUse bracket(device.entry());
   useTransferMode(*device);
   device->clearTrainingDataOnDevice();
   rest(*device);

@@ -2,8 +2,10 @@
 #include "bx/BXDeviceManager.h"
 
 #include <future>
+#include <set>
 
 #include "tests/device/DeviceTesting.h"
+#include "tests/support/DisturbedLine.h"
 
 namespace BX::test {
 namespace {
@@ -49,6 +51,7 @@ TEST(Registry, DoesNothingForAnUnknownPort) {
   EXPECT_FALSE(manager.setSessionSettings("x", Json()));
   EXPECT_FALSE(manager.createTargetOnDevice("x", "RING", target));
   EXPECT_THAT(manager.downloadDeviceTrainingSession("x"), IsEmpty());
+  EXPECT_THAT(manager.takeTrainingFrames("x"), IsEmpty());
   EXPECT_THROW(manager.getDevice("x"), std::out_of_range);
   manager.setDeviceSettings("x", Json());
   manager.setDeviceMode("x", BXSerialCom::RESTING);
@@ -140,26 +143,60 @@ TEST(Operations, BracketTransfersWithModes6And4) {
   EXPECT_THAT(registered.device().getAllTargets(), IsEmpty());
 }
 
-TEST(Operations, StopTrainingBringsEveryRecord) {
-  Registered registered(streaming(std::vector<std::string>(100, "CA41")));
+TEST(Records, AreTakenWhileTheDeviceStreamsAndWhenItHasStopped) {
+  Registered registered(streaming(std::vector<std::string>(200, "CA41")));
   registered.connect();
   registered.manager.startTraining("loopback");
-  ASSERT_TRUE(registered.simulator.awaitTranscript("< CA", 100));
+  std::size_t taken = 0;
+  while (taken < 20) taken += registered.manager.takeTrainingFrames("loopback").size();
+  ASSERT_TRUE(registered.simulator.awaitTranscript("< CA", 200));
   registered.manager.stopTraining();
-  EXPECT_EQ(registered.device().trainingFrameCount(), 100U);
   EXPECT_EQ(registered.sent("6F").back(), "6F0473");
+  EXPECT_EQ(taken + registered.device().trainingFrameCount(), 200U);
+  EXPECT_THAT(registered.manager.takeTrainingFrames("loopback"), SizeIs(200 - taken));
+  EXPECT_EQ(registered.device().trainingFrameCount(), 0U);
 }
 
-TEST(Removal, FollowsAHangUpDuringAStreamAndLeavesReferencesAlive) {
-  Registered registered(streaming({"CA41"}));
-  registered.connect();
-  BXDevice& device = registered.device();
-  registered.manager.startTraining("loopback");
-  registered.simulator.hangUp();
-  await([&] { return !registered.isRegistered(); });
-  registered.manager.stopTraining();
-  EXPECT_FALSE(device.getSerialCom().isConnected());
-  EXPECT_TRUE(registered.manager.addDevice("loopback", ""));
+TEST(Records, OfADownloadAreItsOwnAndItsPagesAreCounted) {
+  sim::Options options;
+  for (std::uint8_t page = 0; page < 3; ++page)
+    options.stored.push_back({1, page, bytesOf("CA65" + std::string(30, '0'))});
+  DisturbedDevice device(options);
+  BXDeviceManager manager;
+  manager.addDevice("loopback", "");
+  ASSERT_NE(manager.connectDevice("loopback", true).toString(), "{}");
+  std::set<std::pair<std::size_t, std::size_t>> seen;
+  for (std::size_t write = 0; write == 0 || device.hostsLine.writes() > write; ++write) {
+    device.hostsLine.arm(write, [&] {
+      const auto progress = manager.getDevice("loopback").downloadProgress();
+      seen.emplace(progress.pagesDone, progress.pages);
+      EXPECT_THAT(manager.takeTrainingFrames("loopback"), IsEmpty()) << write;
+    });
+    EXPECT_THAT(manager.downloadDeviceTrainingSession("loopback"), SizeIs(3));
+  }
+  EXPECT_THAT(seen, ElementsAre(std::pair(0, 0), std::pair(0, 3), std::pair(1, 3), std::pair(2, 3), std::pair(3, 3)));
+  EXPECT_THAT(manager.takeTrainingFrames("loopback"), SizeIs(3));
+}
+
+TEST(Removal, FollowsAHangUpDuringAStreamAndLeavesReferencesAndRecordsAlive) {
+  for (const bool fetched : {true, false}) {
+    Registered registered(streaming(std::vector<std::string>(20, "CA41")));
+    registered.connect();
+    BXDevice& device = registered.device();
+    registered.manager.startTraining("loopback");
+    ASSERT_TRUE(registered.simulator.awaitTranscript("< CA", 20));
+    registered.simulator.hangUp();
+    await([&] { return !registered.isRegistered(); });
+    registered.manager.stopTraining();
+    EXPECT_FALSE(device.getSerialCom().isConnected());
+    EXPECT_EQ(device.getDeviceSettings().toString(), simulatedSettings);
+    EXPECT_THAT(device.getTrainingFrames(), SizeIs(20));
+    if (fetched) {
+      EXPECT_THAT(registered.manager.takeTrainingFrames("loopback"), SizeIs(20));
+    }
+    EXPECT_TRUE(registered.manager.addDevice("loopback", ""));
+    EXPECT_THAT(registered.manager.takeTrainingFrames("loopback"), IsEmpty());
+  }
 }
 
 TEST(Removal, MakesTheOperationOfAnotherThreadFail) {

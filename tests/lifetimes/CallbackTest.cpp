@@ -150,52 +150,87 @@ TEST_F(CallbackBytes, AreKeptApartWhenTwoThreadsAsk) {
   other.join();
 }
 
-// ---- Of the registry: a device that hangs up asks its host.
+// ---- Of the registry: in the stream handler of the host's own, beside a stop or not, and when a device hangs up.
 
 struct ManagerDeed {
   const char* name;
-  std::function<void(std::unique_ptr<BXDeviceManager>&)> happen;
+  std::function<void(BXDeviceManager&)> happen;
 };
 
 const std::vector<ManagerDeed> managerDeeds = {
-    {"remove", [](auto& manager) { EXPECT_TRUE(manager->internalRemoveDevice(port)); }},
-    {"disconnect all", [](auto& manager) { manager->disconnectDevices(); }},
-    {"stop all", [](auto& manager) { manager->stopTraining(); }},
-    {"connect and train",
+    {"remove", [](auto& manager) { manager.internalRemoveDevice(port); }},
+    {"disconnect", [](auto& manager) { manager.disconnectDevice(port); }},
+    {"disconnect all", [](auto& manager) { manager.disconnectDevices(); }},
+    {"stop", [](auto& manager) { manager.stopTraining(port); }},
+    {"stop all", [](auto& manager) { manager.stopTraining(); }},
+    {"start", [](auto& manager) { manager.startTraining(port); }},
+    {"stop and start",
      [](auto& manager) {
-       connect(*manager);
-       manager->startTraining(port);
+       manager.stopTraining(port);
+       manager.startTraining(port);
      }},
-    {"remove and connect",
+    {"connect", [](auto& manager) { manager.connectDevice(port, true); }},
+    {"remove, connect and train",
      [](auto& manager) {
-       manager->removeDevice(port);
-       connect(*manager);
-       manager->startTraining(port);
+       manager.removeDevice(port);
+       manager.addDevice(port, "");
+       manager.connectDevice(port, true);
+       manager.startTraining(port);
      }},
-    {"download", [](auto& manager) { manager->downloadDeviceTrainingSession(port); }},
-    {"assign", [](auto& manager) { *manager = BXDeviceManager(*manager); }},
-    {"destroy", [](auto& manager) { manager.reset(); }},
+    {"change the mode", [](auto& manager) { manager.setDeviceMode(port, BXSerialCom::INFORMATION); }},
+    {"download", [](auto& manager) { manager.downloadDeviceTrainingSession(port); }},
+    {"take", [](auto& manager) { manager.takeTrainingFrames(port); }},
+    {"copy", [](auto& manager) { const BXDeviceManager copy(manager); }},
 };
 
-TEST(RemoveCallback, MayDoAnything) {
-  for (const ManagerDeed& deed : managerDeeds) {
+// These end the device, and so are no business of a second thread.
+const std::vector<ManagerDeed> endings = {
+    {"assign", [](auto& manager) { manager = BXDeviceManager(manager); }},
+    {"destroy", [](auto& manager) { manager.~BXDeviceManager(), new (&manager) BXDeviceManager(); }},
+};
+
+class ManagerCallback : public testing::TestWithParam<const char*> {
+ protected:
+  // The first call of the callback does it.
+  void happen(const ManagerDeed& deed) {
     SCOPED_TRACE(deed.name);
-    DisturbedDevice device(streaming(20));
-    auto manager = std::make_unique<BXDeviceManager>();
-    connect(*manager);
+    DisturbedDevice device(streaming(100'000));
+    BXDeviceManager manager;
+    connect(manager);
+    BXDevice& target = manager.getDevice(port);
+    Event begun;
     Event done;
-    manager->getDevice(port).setRemoveDeviceCallback([&](const char*) {
+    const auto call = [&, first = std::make_shared<std::atomic_flag>()] {
+      if (first->test_and_set()) return;
+      begun.set();
       deed.happen(manager);
       done.set();
-      return true;
-    });
-    manager->startTraining(port);
-    device.hostsLine.hangUp();
+    };
+    const std::string place = GetParam();
+    if (place == "Removal") target.setRemoveDeviceCallback([call](auto) { return call(), true; });
+    manager.startTraining(port);
+    if (place == "Removal") device.hostsLine.hangUp();
+    if (place != "Removal") target.getSerialCom().setProcessTrainingCallback(call);
+    ASSERT_TRUE(begun.wait());
+    if (place == "StreamBesideAStop") manager.stopTraining(port);
     ASSERT_TRUE(done.wait());
-    manager.reset();
+    manager.stopTraining(port);
+    manager.disconnectDevices();
     expectUsable();
   }
+};
+
+TEST_P(ManagerCallback, MayDoAnything) {
+  link::setOptions({.reply = std::chrono::milliseconds(200)});  // what a mode request waits for a handler at most
+  for (const ManagerDeed& deed : managerDeeds) happen(deed);
+  if (GetParam() != std::string("StreamBesideAStop")) {
+    for (const ManagerDeed& deed : endings) happen(deed);
+  }
+  link::setOptions({});
 }
+
+INSTANTIATE_TEST_SUITE_P(All, ManagerCallback, testing::Values("Removal", "Stream", "StreamBesideAStop"),
+                         [](auto& tested) { return std::string(tested.param); });
 
 }  // namespace
 }  // namespace BX::test

@@ -1,5 +1,6 @@
-// Something happens to a device in the middle of an operation: at every frame that the host sends, or at so many of
-// them. The operation ends, and the port can be used again.
+// Every two members of a manager that may be called at once are: the second one from some frame of the first one on,
+// while the line hangs up or does not. Both end, and the port can be used again. And what a host may do with a device
+// beside a stream that hangs up, and after it.
 #include <algorithm>
 #include <numeric>
 #include <ostream>
@@ -47,31 +48,29 @@ const std::vector<Operation> operations = {
     {"Download", true, [](auto& manager) { manager.downloadDeviceTrainingSession(port); }},
     {"Clear", true, [](auto& manager) { manager.clearTrainingData(port); }},
     {"Train", true, train},
+    {"ConnectAll", true, [](auto& manager) { manager.connectDevices(); }},
+    {"Start", true, [](auto& manager) { manager.startTraining(port); }},
+    {"Mode", true, [](auto& manager) { manager.setDeviceMode(port, BXSerialCom::INFORMATION); }},
+    {"Stop", true, [](auto& manager) { manager.stopTraining(port); }},
+    {"Take", true, [](auto& manager) { manager.takeTrainingFrames(port); }},
+    {"Copy", true, [](auto& manager) { const BXDeviceManager copy(manager); }},
+    {"Forget", true, [](auto& manager) { manager.clearTargetData(port); }},
+    {"Session", true, [](auto& manager) { manager.setSessionSettings(port, {}); }},
+    {"Remove", true, [](auto& manager) { manager.removeDevice(port); }},
+    {"RemoveAll", true, [](auto& manager) { manager.disconnectDevices(); }},
+    {"RemoveAndAdd", true,
+     [](auto& manager) {
+       manager.removeDevice(port);
+       manager.addDevice(port, "");
+     }},
 };
+
+constexpr std::size_t atOnce = std::numeric_limits<std::size_t>::max();
 
 void prepare(BXDeviceManager& manager, const Operation& operation) {
   manager.addDevice(port, "");
   if (operation.isConnected) manager.connectDevice(port, true);
 }
-
-// On a thread of its own, some time after the frame.
-struct Incident {
-  const char* name;
-  std::function<void(BXDeviceManager&, DisturbedLine&)> happen;
-};
-
-const std::vector<Incident> incidents = {
-    {"hang-up", [](auto&, auto& line) { line.hangUp(); }},
-    {"remove", [](auto& manager, auto&) { manager.removeDevice(port); }},
-    {"remove all", [](auto& manager, auto&) { manager.disconnectDevices(); }},
-    {"remove and add",
-     [](auto& manager, auto&) {
-       manager.removeDevice(port);
-       manager.addDevice(port, "");
-     }},
-    {"copy", [](auto& manager, auto&) { const BXDeviceManager copy(manager); }},
-    {"stop", [](auto& manager, auto&) { manager.stopTraining(); }},
-};
 
 class Instants : public testing::TestWithParam<Operation> {
  protected:
@@ -81,7 +80,7 @@ class Instants : public testing::TestWithParam<Operation> {
     return options;
   }
 
-  // Each frame that the operation sends when nothing happens, or so many of them.
+  // So many of the frames that the operation sends when nothing happens.
   std::vector<std::size_t> chooseFrames(std::size_t most) {
     BXDeviceManager manager;
     prepare(manager, GetParam());
@@ -89,25 +88,35 @@ class Instants : public testing::TestWithParam<Operation> {
     GetParam().run(manager);
     std::vector<std::size_t> frames(line.writes());
     std::iota(frames.begin(), frames.end(), 0U);
+    if (frames.empty()) return {atOnce};
     std::shuffle(frames.begin(), frames.end(), random);
     frames.resize(std::min(frames.size(), most));
     return frames;
   }
 
-  void disturb(const Incident& incident, std::size_t frame) {
+  std::thread later(Event& now, std::function<void()> deed) {
+    const auto pause = std::chrono::microseconds(std::uniform_int_distribution(0, 200)(random));
+    return std::thread([=, &now] {
+      now.wait();
+      if (pause > 100us) std::this_thread::sleep_for(pause);
+      deed();
+    });
+  }
+
+  void runWith(const Operation& other, std::size_t frame, bool hangsUp) {
     BXDeviceManager manager;
     prepare(manager, GetParam());
     Event now;
-    const auto pause = std::chrono::microseconds(std::uniform_int_distribution(0, 200)(random));
-    std::thread other([&] {
-      now.wait();
-      if (pause > 100us) std::this_thread::sleep_for(pause);
-      incident.happen(manager, line);
-    });
+    if (frame == atOnce) now.set();
     line.arm(frame, [&] { now.set(); });
+    std::thread second = later(now, [&] { other.run(manager); });
+    std::thread unplugged = later(now, [&] {
+      if (hangsUp) line.hangUp();
+    });
     GetParam().run(manager);
     now.set();  // a stream's timing decides how many frames there are
-    other.join();
+    second.join();
+    unplugged.join();
     line.arm(0, {});  // the operation may have sent fewer frames this time
     manager.disconnectDevices();
     expectUsable();
@@ -118,11 +127,17 @@ class Instants : public testing::TestWithParam<Operation> {
   std::mt19937 random{seed};
 };
 
-TEST_P(Instants, OfAnOperation) {
-  for (const Incident& incident : incidents) {
-    for (const std::size_t frame : chooseFrames(scaled(12))) {
-      SCOPED_TRACE(std::string(incident.name) + " at frame " + std::to_string(frame));
-      disturb(incident, frame);
+TEST_P(Instants, OfTwoOperations) {
+  bool reached = false;
+  for (const Operation& other : operations) {
+    reached = reached || std::string(other.name) == GetParam().name;
+    if (!reached) continue;  // had this one as its second
+    for (const std::size_t frame : chooseFrames(BX_SANITIZED ? 1 : 2)) {
+      for (const bool hangsUp : {false, true}) {
+        SCOPED_TRACE(std::string(other.name) + (hangsUp ? " and a hang-up" : "") + " at frame " +
+                     std::to_string(frame));
+        runWith(other, frame, hangsUp);
+      }
     }
   }
 }
@@ -165,6 +180,50 @@ TEST_F(WithoutTimeouts, StopTrainingReturnsWhenTheLineIsHungUpBeforeOrMeanwhile)
     });
     manager.stopTraining(port);
     other.join();
+  }
+}
+
+struct Use {
+  const char* name;
+  std::function<void(BXDevice&)> beside;  // the stream
+};
+
+const std::vector<Use> uses = {
+    {"get", [](auto& device) { device.getTrainingFrames(); }},
+    {"take", [](auto& device) { device.takeTrainingFrames(); }},
+    {"clear", [](auto& device) { device.clearTrainingFrames(); }},
+    {"mode", [](auto& device) { device.setDeviceMode(BXSerialCom::RESTING, true); }},
+    {"stop", [](auto& device) { device.stopThread(); }},
+    {"copy", [](auto& device) { const BXDevice copy(device); }},
+};
+
+TEST(Reference, IsUsedBesideAHangUpAndAfterIt) {
+  for (const Use& use : uses) {
+    SCOPED_TRACE(use.name);
+    DisturbedDevice device(streaming(100'000, 50'000));
+    BXDeviceManager manager;
+    connect(manager);
+    manager.startTraining(port);
+    BXDevice& streams = manager.getDevice(port);
+    std::atomic<bool> isOver = false;
+    std::thread asking([&] {
+      while (!isOver) {
+        streams.isDownloading() || streams.hasError() || streams.downloadProgress().pages > 0;
+        manager.takeTrainingFrames(port);
+      }
+    });
+    std::thread unplugged([&] {
+      await([&] { return streams.trainingFrameCount() > 0 || !streams.getSerialCom().getStreaming(); });
+      device.hostsLine.hangUp();
+    });
+    while (streams.getSerialCom().getStreaming()) use.beside(streams);
+    const BXDevice copy(streams);
+    EXPECT_NE(streams.getDeviceSettings().toString(), "{}");
+    streams.setTarget(streams.getDeviceSettings());
+    streams.clearTargetData();
+    unplugged.join();
+    isOver = true;
+    asking.join();
   }
 }
 
