@@ -24,7 +24,7 @@
 //   - A hang-up during a stream removes the device, on its listening thread, beside whatever else runs. No operation
 //     waits for a device that has hung up.
 //   - Inside a handler or the remove-device callback everything may be called. An operation on the handler's own port
-//     that another thread keeps busy waits for it, and that one waits for the handler no longer than 4 s.
+//     that another thread keeps busy waits for it, and that one waits for the handler no longer than 3 s.
 #pragma once
 
 #include <functional>

@@ -12,7 +12,7 @@ namespace BX {
 namespace {
 
 // How long stopTraining keeps other operations out while the last payloads are handled.
-constexpr std::chrono::seconds handlerPatience{2};
+constexpr std::chrono::seconds handlerPatience{1};
 
 void useTransferMode(BXDevice& device) { device.setDeviceMode(BXSerialCom::TRANSFER, false); }
 void rest(BXDevice& device) { device.setDeviceMode(BXSerialCom::RESTING, false); }

@@ -3,39 +3,44 @@
 
 #include <limits>
 
+#include "bx/BXDevice.h"
 #include "config/ControlBytes.h"
 #include "config/ParameterSetFrame.h"
+#include "tests/support/LoopbackDevice.h"
 
 namespace BX {
 namespace {
 
+// What the device sends in the other bits does not matter.
 TEST(ControlBytes, PlacementTravelsInThreeBits) {
-  const struct {
-    const char* mounting;
-    bool arrows;
-    int byte;
-  } table[] = {{"ABOVE", false, 0x00}, {"RIGHT", false, 0x01}, {"LEFT", true, 0x12}, {"BELOW", true, 0x13}};
-  for (const auto& [mounting, arrows, byte] : table) {
-    EXPECT_EQ(config::encode(config::Placement{config::mountingOf(mounting), arrows}), byte);
-    // What the device sends in the other bits does not matter.
-    const auto decoded = config::decodePlacement(static_cast<std::uint8_t>(byte | 0xEC));
-    EXPECT_STREQ(textOf(decoded.mounting), mounting);
-    EXPECT_EQ(decoded.arrowButtonsEnabled, arrows);
+  const test::NoWaits noWaits;
+  const std::pair<const char*, unsigned> table[] = {{R"({"Mounting":"ABOVE","ArrowButtonsEnabled":false})", 0x00},
+                                                    {R"({"Mounting":"RIGHT","ArrowButtonsEnabled":false})", 0x01},
+                                                    {R"({"Mounting":"LEFT","ArrowButtonsEnabled":true})", 0x12},
+                                                    {R"({"Mounting":"BELOW","ArrowButtonsEnabled":true})", 0x13}};
+  for (const auto& [settings, byte] : table) {
+    BXDevice device;
+    const auto received = static_cast<unsigned char>(byte | 0xECU);
+    device.processParameterControlByte1(&received);
+    EXPECT_EQ(device.getDeviceSettings().toString(), settings);
+    EXPECT_EQ(device.createParameterControlByte1(), byte);
   }
   EXPECT_EQ(config::mountingOf("below"), config::Mounting::Above);
 }
 
 TEST(ControlBytes, EvaluationTravelsInFiveBitsAndIsNeverSentEmpty) {
-  for (int byte = 0; byte < 32; ++byte) {
-    const auto bits = static_cast<std::uint8_t>(byte);
-    EXPECT_EQ(config::encode(config::decodeEvaluation(bits | 0xE0)), byte == 0 ? 0x0C : byte);
+  const test::NoWaits noWaits;
+  BXDevice device;
+  for (unsigned byte = 0; byte < 32; ++byte) {
+    const auto received = static_cast<unsigned char>(byte | 0xE0U);
+    device.processParameterSet1OperatingModeControlByte1(&received);
+    const unsigned switches = byte & 0x1CU;  // the other two tell which targets are in use: none
+    EXPECT_EQ(device.createParameterSet1OperatingModeControlByte1(), switches == 0 ? 0x0C : switches);
+    if (byte != 0x15) continue;
+    EXPECT_EQ(device.getDeviceSettings().toString(),
+              R"({"EvaluateSilhouette":true,"CountRingScore":false,"RegisterAllTriggers":true,)"
+              R"("TargetReceiverHitIndicationBeam":false,"SleepWakeUp":true})");
   }
-  EXPECT_TRUE(config::decodeEvaluation(0x01).evaluateSilhouette);
-  EXPECT_TRUE(config::decodeEvaluation(0x02).countRingScore);
-  EXPECT_TRUE(config::decodeEvaluation(0x04).registerAllTriggers);
-  EXPECT_TRUE(config::decodeEvaluation(0x08).targetReceiverHitIndicationBeam);
-  EXPECT_TRUE(config::decodeEvaluation(0x10).sleepWakeUp);
-  EXPECT_FALSE(config::decodeEvaluation(0x00).registerAllTriggers);
 }
 
 TEST(ParameterSetFrame, CutsTheCockingDelayToTenthsInAByte) {

@@ -81,14 +81,6 @@ TEST(ParameterSets, AreReadInOrderAndTheFirstAnswerCounts) {
   EXPECT_THAT(connection.settings(), HasSubstr(R"("SleepWakeUp":true)"));
 }
 
-TEST(ParameterSets, EndAtARefusal) {
-  Connection connection(refusing("6509"));
-  ASSERT_TRUE(connection.connect());
-  EXPECT_FALSE(connection.device.getParameterSetFrames());
-  EXPECT_THAT(connection.sent("65"), SizeIs(6));
-  EXPECT_EQ(connection.settings(), simulatedInformation + "}");
-}
-
 TEST(ParameterSets, PassOverAnswersThatAreNone) {
   Connection connection(
       withScript({scripted("6500", "596500"), scripted("6501", "59660A00FF"), scripted("6502", "5965")}));
@@ -137,24 +129,13 @@ TEST(Stream, AddsARecordForEachPayloadAndStopsWhenTold) {
   EXPECT_THAT(connection.device.getTrainingFrames(), IsEmpty());
 }
 
-TEST(Stream, IsFetchedInPiecesWithoutLossWhileItRuns) {
-  Connection connection(streaming(std::vector<std::string>(200, "CA41")));
-  ASSERT_TRUE(connection.connect());
-  connection.device.setSessionSettings(parsed(R"({"isInFieldMode":false})"));
-  connection.device.startThread();
-  EXPECT_THAT(connection.sent("6F01"), SizeIs(1));
-  std::size_t fetched = 0;
-  while (fetched < 200) fetched += connection.device.getTrainingFrames().size();
-  EXPECT_EQ(fetched, 200U);
-  EXPECT_THAT(connection.device.getTrainingFrames(), IsEmpty());
-  connection.stop();
-}
-
 TEST(Stream, EndsByTheDeviceAndStartsAgainFromNothing) {
   Connection connection(streaming({"CA41", "CA42", "59"}));
   ASSERT_TRUE(connection.connect());
-  for (int i = 0; i < 2; ++i) {
+  connection.device.setSessionSettings(parsed(R"({"isInFieldMode":false})"));
+  for (std::size_t i = 1; i <= 2; ++i) {
     connection.device.startThread();
+    EXPECT_THAT(connection.sent("6F01"), SizeIs(i));
     connection.awaitEndOfStream();
     EXPECT_EQ(connection.device.trainingFrameCount(), 2U);
     ASSERT_TRUE(connection.enter(BXSerialCom::RESTING));
@@ -170,22 +151,7 @@ TEST(Device, KeepsItsModeUntilADifferentOneIsGranted) {
   EXPECT_THAT(connection.sent("6F"), ElementsAre("6F0271", "6F0675"));
 }
 
-TEST(Device, CopiesClosedAndWithItsTargetAsSessionSettings) {
-  Connection connection;
-  ASSERT_TRUE(connection.connect());
-  connection.device.setTarget(parsed(R"({"TargetName":"A"})"));
-  connection.device.setSessionSettings(parsed(R"({"isInFieldMode":true})"));
-  BXDevice copy(connection.device);
-  EXPECT_TRUE(copy.isDeviceInitialized());
-  EXPECT_FALSE(copy.getSerialCom().isConnected());
-  EXPECT_EQ(copy.getDeviceSettings().toString(), connection.settings());
-  EXPECT_EQ(copy.getTarget().toString(), R"({"TargetName":"A"})");
-  EXPECT_EQ(copy.getSessionSettings().toString(), R"({"TargetName":"A"})");
-  connection.device.disconnectDevice();
-  EXPECT_TRUE(copy.connectDevice(true));  // it knows the port
-}
-
-TEST(Device, ForgetsItsDocumentsWhenDisconnectedButNotItsSession) {
+TEST(Device, CopiesClosedAndForgetsAllButItsSessionWhenDisconnected) {
   Connection connection;
   ASSERT_TRUE(connection.connect());
   Json ring = parsed(R"({"RingTargetNumber":3})");
@@ -193,12 +159,20 @@ TEST(Device, ForgetsItsDocumentsWhenDisconnectedButNotItsSession) {
   connection.device.setSessionSettings(parsed(R"({"NumberOfBullets":5})"));
   ASSERT_TRUE(connection.enter(BXSerialCom::TRANSFER));
   ASSERT_TRUE(connection.device.uploadRingTarget(ring));
+  BXDevice copy(connection.device);
+  EXPECT_TRUE(copy.isDeviceInitialized());
+  EXPECT_FALSE(copy.getSerialCom().isConnected());
+  EXPECT_EQ(copy.getDeviceSettings().toString(), connection.settings());
+  for (const auto& document : {copy.getTarget(), copy.getSessionSettings(), copy.getAllTargets().at(0)}) {
+    EXPECT_EQ(document.toString(), ring.toString());
+  }
   connection.device.disconnectDevice();
   EXPECT_EQ(connection.settings(), "{}");
   EXPECT_EQ(connection.device.getTarget().toString(), "{}");
   EXPECT_THAT(connection.device.getAllTargets(), IsEmpty());
   EXPECT_EQ(connection.device.getSessionSettings().toString(), R"({"NumberOfBullets":5})");
   EXPECT_TRUE(connection.device.isDeviceInitialized());
+  EXPECT_TRUE(copy.connectDevice(true));  // it knows the port
 }
 
 TEST(DebugHook, KeepsNothingThatAHostInstalls) {

@@ -1,10 +1,9 @@
-// Everything that a host may do from inside a callback, in every callback.
-#include "tests/lifetimes/Lifetimes.h"
+// Everything that a host may do from inside a callback: in the handlers of answers here, in those of streams and
+// hang-ups below.
+#include "tests/lifetimes/Operations.h"
 
 namespace BX::test {
 namespace {
-
-constexpr auto port = "loopback";
 
 // ---- Of the link.
 
@@ -15,37 +14,17 @@ void stream(BXSerialCom& com) {
   com.startSessionListening();
 }
 
-// Something that leads to a callback; it may return before the callback has run.
-struct Call {
-  const char* name;
-  std::function<void(BXSerialCom&, DisturbedDevice&, const std::function<void()>& deed)> make;
-
-  friend void PrintTo(const Call& call, std::ostream* out) { *out << call.name; }
-};
-
-const std::vector<Call> calls = {
-    {"reply",
-     [](auto& com, auto&, const auto& deed) {
-       com.setCallBackFunction(deed);
-       com.poll();
-     }},
-    {"page",
-     [](auto& com, auto&, const auto& deed) {
-       com.setDeviceMode(BXSerialCom::TRANSFER, false);
-       auto bytes = bytesOf("62000062");
-       com.sendDownloadRequest(bytes, deed);
-     }},
-    {"stream",
-     [](auto& com, auto&, const auto& deed) {
-       com.setProcessTrainingCallback(deed);
-       stream(com);
-     }},
-    {"removal",
-     [](auto& com, auto& device, const auto& deed) {
-       com.setRemoveDeviceCallback([deed](const char*) { return deed(), true; });
-       stream(com);
-       device.hostsLine.hangUp();
-     }},
+// Exchanges whose answers reach a callback.
+const std::vector<std::function<void(BXSerialCom&, const std::function<void()>& deed)>> calls = {
+    [](auto& com, const auto& deed) {
+      com.setCallBackFunction(deed);
+      com.poll();
+    },
+    [](auto& com, const auto& deed) {
+      com.setDeviceMode(BXSerialCom::TRANSFER, false);
+      auto bytes = bytesOf("62000062");
+      com.sendDownloadRequest(bytes, deed);
+    },
 };
 
 struct Deed {
@@ -58,18 +37,10 @@ const std::vector<Deed> deeds = {
     {"destroy", [](auto& com) { com.reset(); }},
     {"assign", [](auto& com) { *com = BXSerialCom(); }},
     {"exchange", [](auto& com) { com->sendStartupCommand(); }},
-    {"rest", [](auto& com) { com->setDeviceMode(BXSerialCom::RESTING, true); }},
-    {"stop listening", [](auto& com) { com->setRunning(false); }},
     {"stream anew",
      [](auto& com) {
        com->closePort();
        EXPECT_TRUE(com->openPort());
-       stream(*com);
-     }},
-    {"stop and stream",
-     [](auto& com) {
-       com->setDeviceMode(BXSerialCom::RESTING, true);
-       com->setRunning(false);
        stream(*com);
      }},
     {"change the callbacks",
@@ -82,11 +53,9 @@ const std::vector<Deed> deeds = {
     {"throw", [](auto&) { throw std::runtime_error("thrown by a callback"); }},
 };
 
-class LinkCallback : public testing::TestWithParam<Call> {};
-
-TEST_P(LinkCallback, MayDoAnything) {
-  for (const Deed& deed : deeds) {
-    SCOPED_TRACE(deed.name);
+void happen(const Deed& deed) {
+  SCOPED_TRACE(deed.name);
+  for (const auto& call : calls) {
     sim::Options options = streaming(20);
     options.stored.assign(3, {0, 0, {0xCA, 0x41}});
     DisturbedDevice device(options);
@@ -95,7 +64,7 @@ TEST_P(LinkCallback, MayDoAnything) {
     ASSERT_TRUE(com->openPort());
     Event done;
     std::atomic_flag begun;
-    GetParam().make(*com, device, [&] {
+    call(*com, [&] {
       if (begun.test_and_set()) return;
       const std::shared_ptr<Event> finally(&done, [](Event* event) { event->set(); });
       deed.happen(com);
@@ -111,7 +80,9 @@ TEST_P(LinkCallback, MayDoAnything) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, LinkCallback, testing::ValuesIn(calls), [](auto& tested) { return tested.param.name; });
+TEST(ReplyHandler, MayDoAnything) {
+  for (const Deed& deed : deeds) happen(deed);
+}
 
 class CallbackBytes : public testing::Test {
  protected:
@@ -152,49 +123,24 @@ TEST_F(CallbackBytes, AreKeptApartWhenTwoThreadsAsk) {
 
 // ---- Of the registry: in the stream handler of the host's own, beside a stop or not, and when a device hangs up.
 
-struct ManagerDeed {
-  const char* name;
-  std::function<void(BXDeviceManager&)> happen;
+const std::vector<Operation> endings = {
+    {"Assign", true, [](auto& manager) { manager = BXDeviceManager(manager); }},
+    {"Destroy", true, [](auto& manager) { manager.~BXDeviceManager(), new (&manager) BXDeviceManager(); }},
 };
 
-const std::vector<ManagerDeed> managerDeeds = {
-    {"remove", [](auto& manager) { manager.internalRemoveDevice(port); }},
-    {"disconnect", [](auto& manager) { manager.disconnectDevice(port); }},
-    {"disconnect all", [](auto& manager) { manager.disconnectDevices(); }},
-    {"stop", [](auto& manager) { manager.stopTraining(port); }},
-    {"stop all", [](auto& manager) { manager.stopTraining(); }},
-    {"start", [](auto& manager) { manager.startTraining(port); }},
-    {"stop and start",
-     [](auto& manager) {
-       manager.stopTraining(port);
-       manager.startTraining(port);
-     }},
-    {"connect", [](auto& manager) { manager.connectDevice(port, true); }},
-    {"remove, connect and train",
-     [](auto& manager) {
-       manager.removeDevice(port);
-       manager.addDevice(port, "");
-       manager.connectDevice(port, true);
-       manager.startTraining(port);
-     }},
-    {"change the mode", [](auto& manager) { manager.setDeviceMode(port, BXSerialCom::INFORMATION); }},
-    {"download", [](auto& manager) { manager.downloadDeviceTrainingSession(port); }},
-    {"take", [](auto& manager) { manager.takeTrainingFrames(port); }},
-    {"copy", [](auto& manager) { const BXDeviceManager copy(manager); }},
-};
-
-// These end the device, and so are no business of a second thread.
-const std::vector<ManagerDeed> endings = {
-    {"assign", [](auto& manager) { manager = BXDeviceManager(manager); }},
-    {"destroy", [](auto& manager) { manager.~BXDeviceManager(), new (&manager) BXDeviceManager(); }},
-};
+const Operation everything = {"Everything", true, [](auto& manager) {
+                                for (const Operation& operation : operations) operation.run(manager);
+                              }};
 
 class ManagerCallback : public testing::TestWithParam<const char*> {
  protected:
   // The first call of the callback does it.
-  void happen(const ManagerDeed& deed) {
+  void happen(const Operation& deed) {
     SCOPED_TRACE(deed.name);
-    DisturbedDevice device(streaming(100'000));
+    const std::string place = GetParam();
+    sim::Options options = streaming(100'000);
+    options.keepTranscript = true;
+    DisturbedDevice device(options);
     BXDeviceManager manager;
     connect(manager);
     BXDevice& target = manager.getDevice(port);
@@ -203,10 +149,11 @@ class ManagerCallback : public testing::TestWithParam<const char*> {
     const auto call = [&, first = std::make_shared<std::atomic_flag>()] {
       if (first->test_and_set()) return;
       begun.set();
-      deed.happen(manager);
+      if (place == "StreamBesideAStop")
+        device.simulator.awaitTranscript("> 6F04", 2);  // the first one came of connecting
+      deed.run(manager);
       done.set();
     };
-    const std::string place = GetParam();
     if (place == "Removal") target.setRemoveDeviceCallback([call](auto) { return call(), true; });
     manager.startTraining(port);
     if (place == "Removal") device.hostsLine.hangUp();
@@ -214,17 +161,17 @@ class ManagerCallback : public testing::TestWithParam<const char*> {
     ASSERT_TRUE(begun.wait());
     if (place == "StreamBesideAStop") manager.stopTraining(port);
     ASSERT_TRUE(done.wait());
-    manager.stopTraining(port);
-    manager.disconnectDevices();
+    manager = BXDeviceManager(manager);  // it may stream
     expectUsable();
   }
 };
 
 TEST_P(ManagerCallback, MayDoAnything) {
   link::setOptions({.reply = std::chrono::milliseconds(200)});  // what a mode request waits for a handler at most
-  for (const ManagerDeed& deed : managerDeeds) happen(deed);
-  if (GetParam() != std::string("StreamBesideAStop")) {
-    for (const ManagerDeed& deed : endings) happen(deed);
+  happen(everything);
+  if (GetParam() != std::string("StreamBesideAStop")) {  // nothing else may be called beside the endings
+    for (const Operation& operation : operations) happen(operation);
+    for (const Operation& ending : endings) happen(ending);
   }
   link::setOptions({});
 }
