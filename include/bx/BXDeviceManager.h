@@ -10,21 +10,21 @@
 // the device is back in mode 4.
 //
 // Exceptions leave no addDevice, internalRemoveDevice, connectDevice, connectDevices or createTargetOnDevice. From the
-// others they may come, std::bad_alloc above all; link and device failures are results, never exceptions.
+// others they may come, std::bad_alloc above all; link and device failures are results, never exceptions. When
+// the closing of a port throws, its device stays registered.
 //
 // Threads. All members may be called from any thread at any time, except construction, destruction and assigning to
 // this manager, which no other call on it may overlap.
 //   - Operations on different ports run at the same time.
 //   - Operations on one port run one after the other, copying included.
 //   - A removal waits for no operation: it closes the port, which makes an operation under way on another thread fail
-//   at
-//     once, and the device is destroyed when that operation ends. It waits for a handler that runs on another thread.
-//     Of two removals at once one returns true, and the other returns at once.
+//     at once, and the device is destroyed when that operation ends. It waits for a handler that runs on another
+//     thread. Of two removals of one device the second returns at once, with false.
 //   - takeTrainingFrames waits for nobody.
 //   - A hang-up during a stream removes the device, on its listening thread, beside whatever else runs. No operation
 //     waits for a device that has hung up.
-//   - Inside a handler or the remove-device callback everything may be called. An operation on the handler's own port
-//     that another thread keeps busy waits for it, and that one waits for the handler no longer than 3 s.
+//   - Inside a handler or the remove-device callback everything may be called. There an operation on the same port may
+//     have to wait for one of another thread, which in turn waits for the handler no longer than 3 s.
 #pragma once
 
 #include <functional>

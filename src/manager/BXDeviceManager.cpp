@@ -1,6 +1,6 @@
 // Adding, copying and removing devices. A device is removed in two steps: its port is closed, which ends the operation
-// that another thread may have under way, and then its entry goes. Neither waits for that operation. Whoever holds the
-// entry last destroys the device.
+// that another thread may have under way, and then its entry goes. Neither waits for that operation. The last
+// owner of the entry destroys the device.
 #include "bx/BXDeviceManager.h"
 
 #include <iostream>

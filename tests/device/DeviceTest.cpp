@@ -37,6 +37,8 @@ TEST(Connect, EndsDisconnectedWhenTheDeviceRefuses) {
        {refusing("6F02"), refusing("6300"), refusing("6306"), withScript({scripted("6304", "596304 41")})}) {
     Connection connection(options);
     EXPECT_FALSE(connection.connect()) << hexOf(options.script[0].request);
+    const bool refusesMode = options.script[0].request[0] == 0x6F;
+    EXPECT_EQ(connection.enter(BXSerialCom::INFORMATION), !refusesMode);  // as it is already
     EXPECT_TRUE(connection.device.hasError());
     EXPECT_FALSE(connection.device.isDeviceInitialized());
     EXPECT_FALSE(connection.device.getSerialCom().isConnected());
@@ -140,15 +142,6 @@ TEST(Stream, EndsByTheDeviceAndStartsAgainFromNothing) {
     EXPECT_EQ(connection.device.trainingFrameCount(), 2U);
     ASSERT_TRUE(connection.enter(BXSerialCom::RESTING));
   }
-}
-
-TEST(Device, KeepsItsModeUntilADifferentOneIsGranted) {
-  Connection connection(refusing("6F06"));
-  ASSERT_TRUE(connection.connect());
-  EXPECT_TRUE(connection.enter(BXSerialCom::INFORMATION));
-  EXPECT_FALSE(connection.enter(BXSerialCom::TRANSFER));
-  EXPECT_EQ(connection.device.getSerialCom().currentDeviceMode, BXSerialCom::INFORMATION);
-  EXPECT_THAT(connection.sent("6F"), ElementsAre("6F0271", "6F0675"));
 }
 
 TEST(Device, CopiesClosedAndForgetsAllButItsSessionWhenDisconnected) {

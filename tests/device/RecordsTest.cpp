@@ -31,14 +31,11 @@ TEST(RecordFormat, TellsKindsAndWhatIsLongEnoughToDecode) {
   for (const auto& [frame, kind] :
        {std::pair(shotFrame, RecordKind::Shot), std::pair(measurementFrame, RecordKind::Measurement)}) {
     const Frame cut(frame.begin(), frame.end() - 1);
-    EXPECT_EQ(kindOf(frame), kind);
     EXPECT_EQ(kindOf(cut), kind);
-    EXPECT_TRUE(isDecodable(frame));
-    EXPECT_FALSE(isDecodable(cut));
+    EXPECT_TRUE(isDecodable(frame) && !isDecodable(cut));
   }
   for (const Frame& frame : {Frame{}, Frame{0xCA}, Frame(40, 0xCA), Frame{0x59, 0x6A}, Frame(40, 0x6A)}) {
-    EXPECT_EQ(kindOf(frame), RecordKind::Other);
-    EXPECT_FALSE(isDecodable(frame));
+    EXPECT_TRUE(kindOf(frame) == RecordKind::Other && !isDecodable(frame));
   }
 }
 

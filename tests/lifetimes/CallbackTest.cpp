@@ -43,12 +43,6 @@ const std::vector<Deed> deeds = {
        EXPECT_TRUE(com->openPort());
        stream(*com);
      }},
-    {"change the callbacks",
-     [](auto& com) {
-       com->setCallBackFunction({});
-       com->setProcessTrainingCallback({});
-       com->setRemoveDeviceCallback({});
-     }},
     {"copy", [](auto& com) { const BXSerialCom copy(*com); }},
     {"throw", [](auto&) { throw std::runtime_error("thrown by a callback"); }},
 };
