@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "bx/BXSerialCom.h"
+#include "platform/serial/PendingExchange.h"
 #include "tests/support/DisturbedLine.h"
 #include "tests/support/Event.h"
 #include "tests/support/Hex.h"
@@ -93,7 +94,7 @@ TEST_F(LinkTest, buildsItsOwnRequests) {
 
 TEST_F(LinkTest, tellsWhyAnExchangeFails) {
   sim::Options options;
-  options.script = {{bytesOf("6B"), bytesOf("5941")}};
+  options.script = {{bytesOf("6B"), bytesOf("5941")}, {bytesOf("6302"), bytesOf("630265")}};
   start(options);
   com->setCallBackFunction(keep);
   EXPECT_FALSE(com->setDeviceMode(BXSerialCom::DeviceMode(77), false));
@@ -102,6 +103,7 @@ TEST_F(LinkTest, tellsWhyAnExchangeFails) {
   auto unknown = bytesOf("6B6B");
   EXPECT_FALSE(com->sendBytesAckReturn(unknown, 0x6B, keep, false));
   EXPECT_THAT(reason(), HasSubstr("unexpected answer 59 41"));
+  EXPECT_FALSE(com->sendDeviceInfoCommand(BXSerialCom::DEVICE_INFO_ID, {})) << "a line that echoes";
   EXPECT_FALSE(com->sendDeviceInfoCommand("no such item", {}));
   EXPECT_THAT(reason(), HasSubstr("no such item"));
   EXPECT_THAT(received, IsEmpty());
@@ -130,12 +132,31 @@ TEST_F(LinkTest, boundsTheWaitForAnAnswerAndNeverTakesALateOne) {
   EXPECT_THAT(received, ElementsAre(StartsWith("596502")));
 }
 
+// The whole answer takes longer than the wait for it, each of its frames much less.
+TEST_F(LinkTest, waitsAsLongAsFramesOfTheAnswerCome) {
+  link::setOptions({.reply = 300ms});
+  sim::Options options;
+  options.baud = 38400;
+  options.script = {{bytesOf("65"), sim::Bytes(2000, 0x59)}};
+  start(options);
+  await([this] { return com->getParameterSetFrame(1); });  // a loaded machine may hold up a frame as well
+}
+
+TEST(Tags, AreNotGivenAgainWhileTheirAnswerMayStillCome) {
+  link::Tags tags;
+  while (!tags.areAllTaken()) tags.take();
+  tags.giveBack(5);
+  EXPECT_FALSE(tags.areAllTaken());
+  EXPECT_EQ(tags.take(), 5);
+}
+
 TEST_F(LinkTest, deliversAStoredPageWholeOrNotAtAll) {
   startStoring(30);
+  for (int i = 0; i < 70; ++i) ASSERT_TRUE(com->poll());  // more than there are tags, in one session
   ASSERT_TRUE(downloadPage(keep));
   // The line is cut in the middle of a later page.
   std::thread cutter([this] {
-    device->simulator.awaitTranscript("< ", 1 + 31 + 5);
+    device->simulator.awaitTranscript("< ", 71 + 31 + 5);
     device->hostsLine.hangUp();
   });
   do {
