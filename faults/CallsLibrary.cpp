@@ -16,7 +16,7 @@ unsigned chosen = 0;
 bool isEvent[1024];  // descriptors that only wake a thread up
 
 // What drivers and filters of system calls make of any call, beside its own four errors.
-constexpr int anyCall[] = {EBADF, EFAULT, ENOSYS, ENODEV, ETIMEDOUT};
+constexpr int anyCall[] = {EBADF, EFAULT, ENOSYS, ENODEV, ETIMEDOUT, EPROTO};
 
 template <typename Function>
 Function* real(const char* name) {

@@ -21,7 +21,7 @@ namespace BX::faults {
 
 namespace {
 
-constexpr std::size_t errorsOfACall = 9;
+constexpr std::size_t errorsOfACall = 10;
 constexpr unsigned hangLimit = 15;  // seconds
 const std::string hangs = "hangs";
 constexpr Patience patience{.resend = std::chrono::milliseconds(20)};

@@ -168,10 +168,10 @@ One frame in )"
 ## Every system call failing once
 
 A host goes the whole road (connect, settings, targets, a training, a download, a clear, disconnect) on a pseudo-terminal,
-and one system call of it fails: the first with each of nine errors in turn, then the second, and so on. The road is done or fails; then the same process
-goes it again without a fault, which must work. Nothing may hang or crash, with one exception that nothing outside
-Boost.Asio can help: when the calls fail that register or signal the event descriptor with which it wakes its own threads
-(`eventfd`), a thread may sleep on.
+and one system call of it fails: the first with each of ten errors in turn, then the second, and so on. The road is done
+or fails; then the same process goes it again without a fault, which must work. Nothing may hang or crash, with one
+exception that nothing outside Boost.Asio can help: when a call fails that registers or signals the event descriptor
+(`eventfd`) with which it wakes its own threads, a thread may sleep on.
 
 )";
   writeCalls(out, report.calls);
