@@ -16,7 +16,7 @@ std::string progressBar(std::size_t done, std::size_t total);
 
 class DownloadProgress {
  public:
-  // Asks the device how many pages there are, when standard error is a terminal; else does nothing.
+  // Draws as far as the device object tells how many pages there are, when standard error is a terminal.
   DownloadProgress(Console& console, Connection& connection);
   ~DownloadProgress();
   DownloadProgress(const DownloadProgress&) = delete;
@@ -26,9 +26,7 @@ class DownloadProgress {
   void draw();
 
   Console& console_;
-  std::string port_;
-  std::size_t pages_ = 0;
-  std::uint64_t sentBefore_ = 0;
+  const BXDevice& device_;
   bool over_ = false;
   std::mutex mutex_;
   std::condition_variable changed_;
