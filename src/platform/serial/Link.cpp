@@ -14,30 +14,27 @@ std::string Link::port() const {
 
 bool Link::setPort(const std::string& port) {
   const MutexLock lifecycle(lifecycle_);
+  if (const auto current = connection(); current && current->isUp()) return false;
   const MutexLock lock(mutex_);
-  if (!connection_) port_ = port;
-  return !connection_;
+  port_ = port;
+  return true;
 }
 
+// Handlers of a former connection, which was hung up, may still run: waiting for them could be waiting for a host that
+// waits for this.
 bool Link::open() {
-  std::shared_ptr<Connection> former;  // of a port that was hung up
-  bool opened = false;
-  {
-    const MutexLock lifecycle(lifecycle_);
-    if (const auto current = connection(); current && current->isUp()) return true;
-    former = replaceConnection(nullptr);
-    if (former) former->close();
-    try {
-      replaceConnection(std::make_shared<Connection>(port(), handlers_));
-      opened = true;
-    } catch (const OpenFailure& reason) {
-      setLastFailure(port(), {reason.kind(), {}, reason.what()});
-    } catch (const std::exception& reason) {
-      setLastFailure(port(), {FailureKind::System, {}, reason.what()});
-    }
+  const MutexLock lifecycle(lifecycle_);
+  if (const auto current = connection(); current && current->isUp()) return true;
+  if (const auto former = replaceConnection(nullptr)) former->close();
+  try {
+    replaceConnection(std::make_shared<Connection>(port(), handlers_));
+    return true;
+  } catch (const OpenFailure& reason) {
+    setLastFailure(port(), {reason.kind(), {}, reason.what()});
+  } catch (const std::exception& reason) {
+    setLastFailure(port(), {FailureKind::System, {}, reason.what()});
   }
-  awaitHandlers(former);
-  return opened;
+  return false;
 }
 
 bool Link::close() {
@@ -47,15 +44,11 @@ bool Link::close() {
     former = replaceConnection(nullptr);
     if (former) former->close();
   }
-  awaitHandlers(former);
+  if (handlers_->gate.current() == nullptr) {  // a handler waits for none
+    handlers_->gate.awaitRunning();            // of earlier connections as well: one may have closed itself
+    if (former) former->joinListening();
+  }
   return former != nullptr;
-}
-
-// Those of earlier connections as well: one may have been closed by its own handler.
-void Link::awaitHandlers(const std::shared_ptr<Connection>& former) {
-  if (handlers_->gate.current() != nullptr) return;  // a handler waits for none
-  handlers_->gate.awaitRunning();
-  if (former) former->joinListening();
 }
 
 std::shared_ptr<Connection> Link::connection() const {

@@ -35,7 +35,6 @@ class Link {
 
  private:
   std::shared_ptr<Connection> replaceConnection(std::shared_ptr<Connection> connection);
-  void awaitHandlers(const std::shared_ptr<Connection>& former);
 
   // Opening and closing take turns. Never held while a handler is waited for, and taken before any other.
   platform::Mutex lifecycle_;
