@@ -3,7 +3,7 @@
 
 #include "bench/Line.h"
 #include "bench/Sections.h"
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 
 namespace BX::bench {
 

@@ -9,7 +9,7 @@
 
 #include "bx/BXDevice.h"
 #include "morva/KeyedAccess.h"
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 #include "simulator/Simulator.h"
 
 namespace BX::bench {

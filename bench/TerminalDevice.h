@@ -6,8 +6,8 @@
 #include <span>
 
 #include "bench/Terminal.h"
-#include "platform/serial/codec/Frame.h"
-#include "platform/serial/codec/Station.h"
+#include "platform/codec/Frame.h"
+#include "platform/codec/Station.h"
 #include "simulator/DeviceModel.h"
 
 namespace BX::bench {

@@ -12,9 +12,9 @@
 #include "fuzz/Fuzz.h"
 #include "morva/KeyedAccess.h"
 #include "platform/Wire.h"
-#include "simulator/LoopbackLine.h"
-#include "platform/serial/codec/Station.h"
+#include "platform/codec/Station.h"
 #include "platform/time/TimeSeam.h"
+#include "simulator/LoopbackLine.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "fuzz/Fuzz.h"
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 
 namespace {
 

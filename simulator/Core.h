@@ -20,8 +20,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/serial/codec/Frame.h"
-#include "platform/serial/codec/Station.h"
+#include "platform/codec/Frame.h"
+#include "platform/codec/Station.h"
 #include "simulator/DeviceModel.h"
 #include "simulator/FaultInjector.h"
 #include "simulator/Pacer.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/serial/codec/Control.h"
-#include "platform/serial/codec/Station.h"
+#include "platform/codec/Control.h"
+#include "platform/codec/Station.h"
 #include "simulator/DeviceWire.h"
 
 namespace BX::sim {

@@ -9,7 +9,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 #include "simulator/FaultRule.h"
 
 namespace BX::sim {

@@ -1,6 +1,6 @@
 // Frames, pinned by bytes that were computed apart from this code (CRC-32 of zlib, COBS by hand). Garbage, damage and
 // every size are the fuzzer's, whose corpus belongs to the suite.
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 
 #include <gtest/gtest.h>
 

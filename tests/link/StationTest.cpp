@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/serial/codec/Control.h"
+#include "platform/codec/Control.h"
 #include "tests/support/Hex.h"
 #include "tests/support/TwoStations.h"
 

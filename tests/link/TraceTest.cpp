@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "bx/BXSerialCom.h"
-#include "platform/serial/codec/Trace.h"
+#include "platform/codec/Trace.h"
 #include "tests/support/DisturbedLine.h"
 #include "tests/support/Hex.h"
 

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "bx/BXSerialCom.h"
-#include "platform/serial/codec/Control.h"
+#include "platform/codec/Control.h"
 #include "tests/support/Event.h"
 #include "tests/support/Hex.h"
 #include "tests/support/LoopbackDevice.h"

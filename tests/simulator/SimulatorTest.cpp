@@ -12,10 +12,10 @@
 #include <thread>
 
 #include "bx/BXSerialCom.h"
-#include "simulator/LoopbackLine.h"
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 #include "simulator/DeviceWire.h"
 #include "simulator/Lane.h"
+#include "simulator/LoopbackLine.h"
 #include "simulator/Pacer.h"
 #include "simulator/PublishedLink.h"
 #include "simulator/Shooter.h"

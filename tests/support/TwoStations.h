@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/serial/codec/Station.h"
+#include "platform/codec/Station.h"
 
 namespace BX::test {
 

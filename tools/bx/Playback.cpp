@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/serial/codec/Control.h"
+#include "platform/codec/Control.h"
 
 namespace BX::tool {
 

@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "Console.h"
-#include "platform/serial/codec/Control.h"
-#include "platform/serial/codec/Payload.h"
-#include "platform/serial/codec/Station.h"
+#include "platform/codec/Control.h"
+#include "platform/codec/Payload.h"
+#include "platform/codec/Station.h"
 
 namespace BX::tool {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/serial/codec/Trace.h"
+#include "platform/codec/Trace.h"
 
 namespace BX::tool {
 

@@ -11,7 +11,7 @@
 #include "Records.h"
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
-#include "platform/serial/codec/Payload.h"
+#include "platform/codec/Payload.h"
 
 namespace BX::tool {
 

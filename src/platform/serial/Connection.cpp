@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/AtExit.h"
-#include "platform/serial/codec/Payload.h"
+#include "platform/codec/Payload.h"
 
 namespace BX::link {
 

@@ -16,10 +16,10 @@
 #include <vector>
 
 #include "bx/BXSerialLink.h"
+#include "platform/codec/Frame.h"
+#include "platform/codec/Station.h"
+#include "platform/codec/Trace.h"
 #include "platform/serial/PortBook.h"
-#include "platform/serial/codec/Frame.h"
-#include "platform/serial/codec/Station.h"
-#include "platform/serial/codec/Trace.h"
 
 namespace BX::link {
 

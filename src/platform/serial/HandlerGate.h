@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/Mutex.h"
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 
 namespace BX::link {
 

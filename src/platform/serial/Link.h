@@ -8,9 +8,9 @@
 #include <string>
 
 #include "platform/Mutex.h"
+#include "platform/codec/Payload.h"
 #include "platform/serial/Connection.h"
 #include "platform/serial/Handlers.h"
-#include "platform/serial/codec/Payload.h"
 
 namespace BX::link {
 

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "platform/serial/codec/Payload.h"
+#include "platform/codec/Payload.h"
 
 namespace BX::link {
 

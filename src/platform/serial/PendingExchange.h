@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "bx/BXSerialLink.h"
-#include "platform/serial/codec/Station.h"
+#include "platform/codec/Station.h"
 
 namespace BX::link {
 

@@ -1,4 +1,4 @@
-#include "platform/serial/codec/Payload.h"
+#include "platform/codec/Payload.h"
 
 #include <array>
 #include <numeric>

@@ -10,7 +10,7 @@
 
 #include "bx/BXSerialLink.h"
 #include "platform/Letters.h"
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 
 namespace BX::link {
 

@@ -1,4 +1,4 @@
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 
 #include <algorithm>
 #include <boost/crc.hpp>

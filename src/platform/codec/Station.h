@@ -15,7 +15,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 
 namespace BX::link {
 

@@ -15,7 +15,7 @@
 #include <string_view>
 
 #include "platform/Mutex.h"
-#include "platform/serial/codec/Frame.h"
+#include "platform/codec/Frame.h"
 
 namespace BX::link {
 

@@ -1,4 +1,4 @@
-#include "platform/serial/codec/Trace.h"
+#include "platform/codec/Trace.h"
 
 #include <algorithm>
 #include <array>

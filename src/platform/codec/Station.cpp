@@ -1,9 +1,9 @@
-#include "platform/serial/codec/Station.h"
+#include "platform/codec/Station.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "platform/serial/codec/Control.h"
+#include "platform/codec/Control.h"
 
 namespace BX::link {
 

@@ -1,0 +1,8 @@
+list(APPEND codec_sources
+  platform/Hex.cpp
+  platform/Utf8.cpp
+  platform/codec/Frame.cpp
+  platform/codec/Payload.cpp
+  platform/codec/Station.cpp
+  platform/codec/Trace.cpp
+  platform/codec/Transport.cpp)
