@@ -187,6 +187,20 @@ TEST_F(LinkTest, readsTheModesAnswerItselfWhenTheStreamHasEnded) {
   EXPECT_THAT(received, ElementsAre("CA01", "59"));
 }
 
+TEST_F(LinkTest, listensAnewAsSoonAsTheFlagOfAStreamIsCleared) {
+  startStreaming({"CA01", "59"});
+  com->setProcessTrainingCallback([&] {
+    keep();
+    if (received.back() != "59") return;
+    com->setStreaming(false);
+    std::this_thread::sleep_for(50ms);  // the host has seen it long before this ends
+  });
+  com->startSessionListening();
+  awaitEnd();
+  com->startSessionListening();
+  EXPECT_TRUE(com->getStreaming());
+}
+
 TEST_F(LinkTest, endsTheStreamWhenItsHandlerThrows) {
   startStreaming({"CA01", "CA02"});
   com->setProcessTrainingCallback([] { throw std::runtime_error("cannot read this"); });

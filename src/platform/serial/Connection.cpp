@@ -175,7 +175,8 @@ bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& han
 // ---- Stream
 
 void Connection::startListening() {
-  listening_.join(false);  // the thread of an earlier stream
+  awaitEarlierStream();
+  listening_.join(false);
   const auto self = shared_from_this();
   const MutexLock lock(mutex_);
   if (closed_ || listening_.isActive() || (hungUp_ && !listening_.keeps())) return;
@@ -185,6 +186,14 @@ void Connection::startListening() {
         [self] { self->listeningEnded(); });
   } catch (const std::system_error& reason) {
     report({FailureKind::System, {}, std::string("no thread to listen: ") + reason.what()});
+  }
+}
+
+// A host that sees the streaming flag cleared may start anew before the handler that has cleared it returns.
+void Connection::awaitEarlierStream() {
+  const auto latest = Clock::now() + options_.reply;
+  MutexLock lock(mutex_);
+  while (listening_.isEnding() && loop_.await(lock, latest)) {
   }
 }
 

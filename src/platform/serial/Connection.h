@@ -63,6 +63,7 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   Failure describe(FailureKind kind) const REQUIRES(mutex_);
   bool report(Failure failure);  // always false
 
+  void awaitEarlierStream();
   bool handleStreamed(const Bytes& payload) noexcept;
   void listeningEnded() noexcept;
 

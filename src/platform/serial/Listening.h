@@ -39,6 +39,8 @@ class Listening {
   // Whether a stream is listened to, and whether payloads are kept for one that will be.
   bool isActive() const NO_THREAD_SAFETY_ANALYSIS { return active_; }
   bool keeps() const NO_THREAD_SAFETY_ANALYSIS { return keeps_; }
+  // Whether the streaming flag is cleared already, and another thread is still to leave its handler.
+  bool isEnding() const { return isActive() && !streaming && !isOwnThread(); }
 
   // ---- What the host wants.
 
