@@ -1,8 +1,6 @@
 #include "platform/codec/Payload.h"
 
-#include <array>
 #include <numeric>
-#include <utility>
 
 #include "bx/BXSerialCom.h"
 #include "platform/Hex.h"
@@ -26,19 +24,10 @@ Bytes withSum(std::initializer_list<std::uint8_t> bytes) {
   return payload;
 }
 
-std::optional<std::uint8_t> informationCode(const std::string& item) {
-  const std::array<std::pair<const std::string&, std::uint8_t>, 8> codes{{
-      {BXSerialCom::DEVICE_INFO_SERIAL_NUMBER, std::uint8_t{0}},
-      {BXSerialCom::DEVICE_INFO_USAGE_INFORMATION, std::uint8_t{1}},
-      {BXSerialCom::DEVICE_INFO_ID, std::uint8_t{2}},
-      {BXSerialCom::DEVICE_INFO_PROGRAM, std::uint8_t{3}},
-      {BXSerialCom::DEVICE_INFO_DATE, std::uint8_t{4}},
-      {BXSerialCom::DEVICE_INFO_TIME, std::uint8_t{5}},
-      {BXSerialCom::DEVICE_INFO_ERROR_COUNTERS, std::uint8_t{6}},
-      {BXSerialCom::DEVICE_INFO_STORED_RESULTS, std::uint8_t{0x20}},
-  }};
-  for (const auto& [text, code] : codes) {
-    if (text == item) return code;
+std::optional<std::uint8_t> informationCode(std::string_view name) {
+  for (const InformationItem& each : {item::serialNumber, item::usageInformation, item::id, item::program, item::date,
+                                      item::time, item::errorCounters, item::storedResults}) {
+    if (each.name == name) return each.code;
   }
   return std::nullopt;
 }

@@ -6,7 +6,7 @@
 #include <initializer_list>
 #include <optional>
 #include <span>
-#include <string>
+#include <string_view>
 
 #include "bx/BXSerialLink.h"
 #include "platform/Letters.h"
@@ -21,8 +21,24 @@ std::uint8_t sumOf(std::span<const std::uint8_t> bytes);
 // `bytes` and their sum byte.
 Bytes withSum(std::initializer_list<std::uint8_t> bytes);
 
-// The code of an information item (one of BXSerialCom::DEVICE_INFO_...), or nothing for any other text.
-std::optional<std::uint8_t> informationCode(const std::string& item);
+// The items of device information: what BXSerialCom calls them, and their codes on the wire.
+struct InformationItem {
+  std::string_view name;
+  std::uint8_t code;
+};
+namespace item {
+inline constexpr InformationItem serialNumber{"SERIAL_NUMBER", 0};
+inline constexpr InformationItem usageInformation{"USAGE_INFORMATION", 1};
+inline constexpr InformationItem id{"ID", 2};
+inline constexpr InformationItem program{"PROGRAM", 3};
+inline constexpr InformationItem date{"DATE", 4};
+inline constexpr InformationItem time{"TIME", 5};
+inline constexpr InformationItem errorCounters{"ERROR_COUNTERS", 6};
+inline constexpr InformationItem storedResults{"STORED_RESULTS", 0x20};
+}  // namespace item
+
+// Nothing for a name that is none of theirs.
+std::optional<std::uint8_t> informationCode(std::string_view name);
 
 // Whether the device streams in this mode; whether this is its answer to a mode's request; and whether this payload of
 // a stream is its end, which the device has come to by itself.

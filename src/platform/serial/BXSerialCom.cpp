@@ -13,14 +13,14 @@ namespace letter = link::letter;
 
 }  // namespace
 
-const std::string BXSerialCom::DEVICE_INFO_SERIAL_NUMBER = "SERIAL_NUMBER";
-const std::string BXSerialCom::DEVICE_INFO_USAGE_INFORMATION = "USAGE_INFORMATION";
-const std::string BXSerialCom::DEVICE_INFO_ID = "ID";
-const std::string BXSerialCom::DEVICE_INFO_PROGRAM = "PROGRAM";
-const std::string BXSerialCom::DEVICE_INFO_DATE = "DATE";
-const std::string BXSerialCom::DEVICE_INFO_TIME = "TIME";
-const std::string BXSerialCom::DEVICE_INFO_ERROR_COUNTERS = "ERROR_COUNTERS";
-const std::string BXSerialCom::DEVICE_INFO_STORED_RESULTS = "STORED_RESULTS";
+const std::string BXSerialCom::DEVICE_INFO_SERIAL_NUMBER(link::item::serialNumber.name);
+const std::string BXSerialCom::DEVICE_INFO_USAGE_INFORMATION(link::item::usageInformation.name);
+const std::string BXSerialCom::DEVICE_INFO_ID(link::item::id.name);
+const std::string BXSerialCom::DEVICE_INFO_PROGRAM(link::item::program.name);
+const std::string BXSerialCom::DEVICE_INFO_DATE(link::item::date.name);
+const std::string BXSerialCom::DEVICE_INFO_TIME(link::item::time.name);
+const std::string BXSerialCom::DEVICE_INFO_ERROR_COUNTERS(link::item::errorCounters.name);
+const std::string BXSerialCom::DEVICE_INFO_STORED_RESULTS(link::item::storedResults.name);
 
 BXSerialCom::BXSerialCom() : link_(std::make_shared<link::Link>(std::string())) {}
 
