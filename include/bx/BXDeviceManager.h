@@ -24,7 +24,8 @@
 //   - A hang-up during a stream removes the device, on its listening thread, beside whatever else runs. No operation
 //     waits for a device that has hung up.
 //   - Inside a handler or the remove-device callback everything may be called. There an operation on the same port may
-//     have to wait for one of another thread, which in turn waits for the handler no longer than 3 s.
+//     have to wait for one of another thread, which in turn waits for the handler no longer than 5 s. But two handlers
+//     that remove each other's devices at the same time wait for each other.
 #pragma once
 
 #include <functional>
@@ -136,12 +137,14 @@ class BX_DEVICE_API BXDeviceManager {
   struct Entry;
   class RecordsInUse;
   class LockedDevice;
+  class Connector;
   class Registry;
 
   bool remove(const std::string& port, Entry& entry);
   bool retireDevice(const std::string& port, Entry& own);
   void connectInto(Json& result, const std::string& port, bool skipStartup);
   void connectListed(Json& result, const std::string& port);
+  bool isRegistered(const std::string& port, const LockedDevice& device) const;
   void drop(const std::string& port, const LockedDevice& device);
 
   const std::unique_ptr<Registry> registry;

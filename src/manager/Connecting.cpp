@@ -17,6 +17,7 @@ MORVA::MORVADataTypeJSON BXDeviceManager::connectDevice(const std::string& port,
 
 void BXDeviceManager::connectInto(Json& result, const std::string& port, bool skipStartup) {
   std::shared_ptr<Entry> namesake;  // the entry whose port is this device's name: the empty name, for a kept device
+  const Connector connector(registry->find(port));
   const LockedDevice device = registry->lock(port);
   if (!device) return;
   if (device->getSerialCom().isConnected()) {
@@ -36,7 +37,7 @@ void BXDeviceManager::connectInto(Json& result, const std::string& port, bool sk
   device->setRemoveDeviceCallback(
       [this, own = &device.entry()](const char* hungUpPort) { return retireDevice(hungUpPort, *own); });
   device->setDeviceMode(BXSerialCom::RESTING, false);
-  if (!device->getParameterSetFrames()) return drop(port, device);
+  if (!device->getParameterSetFrames() || !isRegistered(port, device)) return drop(port, device);
   setDocument(result, port, device->getDeviceSettings());
 }
 
@@ -52,6 +53,7 @@ MORVA::MORVADataTypeJSON BXDeviceManager::connectDevices() {
 }
 
 void BXDeviceManager::connectListed(Json& result, const std::string& port) {
+  const Connector connector(registry->find(port));
   const LockedDevice device = registry->lock(port);
   if (!device) return;
   if (!device->getSerialCom().isConnected()) {
@@ -59,8 +61,14 @@ void BXDeviceManager::connectListed(Json& result, const std::string& port) {
     if (!device->connectDevice(false)) return drop(port, device);
     device->setDeviceMode(BXSerialCom::RESTING, false);
     device->getParameterSetFrames();
+    if (!isRegistered(port, device)) return drop(port, device);
   }
   setDocument(result, port, device->getDeviceSettings());
+}
+
+// Another thread may have removed it while it was being connected, or its last stream.
+bool BXDeviceManager::isRegistered(const std::string& port, const LockedDevice& device) const {
+  return registry->find(port).get() == &device.entry();
 }
 
 // The device is locked: nobody else uses it.

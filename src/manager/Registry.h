@@ -17,7 +17,8 @@ namespace BX {
 struct BXDeviceManager::Entry {
   explicit Entry(const BXDevice& source) : device(source) {}
 
-  std::mutex operation;  // held by the operation that uses the device
+  std::mutex operation;   // held by the operation that uses the device
+  std::mutex connecting;  // held by the thread that connects it, before `operation` and never waited for
   platform::Mutex records;
   bool recordsInUse GUARDED_BY(records) = false;
   std::atomic<bool> removing{false};  // by one thread: another one that wants to leaves it to that
@@ -58,6 +59,23 @@ class BXDeviceManager::LockedDevice {
   bool owns() const { return lock_.owns_lock(); }
   // Lets other operations in; the device stays alive.
   void unlock() { lock_.unlock(); }
+
+ private:
+  std::shared_ptr<Entry> entry_;
+  std::unique_lock<std::mutex> lock_;
+};
+
+// Begins to connect a device. A stream handler of a port that was hung up may still run, and call the manager: it is
+// waited for here, before it could wait for the operation. When another thread connects the device, that one has
+// waited.
+class BXDeviceManager::Connector {
+ public:
+  explicit Connector(std::shared_ptr<Entry> entry) : entry_(std::move(entry)) {
+    if (!entry_) return;
+    lock_ = std::unique_lock(entry_->connecting, std::try_to_lock);
+    BXSerialCom& link = entry_->device.getSerialCom();
+    if (lock_ && !link.isConnected()) link.closePort();
+  }
 
  private:
   std::shared_ptr<Entry> entry_;

@@ -10,17 +10,14 @@
 #define BX_THREAD_SAFETY(attribute)
 #endif
 
-// On a member: read and changed with the mutex held; for a pointer, what it points to.
+// On a member: read and changed with the mutex held.
 #define GUARDED_BY(mutex) BX_THREAD_SAFETY(guarded_by(mutex))
-#define PT_GUARDED_BY(mutex) BX_THREAD_SAFETY(pt_guarded_by(mutex))
 // On a function: the caller holds the mutex; the caller must not hold it; the function locks or unlocks it.
 #define REQUIRES(...) BX_THREAD_SAFETY(requires_capability(__VA_ARGS__))
 #define EXCLUDES(...) BX_THREAD_SAFETY(locks_excluded(__VA_ARGS__))
 #define ACQUIRE(...) BX_THREAD_SAFETY(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) BX_THREAD_SAFETY(release_capability(__VA_ARGS__))
 #define ASSERT_CAPABILITY(mutex) BX_THREAD_SAFETY(assert_capability(mutex))
-#define TRY_ACQUIRE(...) BX_THREAD_SAFETY(try_acquire_capability(__VA_ARGS__))
-#define RETURN_CAPABILITY(mutex) BX_THREAD_SAFETY(lock_returned(mutex))
 #define NO_THREAD_SAFETY_ANALYSIS BX_THREAD_SAFETY(no_thread_safety_analysis)
 // On a class: it is a mutex; it holds one for its scope.
 #define CAPABILITY(name) BX_THREAD_SAFETY(capability(name))
@@ -32,7 +29,6 @@ class CAPABILITY("mutex") Mutex {
  public:
   void lock() ACQUIRE() { mutex_.lock(); }
   void unlock() RELEASE() { mutex_.unlock(); }
-  bool try_lock() TRY_ACQUIRE(true) { return mutex_.try_lock(); }
   // Tells the analysis what the caller's contract says; checks nothing.
   void assertHeld() const ASSERT_CAPABILITY(this) {}
 

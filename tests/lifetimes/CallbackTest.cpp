@@ -173,5 +173,28 @@ TEST_P(ManagerCallback, MayDoAnything) {
 INSTANTIATE_TEST_SUITE_P(All, ManagerCallback, testing::Values("Removal", "Stream", "StreamBesideAStop"),
                          [](auto& tested) { return std::string(tested.param); });
 
+// The handler would wait for the operation, and the failing operation for the handler.
+TEST(Connecting, FailsBesideAHandlerOfTheHungUpStreamThatCallsTheManager) {
+  DisturbedDevice device(streaming(20));
+  BXDeviceManager manager;
+  connect(manager);
+  BXSerialCom& com = manager.getDevice(port).getSerialCom();
+  Event inside;
+  Event sent;  // never, when connecting waits for the handler first
+  com.setProcessTrainingCallback([&] {
+    inside.set();
+    sent.wait(std::chrono::seconds(1));
+    manager.getDeviceSettings(port);
+  });
+  stream(com);
+  ASSERT_TRUE(inside.wait());
+  device.hostsLine.hangUp();
+  await([&] { return !com.isConnected(); });
+  device.hostsLine.silence(true);
+  device.hostsLine.arm(0, [&] { sent.set(); });
+  EXPECT_EQ(manager.connectDevice(port, true).toString(), "{}");
+  EXPECT_EQ(link::lastFailure(port).kind, link::FailureKind::NoDevice);
+}
+
 }  // namespace
 }  // namespace BX::test

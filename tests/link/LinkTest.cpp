@@ -279,6 +279,15 @@ TEST_F(LinkTest, doesNotWaitForAHandlerThatStaysAway) {
   awaitEnd();
 }
 
+TEST_F(LinkTest, endsAStreamWhoseEndFoundNoRoom) {
+  std::vector<std::string> payloads(4200, std::string(448, 'C'));  // they leave no room at all
+  payloads.emplace_back("59");
+  startStreaming(payloads);
+  com->startSessionListening();
+  awaitEnd();
+  EXPECT_EQ(link::lastFailure(device->port).kind, link::FailureKind::QueueFull);
+}
+
 TEST_F(LinkTest, dropsAndCountsWhatNobodyListensTo) {
   sim::Options options;
   options.rate = 5000;

@@ -1,6 +1,6 @@
 #include "platform/serial/Connection.h"
 
-#include <exception>
+#include <system_error>
 #include <utility>
 
 #include "platform/AtExit.h"
@@ -14,8 +14,9 @@ Connection::Connection(const std::string& port, std::shared_ptr<Handlers> handle
     : port_(port),
       options_(getOptions()),
       handlers_(std::move(handlers)),
-      counters_(newCounters(port)),
+      counters_(std::make_shared<Counters>()),
       engine_(port, options_, counters_, *this) {
+  setCounters(port, counters_);
   loop_.start();
   opening_ = handlers_->gate.open();
 }
@@ -33,23 +34,23 @@ void Connection::close() {
     if (std::exchange(closed_, true)) return;
     handlers_->gate.shut();
     if (pending_ != nullptr && !pending_->isOver()) pending_->failure = FailureKind::Closed;
-    listening_.lose();
+    listening_.endInput();
   }
   loop_.stop();
   engine_.close();
 }
 
-// ---- What the leader files
+// ---- What the leader reports
 
 void Connection::onSessionBegan() {
   const MutexLock lock(mutex_);
-  if (listening_.lose()) report(failureOf(FailureKind::SessionLost));  // a stream ends with the session
+  if (listening_.endInput()) report(failureOf(FailureKind::SessionLost));  // a stream ends with the session
   sessionUp_ = true;
-  tags_.giveBackAll();
-  const bool isFirst = !std::exchange(hadSession_, true);
+  tags_.giveBackAll(pending_ == nullptr ? streamTag : pending_->tag);
+  const bool isNew = std::exchange(hadSession_, true);
   if (pending_ == nullptr) return;
-  pending_->sign = Clock::now();
-  pending_->answer.inNewSession = !isFirst;
+  pending_->lastProgress = Clock::now();
+  pending_->answer.inNewSession = isNew;
 }
 
 bool Connection::onDelivered(Message message) {
@@ -60,16 +61,16 @@ bool Connection::onDelivered(Message message) {
   }
   if (!message.moreFollows) tags_.giveBack(message.tag);
   if (pending_ == nullptr || !pending_->awaits(message.tag)) return false;
-  file(*pending_, std::move(message));
+  gather(*pending_, std::move(message));
   return true;
 }
 
 void Connection::onProgress(std::optional<std::uint8_t> tag) {
   const MutexLock lock(mutex_);
-  if (pending_ != nullptr && pending_->tag == tag.value_or(pending_->tag)) pending_->sign = Clock::now();
+  if (pending_ != nullptr && pending_->tag == tag.value_or(pending_->tag)) pending_->lastProgress = Clock::now();
 }
 
-void Connection::file(PendingExchange& exchange, Message message) {
+void Connection::gather(PendingExchange& exchange, Message message) {
   if (!exchange.add(std::move(message))) return endSession(FailureKind::AnswerTooLong);
   if (!exchange.complete || !exchange.mode || !isModeAnswer(exchange.answer.payloads.back())) return;
   exchange.end = listening_.addEnd(exchange.answer.payloads.back(), isStreamMode(*exchange.mode));
@@ -80,10 +81,10 @@ void Connection::onSessionLost(FailureKind reason) {
   tellLoss(reason);
 }
 
-void Connection::onHungUp(std::string reason) {
+void Connection::onHungUp(const std::string& reason) {
   const MutexLock lock(mutex_);
   hungUp_ = true;
-  hangUpReason_ = std::move(reason);
+  hangUpReason_ = reason;
   tellLoss(FailureKind::HungUp);
 }
 
@@ -98,7 +99,7 @@ void Connection::endSession(FailureKind reason) {
 void Connection::tellLoss(FailureKind reason) {
   sessionUp_ = false;
   if (pending_ != nullptr && !pending_->isOver()) pending_->failure = reason;
-  if (listening_.lose()) report(describe(reason));
+  if (listening_.endInput()) report(describe(reason));
 }
 
 Failure Connection::describe(FailureKind kind) const {
@@ -141,15 +142,15 @@ void Connection::begin(PendingExchange& exchange, const Bytes& payload) {
   }
   loop_.orders().messages.push_back({streamTag, false, payload});
   exchange.tag = loop_.orders().messages.back().tag = tags_.take();  // nothing throws any more
-  exchange.sign = Clock::now();
+  exchange.lastProgress = Clock::now();
   pending_ = &exchange;
   loop_.changed();
 }
 
 void Connection::awaitAnswer(MutexLock& lock, PendingExchange& exchange) {
   while (!exchange.isOver()) {
-    const bool late = !loop_.await(lock, exchange.sign + options_.reply);
-    const bool over = exchange.isOver() || Clock::now() < exchange.sign + options_.reply;
+    const bool late = !loop_.await(lock, exchange.lastProgress + options_.reply);
+    const bool over = exchange.isOver() || Clock::now() < exchange.lastProgress + options_.reply;
     if (late && !over) exchange.failure = FailureKind::NoAnswer;
   }
 }
@@ -176,7 +177,6 @@ bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& han
 
 void Connection::startListening() {
   awaitEarlierStream();
-  listening_.join(false);
   const auto self = shared_from_this();
   const MutexLock lock(mutex_);
   if (closed_ || listening_.isActive() || (hungUp_ && !listening_.keeps())) return;

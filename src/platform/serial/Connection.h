@@ -1,6 +1,6 @@
 // One opening of a port: its line, the exchanges on it and the listening to its streams.
 //
-// The leader of the loop only files what arrives, under `mutex_`. Reply handlers run on the requesting thread, stream
+// The leader of the loop only stores what arrives, under `mutex_`. Reply handlers run on the requesting thread, stream
 // handlers on the listening thread, without a lock and through the gate.
 #pragma once
 
@@ -29,11 +29,11 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   Connection& operator=(const Connection&) = delete;
 
   bool isUp() const;
-  // Ends the exchange under way and the stream, takes leave of the device and closes the port. No handler starts from
+  // Ends the exchange under way and the stream, says DISC and closes the port. No handler starts from
   // now on, but one may run. Idempotent.
   void close();
   // After close(), and not inside a handler.
-  void joinListening() { listening_.join(true); }
+  void joinListening() { listening_.join(); }
   Listening& listening() { return listening_; }
 
   // Sends a request and waits for its answer. `mode`: the one that the request commands; while a stream is listened to
@@ -52,12 +52,12 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   bool onDelivered(Message message) override;
   void onProgress(std::optional<std::uint8_t> tag) override;
   void onSessionLost(FailureKind reason) override;
-  void onHungUp(std::string reason) override;
+  void onHungUp(const std::string& reason) override;
 
   void begin(PendingExchange& exchange, const Bytes& payload) REQUIRES(mutex_);
   void awaitAnswer(platform::MutexLock& lock, PendingExchange& exchange) REQUIRES(mutex_);
   void awaitEnd(platform::MutexLock& lock, std::uint64_t end) REQUIRES(mutex_);
-  void file(PendingExchange& exchange, Message message) REQUIRES(mutex_);
+  void gather(PendingExchange& exchange, Message message) REQUIRES(mutex_);
   void endSession(FailureKind reason) REQUIRES(mutex_);
   void tellLoss(FailureKind reason) REQUIRES(mutex_);
   Failure describe(FailureKind kind) const REQUIRES(mutex_);

@@ -81,10 +81,10 @@ void Engine::runOne(Orders orders, std::optional<Time> until) noexcept {
     const bool came = (due ? context_.run_one_until(*due) : context_.run_one()) > 0;
     if (!came || (due && *due <= Clock::now())) readOn();
     judgeTime();
-    if (hangUpReason_) hangUp();
   } catch (...) {
     loseSession();
   }
+  if (hangUpReason_) hangUp();
 }
 
 void Engine::close() noexcept {
@@ -94,7 +94,7 @@ void Engine::close() noexcept {
       settle();
       endTrace(traceEvent::closed);
     }
-  } catch (...) {  // the device hears no leave-taking then
+  } catch (...) {  // the device hears no DISC then
   }
   try {
     transport_->close();
@@ -116,6 +116,7 @@ void Engine::carryOut(Orders& orders) {
 
 // A host that was suspended, or is late for another reason, first reads what has come.
 void Engine::readOn() {
+  context_.restart();  // it may have been woken
   for (int i = 0; i < lateReads && context_.poll_one() > 0; ++i) {
   }
 }
@@ -151,14 +152,18 @@ void Engine::endTrace(std::string_view event) {
   trace_->event(event);
 }
 
-void Engine::hangUp() {
+void Engine::hangUp() noexcept try {
+  const std::string reason = std::move(*hangUpReason_);
+  hangUpReason_.reset();
   if (std::exchange(hungUp_, true)) return;
+  listener_.onHungUp(reason);
   station_.restart();
-  transport_->close();
-  listener_.onHungUp(std::move(*hangUpReason_));
   endTrace(traceEvent::hungUp);
+  transport_->close();
+} catch (...) {  // from a host's transport, or no memory for the trace: the port is closed with the connection
 }
 
+// The transport may have ended its read: it begins the next one with the next frame that is written.
 // What the station was about to say or to hand over may be lost, so neither end may go on as if nothing were missing.
 void Engine::loseSession() noexcept {
   try {
@@ -176,7 +181,6 @@ void Engine::settle() {
     outgoing.insert(outgoing.end(), frame.begin(), frame.end());
     if (trace_) trace_->toDevice(frame);
   }
-  if (!outgoing.empty()) transport_->write(std::move(outgoing));
   counters_->framesSent = station_.framesSent();
   counters_->framesResent = station_.framesResent();
   counters_->payloadsSent += output.acknowledged.size();
@@ -188,6 +192,8 @@ void Engine::settle() {
   }
   if (output.partOf) listener_.onProgress(output.partOf);
   if (output.ended) listener_.onSessionLost(failureOf(*output.ended));
+  // Last, since a line may bring the answer before this returns.
+  if (!outgoing.empty()) transport_->write(std::move(outgoing));
 }
 
 }  // namespace BX::link

@@ -39,7 +39,7 @@ class Engine {
     virtual void onProgress(std::optional<std::uint8_t> tag) = 0;
     virtual void onSessionLost(FailureKind reason) = 0;
     // Last of all, and once.
-    virtual void onHungUp(std::string reason) = 0;
+    virtual void onHungUp(const std::string& reason) = 0;
   };
 
   // What other threads want of the engine.
@@ -62,7 +62,7 @@ class Engine {
   void wake() { context_.stop(); }
   // To be called before runOne, when a wake() is about to be heeded.
   void getReady() { context_.restart(); }
-  // Takes leave of the device and closes the port. When nobody runs the engine any more.
+  // Says DISC and closes the port. When nobody runs the engine any more.
   void close() noexcept;
 
  private:
@@ -72,7 +72,7 @@ class Engine {
   std::optional<Time> deadline() const;
   void onReceived(std::span<const std::uint8_t> bytes);
   void endTrace(std::string_view event);
-  void hangUp();
+  void hangUp() noexcept;
   void loseSession() noexcept;
   void settle();
 

@@ -23,9 +23,10 @@ Listening::~Listening() NO_THREAD_SAFETY_ANALYSIS {
 bool Listening::add(Bytes payload) {
   mutex_.assertHeld();
   const std::size_t size = payload.size() + sizeof(Item);
-  const bool wanted = active_ || keeps_;
+  const bool wanted = active_ || keepsForNext_;
   if (!wanted || queuedBytes_ + size > maxWaitingBytes) {
     ++counters_.payloadsDropped;
+    if (wanted && isEndOfStream(payload)) moreMayCome_ = false;
     return !wanted || std::exchange(full_, true);
   }
   queue_.push_back({std::move(payload)});
@@ -35,26 +36,26 @@ bool Listening::add(Bytes payload) {
 
 std::uint64_t Listening::addEnd(Bytes answer, bool streamFollows) {
   mutex_.assertHeld();
-  keeps_ = streamFollows;
+  keepsForNext_ = moreMayCome_ = streamFollows;
   full_ = false;
   if (!active_) {
-    up_ = streamFollows;
     drop(queue_.size());  // what an earlier stream has left is no part of the next one
     return 0;
   }
-  queuedBytes_ += answer.size() + sizeof(Item);
+  const std::size_t size = answer.size() + sizeof(Item);
   queue_.push_back({std::move(answer), endsAdded_ + 1});
+  queuedBytes_ += size;
   return ++endsAdded_;
 }
 
-bool Listening::lose() {
+bool Listening::endInput() {
   mutex_.assertHeld();
-  return std::exchange(up_, false) && (active_ || keeps_);
+  return std::exchange(moreMayCome_, false) && (active_ || keepsForNext_);
 }
 
 void Listening::start(bool up, std::function<bool(const Bytes&)> handle, std::function<void()> ended) {
   mutex_.assertHeld();
-  // Called at the very end of an earlier thread: that one is on its own now.
+  // Of an earlier stream: it has ended, or runs a callback of the host that may wait for this caller.
   if (thread_.joinable()) thread_.detach();
   thread_ = std::thread([this, handle = std::move(handle), ended = std::move(ended)] {
     run(handle);
@@ -64,7 +65,7 @@ void Listening::start(bool up, std::function<bool(const Bytes&)> handle, std::fu
   });
   id_ = thread_.get_id();
   active_ = running_ = streaming = true;
-  if (!keeps_) up_ = up;  // else it is known since the mode's answer
+  if (!keepsForNext_) moreMayCome_ = up;  // else it is known since the mode's answer
   toDrain_ = 0;
   loop_.orders().watches = true;
   loop_.changed();
@@ -82,11 +83,11 @@ void Listening::setRunning(bool running) {
   loop_.changed();
 }
 
-void Listening::join(bool evenActive) {
+void Listening::join() {
   std::thread ended;
   {
     const MutexLock lock(mutex_);
-    if ((active_ && !evenActive) || isOwnThread()) return;
+    if (isOwnThread()) return;
     ended.swap(thread_);
   }
   if (ended.joinable()) ended.join();
@@ -106,7 +107,7 @@ void Listening::run(const std::function<bool(const Bytes&)>& handle) {
 // Waits for the next payload; none when the stream is over.
 std::optional<Listening::Item> Listening::next() {
   MutexLock lock(mutex_);
-  while (queue_.empty() && running_ && up_) loop_.await(lock, std::nullopt);
+  while (queue_.empty() && running_ && moreMayCome_) loop_.await(lock, std::nullopt);
   if (queue_.empty() || (!running_ && toDrain_ == 0)) return std::nullopt;
   if (!running_) --toDrain_;
   return takeFirst();
@@ -116,10 +117,10 @@ std::optional<Listening::Item> Listening::next() {
 void Listening::finish(bool byEnd) {
   mutex_.assertHeld();
   const auto last = std::find_if(queue_.rbegin(), queue_.rend(), [](const Item& item) { return item.end != 0; });
-  if (!byEnd && last == queue_.rend()) keeps_ = false;
-  drop(keeps_ ? static_cast<std::size_t>(std::distance(last, queue_.rend())) : queue_.size());
+  if (!byEnd && last == queue_.rend()) keepsForNext_ = false;
+  drop(keepsForNext_ ? static_cast<std::size_t>(std::distance(last, queue_.rend())) : queue_.size());
   endsPassed_ = endsAdded_;
-  active_ = running_ = streaming = false;
+  active_ = running_ = streaming = full_ = false;
   loop_.orders().watches = false;
   loop_.changed();
 }

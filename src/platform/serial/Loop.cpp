@@ -13,13 +13,10 @@ using platform::MutexLock;
 // A host that was suspended may find a follower's time over before the leader has read what had come by then.
 constexpr auto grace = 50ms;
 
-// An acknowledgement that is due after a fifth of the resend time still leaves in time.
-std::chrono::milliseconds absenceFor(std::chrono::milliseconds resend) { return std::clamp(resend * 2 / 5, 1ms, 40ms); }
-
 }  // namespace
 
 Loop::Loop(Engine& engine, platform::Mutex& mutex, std::chrono::milliseconds resend)
-    : engine_(engine), mutex_(mutex), absence_(absenceFor(resend)) {}
+    : engine_(engine), mutex_(mutex), interval_(std::clamp(resend * 2 / 5, 1ms, 40ms)) {}
 
 Loop::~Loop() { stop(); }
 
@@ -32,7 +29,7 @@ void Loop::stop() {
     const MutexLock lock(mutex_);
     stopped_ = true;
     changed();
-    vacant_.notify_one();
+    ioThread_.notify_one();
   }
   if (thread_.joinable()) thread_.join();
 }
@@ -41,12 +38,12 @@ void Loop::serve() {
   MutexLock lock(mutex_);
   while (!stopped_) {
     if (leading_ || waiting_ > 0) {
-      vacant_.wait_for(lock.native(), absence_);
+      ioThread_.wait_for(lock.native(), interval_);
     } else {
       lead(lock, std::nullopt);
     }
   }
-  while (leading_) vacant_.wait(lock.native());
+  while (leading_) ioThread_.wait(lock.native());
 }
 
 bool Loop::await(MutexLock& lock, std::optional<Time> until) {
@@ -73,7 +70,7 @@ void Loop::lead(MutexLock& lock, std::optional<Time> until) noexcept {
   lock.lock();
   leading_ = false;
   changed_.notify_all();
-  if (stopped_) vacant_.notify_one();
+  if (stopped_) ioThread_.notify_one();
 }
 
 Engine::Orders& Loop::orders() {

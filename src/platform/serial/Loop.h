@@ -2,7 +2,7 @@
 //
 // One thread at a time runs it, the leader. Whoever waits for something from the device leads meanwhile, which spares a
 // switch of threads for each frame; of several who wait, one leads and the others follow. While nobody waits, the
-// loop's own I/O thread leads.
+// loop's own I/O thread leads; it finds out within 40 ms, during which nobody reads.
 #pragma once
 
 #include <chrono>
@@ -45,10 +45,11 @@ class Loop {
 
   Engine& engine_;
   platform::Mutex& mutex_;
-  const std::chrono::milliseconds absence_;  // how long the I/O thread leaves the lead to those who come and go
+  // At which the I/O thread looks whether anybody leads: what is to be acknowledged after resend / 5 still is in time.
+  const std::chrono::milliseconds interval_;
   std::thread thread_;
-  std::condition_variable changed_;  // for followers
-  std::condition_variable vacant_;   // for the I/O thread
+  std::condition_variable changed_;   // for followers
+  std::condition_variable ioThread_;  // for the I/O thread, when the loop is to stop
   Engine::Orders orders_ GUARDED_BY(mutex_);
   int waiting_ GUARDED_BY(mutex_) = 0;  // threads in await()
   bool leading_ GUARDED_BY(mutex_) = false;

@@ -33,13 +33,13 @@ struct PendingExchange {
   bool complete = false;  // its last payload is here
   FailureKind failure = FailureKind::None;
   std::uint64_t end = 0;  // number of the stream's end that the answer is; 0: of none
-  Time sign;              // when it last went forward
+  Time lastProgress;      // when it last went forward
 
   bool isOver() const { return complete || failure != FailureKind::None; }
   bool awaits(std::uint8_t wanted) const { return tag == wanted && !isOver(); }
   // False when the answer has become too long.
   bool add(Message message) {
-    sign = std::chrono::steady_clock::now();
+    lastProgress = std::chrono::steady_clock::now();
     size += message.payload.size() + sizeof(Bytes);
     if (size > maxWaitingBytes) return false;
     answer.payloads.push_back(std::move(message.payload));
@@ -61,7 +61,11 @@ class Tags {
   }
   bool areAllTaken() const { return taken_.count() == maxTag; }
   void giveBack(std::uint8_t tag) { taken_.reset(tag); }
-  void giveBackAll() { taken_.reset(); }
+  // But `kept`, unless that is no request's.
+  void giveBackAll(std::uint8_t kept = streamTag) {
+    taken_.reset();
+    taken_.set(kept, kept != streamTag);
+  }
 
  private:
   std::bitset<maxTag + 1> taken_;

@@ -93,11 +93,9 @@ Statistics statistics(const std::string& port) {
           counters.framesReceived, counters.framesDamaged,    counters.answersLate, counters.payloadsDropped};
 }
 
-std::shared_ptr<Counters> newCounters(const std::string& port) {
-  auto counters = std::make_shared<Counters>();
+void setCounters(const std::string& port, std::shared_ptr<Counters> counters) {
   const std::scoped_lock lock(book().mutex);
-  book().counters[port] = counters;
-  return counters;
+  book().counters[port] = std::move(counters);
 }
 
 bool setTraceFile(const std::string& path) {
@@ -121,13 +119,10 @@ std::unique_ptr<Trace> newTrace(const std::string& port) {
   return book().trace ? std::make_unique<Trace>(book().trace, port) : nullptr;
 }
 
+// What was replaced is destroyed without the lock.
 void setTransport(const std::string& port, TransportFactory factory) {
   const std::scoped_lock lock(book().mutex);
-  if (factory) {
-    book().transports[port] = std::move(factory);
-  } else {
-    book().transports.erase(port);
-  }
+  book().transports[port].swap(factory);
 }
 
 std::unique_ptr<Transport> transportFor(const std::string& port) {

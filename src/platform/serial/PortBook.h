@@ -29,8 +29,8 @@ Failure failureOf(FailureKind kind, const std::string& detail = {});
 std::string secondsText(std::chrono::milliseconds time);
 void setLastFailure(const std::string& port, Failure failure);
 
-// Fresh counters, which statistics(port) reads from now on.
-std::shared_ptr<Counters> newCounters(const std::string& port);
+// The counters that statistics(port) reads from now on.
+void setCounters(const std::string& port, std::shared_ptr<Counters> counters);
 
 // What traces an opening of this port; null when there is no trace file.
 std::unique_ptr<Trace> newTrace(const std::string& port);

@@ -109,9 +109,8 @@ void SerialPortTransport::Port::writeNext() {
 // operation that was aborted, but not by closing, is how some drivers tell of a pulled cable.
 void SerialPortTransport::Port::fail(const boost::system::error_code& error) {
   if (!events.hungUp) return;
-  const auto hungUp = std::move(events.hungUp);
+  events.hungUp(isHangUp(error) ? "the port was hung up" : error.message());
   events.hungUp = nullptr;
-  hungUp(isHangUp(error) ? "the port was hung up" : error.message());
 }
 
 }  // namespace BX::link
