@@ -135,6 +135,20 @@ TEST_F(Terminal, RefusesASecondHostAndKeepsTheFirst) {
   EXPECT_EQ(link::statistics(port).framesDamaged, 0U);
 }
 
+TEST_F(Terminal, BringsEachFrameOnce) {
+  auto line = std::make_unique<sim::PtyLine>();
+  port = line->name();
+  sim::Options options = streaming(scaled(3000), 20'000);
+  options.resend = 60min;
+  simulator = std::make_unique<sim::Simulator>(options, std::move(line));
+  com.initializePort(port);
+  ASSERT_TRUE(com.openPort() && com.setDeviceMode(BXSerialCom::FIELD_STREAM, false));
+  com.startSessionListening();
+  await([&] { return link::statistics(port).payloadsReceived > scaled(3000); });
+  const auto statistics = link::statistics(port);
+  EXPECT_LE(statistics.framesReceived, statistics.payloadsReceived + 5) << "but acknowledgements";
+}
+
 // The descriptor that this process has open on a terminal, as the host.
 int handleOf(const std::string& terminal) {
   for (int handle = 0; handle < 1024; ++handle) {

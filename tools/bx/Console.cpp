@@ -26,6 +26,7 @@ Console::Console()
       err_(errBuffer_) {
   // A reader that goes away is seen when writing fails.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);  // a file beyond its limit is a failed write like any other
 }
 
 Console::~Console() {

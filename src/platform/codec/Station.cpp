@@ -245,7 +245,7 @@ void Station::acceptPart(std::uint8_t info, std::span<const std::uint8_t> data, 
   }
   if (ends) {
     output_.delivered.push_back(std::exchange(assembling_, {}));
-  } else {
+  } else if (!data.empty()) {
     output_.partOf = assembling_.tag;
   }
 }

@@ -68,7 +68,7 @@ class Station {
     std::vector<Message> delivered;      // from the peer
     std::vector<Message> acknowledged;   // of ours, that the peer has received whole
     bool progressed = false;             // something of ours was acknowledged
-    std::optional<std::uint8_t> partOf;  // tag of a payload of which a part has come, but not the last
+    std::optional<std::uint8_t> partOf;  // tag of a payload of which some bytes have come, but not the last
     bool sessionBegan = false;           // before anything in `delivered`
     bool renewed = false;                // and the queue is sent again from its start, see below
     std::optional<Ending> ended;

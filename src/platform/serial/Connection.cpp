@@ -47,10 +47,8 @@ void Connection::onSessionBegan() {
   if (listening_.endInput()) report(failureOf(FailureKind::SessionLost));  // a stream ends with the session
   sessionUp_ = true;
   tags_.giveBackAll(pending_ == nullptr ? streamTag : pending_->tag);
-  const bool isNew = std::exchange(hadSession_, true);
-  if (pending_ == nullptr) return;
-  pending_->lastProgress = Clock::now();
-  pending_->answer.inNewSession = isNew;
+  modeLost_ = std::exchange(hadSession_, true);
+  if (pending_ != nullptr) pending_->lastProgress = Clock::now();
 }
 
 bool Connection::onDelivered(Message message) {
@@ -73,6 +71,7 @@ void Connection::onProgress(std::optional<std::uint8_t> tag) {
 void Connection::gather(PendingExchange& exchange, Message message) {
   if (!exchange.add(std::move(message))) return endSession(FailureKind::AnswerTooLong);
   if (!exchange.complete || !exchange.mode || !isModeAnswer(exchange.answer.payloads.back())) return;
+  modeLost_ = false;
   exchange.end = listening_.addEnd(exchange.answer.payloads.back(), isStreamMode(*exchange.mode));
 }
 
@@ -129,6 +128,7 @@ Answer Connection::request(const Bytes& payload, std::optional<std::uint8_t> mod
     begin(exchange, payload);
     awaitAnswer(lock, exchange);
   }
+  exchange.answer.modeLost = modeLost_;
   if (exchange.failure != FailureKind::None) exchange.answer.failure = describe(exchange.failure);
   // A handler that makes exchanges of its own gets them done meanwhile.
   if (exchange.end != 0 && !listening_.isOwnThread()) awaitEnd(lock, exchange.end);
@@ -172,8 +172,6 @@ bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& han
   }
   return true;
 }
-
-// ---- Stream
 
 void Connection::startListening() {
   awaitEarlierStream();

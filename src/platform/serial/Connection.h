@@ -82,6 +82,7 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   std::string hangUpReason_ GUARDED_BY(mutex_);
   bool sessionUp_ GUARDED_BY(mutex_) = false;
   bool hadSession_ GUARDED_BY(mutex_) = false;
+  bool modeLost_ GUARDED_BY(mutex_) = false;               // with the last session
   PendingExchange* pending_ GUARDED_BY(mutex_) = nullptr;  // the one under way
   Tags tags_ GUARDED_BY(mutex_);
 };

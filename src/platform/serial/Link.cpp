@@ -69,7 +69,7 @@ bool Link::exchange(const Bytes& request, const Expected& expected, const Handle
   if (!answer.failure) answer.failure = failureOf(request, expected, answer.payloads.back());
   if (!answer.failure) return current->handOver(answer.payloads, handler);
   // The device rests since it lost the session: what it refuses now it would have done before.
-  const bool lost = answer.inNewSession && answer.failure->kind == FailureKind::Refused;
+  const bool lost = answer.modeLost && answer.failure->kind == FailureKind::Refused;
   return fail(lost ? failureOf(FailureKind::SessionLost) : std::move(*answer.failure));
 }
 

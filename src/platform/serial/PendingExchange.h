@@ -20,7 +20,7 @@ inline constexpr std::size_t maxWaitingBytes = std::size_t{1} << 20U;
 struct Answer {
   std::vector<Bytes> payloads;
   std::optional<Failure> failure;  // nothing: the answer has come, whatever it says
-  bool inNewSession = false;       // begun meanwhile, after an earlier one
+  bool modeLost = false;           // the session is not the first, and no mode was commanded in it
 };
 
 struct PendingExchange {

@@ -72,15 +72,21 @@ void SerialPortTransport::close() {
   port_->serial.close(ignored);
 }
 
+// One read at a time: a second one would bring what follows before the first is handled, into the same buffer.
 void SerialPortTransport::Port::read() {
+  reads = false;
   serial.async_read_some(boost::asio::buffer(incoming), [self = shared_from_this()](const auto& error, std::size_t n) {
-    self->reads = false;
     if (self->closed) return;
     if (error) {
       self->fail(error);
       return;
     }
-    self->events.received(std::span(self->incoming).first(n));
+    try {
+      self->events.received(std::span(self->incoming).first(n));
+    } catch (...) {
+      self->reads = false;
+      throw;
+    }
     if (!self->closed) self->read();
   });
   reads = true;

@@ -38,7 +38,7 @@ class SerialPortTransport : public Transport {
     std::array<std::uint8_t, 4096> incoming{};
     std::vector<std::uint8_t> outgoing;  // being written
     std::vector<std::uint8_t> waiting;   // to be written after it
-    bool reads = false;
+    bool reads = false;                  // until what it has read is handled, too
     bool closed = false;
   };
 
