@@ -36,6 +36,7 @@ struct Cell {
   Milliseconds time{};  // of the exchange under the fault
   int tries = 1;  // until the next exchange worked; 2 when the fault struck after the first had been reported done
   bool lapsed = false;  // a busy machine may have outlasted the short time-outs; after the first time it is run again
+  bool struck = false;  // the fault's place came
 };
 
 // Throws std::runtime_error when the exchange does not work even without a fault.
