@@ -2,8 +2,8 @@
 
 namespace BX::tool {
 
-void runInfo(Tool& tool, const std::string& port) {
-  const Connection connection(tool, port);
+void runInfo(Tool& tool, const InfoOptions& options) {
+  const Connection connection(tool, options.port);
   tool.console.data(connection.settings().toString());
 }
 

@@ -69,7 +69,7 @@ Json describe(const sp_port* port) {
 
 }  // namespace
 
-void runPorts(Tool& tool) {
+void runPorts(Tool& tool, const PortsOptions&) {
   sp_port** ports = nullptr;
   if (sp_list_ports(&ports) != SP_OK) throw Failure(deviceFailed, "ports: list: the system does not tell its ports");
   const std::unique_ptr<sp_port*, void (*)(sp_port**)> owner(ports, sp_free_port_list);

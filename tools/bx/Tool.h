@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "Console.h"
@@ -11,6 +12,7 @@ namespace BX::tool {
 struct GlobalOptions {
   bool skipStartup = false;
   bool force = false;
+  bool overwrite = false;  // files that are not empty may be replaced
   bool quiet = false;
   bool verbose = false;
   unsigned baud = 0;  // 0: the link's own
@@ -28,6 +30,15 @@ struct ConfigurationFiles {
   bool any() const { return !device.empty() || !session.empty() || !target.empty(); }
 };
 
+struct PortsOptions {
+  bool json = false;  // JSON lines on a terminal as well
+};
+
+struct InfoOptions {
+  std::string port;
+  bool all = false;  // besides the settings what else the device reports
+};
+
 struct SettingsOptions {
   std::string port;
   ConfigurationFiles files;
@@ -43,9 +54,12 @@ struct TargetOptions {
 struct TrainOptions {
   std::string port;
   ConfigurationFiles files;
-  std::size_t shots = 0;  // 0: no limit
-  double seconds = 0;     // 0: no limit
-  std::string output;     // empty: standard output
+  std::optional<int> targetNumber;  // the stored target that is in use; excludes files.target
+  std::size_t shots = 0;            // 0: no limit
+  double seconds = 0;               // 0: no limit
+  double retry = 0;                 // seconds to try to come back after a loss; 0: none
+  bool shotsOnly = false;           // no measurements on standard output
+  std::string output;               // empty: standard output
 };
 
 struct DownloadOptions {
@@ -61,8 +75,8 @@ struct ReplayOptions {
 };
 
 // The subcommands, one in each file of the same name. They throw Failure.
-void runPorts(Tool& tool);
-void runInfo(Tool& tool, const std::string& port);
+void runPorts(Tool& tool, const PortsOptions& options);
+void runInfo(Tool& tool, const InfoOptions& options);
 void runSettings(Tool& tool, const SettingsOptions& options);
 void runTarget(Tool& tool, const TargetOptions& options);
 void runTrain(Tool& tool, const TrainOptions& options);

@@ -21,8 +21,8 @@ class CommandLine {
     app_.require_subcommand(1);
     app_.set_version_flag("--version", "bx " BX_VERSION);
     addGlobalOptions();
-    addSubcommand("ports", "List the serial ports of this machine, one JSON line each", [this] { runPorts(tool_); });
-    addPort(addSubcommand("info", "Connect and print the device's settings", [this] { runInfo(tool_, port_); }), port_);
+    addPorts();
+    addInfo();
     addSettings();
     addTarget();
     addTrain();
@@ -53,6 +53,7 @@ class CommandLine {
     app_.add_flag("--skip-startup", global.skipStartup,
                   "Connect without the startup command and its wait of 2 seconds");
     app_.add_flag("--force", global.force, "Send documents that would be refused, as the library takes them");
+    app_.add_flag("--overwrite", global.overwrite, "Replace output files that are not empty");
     app_.add_option("--baud", global.baud, "Line speed in bits a second")->check(CLI::Range(50U, 4'000'000U));
     app_.add_option("--trace", global.trace, "Write every frame to this file, for a bug report or `bx replay`");
     app_.add_flag("-q,--quiet", global.quiet, "Errors only on standard error");
@@ -85,11 +86,26 @@ class CommandLine {
   static void addFiles(CLI::App& command, ConfigurationFiles& files) {
     command.add_option("--device", files.device, "Device settings to write, a JSON file");
     command.add_option("--session", files.session, "Session settings to write, a JSON file");
-    command.add_option("--target", files.target, "Target to upload, a JSON file");
+  }
+
+  static CLI::Option* addTargetFile(CLI::App& command, ConfigurationFiles& files) {
+    return command.add_option("--target", files.target, "Target to upload, a JSON file");
   }
 
   static void addOutput(CLI::App& command, std::string& output) {
     command.add_option("--output", output, "Write a session file, and no records to standard output");
+  }
+
+  void addPorts() {
+    addSubcommand("ports", "List the serial ports of this machine", [this] {
+      runPorts(tool_, ports_);
+    }).add_flag("--json", ports_.json, "One JSON line each, on a terminal as well");
+  }
+
+  void addInfo() {
+    auto& command = addSubcommand("info", "Connect and print the device's settings", [this] { runInfo(tool_, info_); });
+    addPort(command, info_.port);
+    command.add_flag("--all", info_.all, "Also session settings, usage, error counters and the targets in use");
   }
 
   void addSettings() {
@@ -97,6 +113,7 @@ class CommandLine {
                                   [this] { runSettings(tool_, settings_); });
     addPort(command, settings_.port);
     addFiles(command, settings_.files);
+    addTargetFile(command, settings_.files);
   }
 
   void addTarget() {
@@ -117,8 +134,15 @@ class CommandLine {
                                   [this] { runTrain(tool_, train_); });
     addPort(command, train_.port);
     addFiles(command, train_.files);
+    auto* target = addTargetFile(command, train_.files);
+    command.add_option("--target-number", train_.targetNumber, "The stored target that is in use; nothing is uploaded")
+        ->check(CLI::Range(0, 254))
+        ->excludes(target);
     command.add_option("--shots", train_.shots, "End after this many shots")->check(CLI::PositiveNumber);
     command.add_option("--seconds", train_.seconds, "End after this time")->check(CLI::PositiveNumber);
+    command.add_option("--retry", train_.retry, "Try so many seconds to come back after a loss (default: not at all)")
+        ->check(CLI::NonNegativeNumber);
+    command.add_flag("--shots-only", train_.shotsOnly, "No measurements on standard output");
     addOutput(command, train_.output);
   }
 
@@ -142,6 +166,8 @@ class CommandLine {
   CLI::App app_{"Laser target devices: connect, configure, train, and read the shots back as JSON.", "bx"};
   std::function<void()> run_;
   std::string port_;
+  PortsOptions ports_;
+  InfoOptions info_;
   SettingsOptions settings_;
   TargetOptions target_;
   TrainOptions train_;
