@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <regex>
 
+#include "Dialogue.h"
 #include "Program.h"
 
 namespace BX::test {
@@ -27,25 +28,20 @@ void expectFailure(const Outcome& outcome, int status, const std::string& line) 
 }
 
 TEST(Failure, OfPortsFilesAndUsageIsToldBeforeADeviceIsAsked) {
-  const Folder folder;
-  const std::string broken = folder.write("broken.json", "{\n  \"Mounting\": ]\n}");
-  const std::string wide = folder.write("wide.json", R"({"WakeupAngle": 256})");
-  const std::string odd = folder.write("odd.json", R"({"TargetType": "ring", "RingTargetNumber": 1})");
-  const std::tuple<std::string, int, std::string> table[] = {
-      {"info /dev/none", 1, "/dev/none: open: no such port"},
-      {"info /dev/null", 1, "/dev/null: open: not a serial port"},
-      {"info /dev/\x1B[31m\x7F\xC2\x9B\x9B", 1, "bx: /dev/\\u001B[31m\\u007F\\u009B\xEF\xBF\xBD: open: "},
-      {"settings /dev/none --force --device " + broken, 2, broken + ": line 2, column 15: not JSON"},
-      {"train /dev/none --session " + wide, 2, "\"WakeupAngle\" 256 does not fit the wire (0 to 255)"},
-      {"target /dev/none " + odd, 2, "\"TargetType\" \"ring\" is neither"},
-      {"target /dev/none " + folder.path("x"), 2, "x: read: No such file or directory"},
-      {"target /dev/none " + folder.path(""), 2, ": read: Is a directory"},
-      {"download /dev/none --output " + folder.path("no/x"), 2, ": open: No such file or directory"},
-      {"--trace " + folder.path("no/x") + " info /dev/none", 2, ": open: No such file or directory"}};
-  for (const auto& [command, status, line] : table) {
-    SCOPED_TRACE(command);
-    expectFailure(bx(command), status, line);
-  }
+  expectDialogues(R"(
+    bx info /dev/none | 1 | | bx: /dev/none: open: no such port
+    bx info /dev/null | 1 | | bx: /dev/null: open: not a serial port
+    bx info $'/dev/\x1B[31m\x7F\xC2\x9B\x9B' | 1 | | bx: /dev/\u001B[31m\u007F\u009B...: open: no such port
+    printf '{\n  "Mounting": ]\n}' >$FOLDER/broken | 0 | |
+    bx settings /dev/none --force --device $FOLDER/broken | 2 | | bx: $FOLDER/broken: line 2, column 15: not JSON...
+    echo '{"WakeupAngle": 256}' >$FOLDER/wide | 0 | |
+    bx train /dev/none --session $FOLDER/wide | 2 | | bx: ..."WakeupAngle" 256 does not fit the wire (0 to 255)...
+    echo '{"TargetType": "ring", "RingTargetNumber": 1}' >$FOLDER/odd | 0 | |
+    bx target /dev/none $FOLDER/odd | 2 | | bx: ..."TargetType" "ring" is neither...
+    bx target /dev/none $FOLDER/x | 2 | | bx: $FOLDER/x: read: No such file or directory
+    bx target /dev/none $FOLDER | 2 | | bx: $FOLDER: read: Is a directory
+    bx download /dev/none --output $FOLDER/no/x | 2 | | bx: $FOLDER/no/x: open: No such file or directory
+    bx --trace $FOLDER/no/x info /dev/none | 2 | | bx: $FOLDER/no/x: open: No such file or directory)");
   for (const auto* usage : {"", "dance", "info", "train PORT --shots 0", "train PORT --seconds -1", "target PORT",
                             "target PORT FILE --get 1", "target PORT --get 256", "target PORT FILE --type CIRCLE",
                             "info PORT --baud fast"}) {
@@ -79,33 +75,27 @@ TEST(Failure, ADeviceThatHangsUpInAStreamKeepsWhatArrived) {
   EXPECT_GE(linesOf(outcome.out).size(), 10U);
 }
 
-TEST(Failure, ATraceThatCannotBeWrittenIsToldOnce) {
-  const Device device;
-  const Outcome outcome = bx("info " + device.port() + " --quiet --trace /dev/full");
-  expectFailure(outcome, 1, "bx: /dev/full: write: No space left on device");
-  EXPECT_THAT(linesOf(outcome.out), SizeIs(1));
-}
-
 TEST(Failure, ARefusalIsToldByItsStep) {
-  const std::string shotAtRing9 = "0 0 CA6A" + std::string(24, '0') + "09FF03" + std::string(26, '0');
-  const std::tuple<const char*, std::string, std::string, const char*> table[] = {
-      {"--script", "6302 =", "info PORT", "connect: refused by the device"},
-      {"--script", "6509 =", "info PORT", "connect: refused by the device"},
-      {"--script", "6402 =", "settings PORT --device examples/device-settings.json", "write settings: "},
-      {"--script", "6C =", "target PORT examples/ring-300m-rifle.json", "upload target: "},
-      {"--script", "6F03 =", "train PORT --seconds 60", "start training: "},
-      {"--script", "6320 =", "download PORT", "download: "},
-      {"--script", "6205FF =", "clear PORT", "clear: block 5: "},
-      {"--script", "", "target PORT --get 77", "download target: ring target 77: "},
-      {"--stored", shotAtRing9, "download PORT", "download: ring target 9: refused by the device"}};
-  for (const auto& [option, file, command, line] : table) {
-    SCOPED_TRACE(line);
-    const Folder folder;
-    const Device device({option, folder.write("file", file + "\n")});
-    const Outcome outcome = bx("--quiet " + std::regex_replace(command, std::regex("PORT"), device.port()));
-    expectFailure(outcome, 1, device.port() + ": " + line);
-    EXPECT_THAT(outcome.out, IsEmpty());
-  }
+  expectDialogues(R"(
+    bx-sim
+    bx info $PORT --quiet --trace /dev/full | 1 | {...} | bx: /dev/full: write: No space left on device...
+    bx target $PORT --get 77 | 1 | | bx: $PORT: download target: ring target 77: ...
+    bx-sim --script <(echo '6302 =')
+    bx info $PORT | 1 | | bx: $PORT: connect: refused by the device...
+    bx-sim --script <(echo '6509 =')
+    bx info $PORT | 1 | | bx: $PORT: connect: refused by the device...
+    bx-sim --script <(echo '6402 =')
+    bx settings $PORT --quiet --device examples/device-settings.json | 1 | | bx: $PORT: write settings: ...
+    bx-sim --script <(echo '6C =')
+    bx target $PORT examples/ring-300m-rifle.json | 1 | | bx: $PORT: upload target: ...
+    bx-sim --script <(echo '6F03 =')
+    bx train $PORT --quiet --seconds 60 | 1 | | bx: $PORT: start training: ...
+    bx-sim --script <(echo '6320 =')
+    bx download $PORT | 1 | | bx: $PORT: download: ...
+    bx-sim --script <(echo '6205FF =')
+    bx clear $PORT | 1 | | bx: $PORT: clear: block 5: ...
+    bx-sim --stored <(printf '0 0 CA6A%024d09FF03%026d\n' 0 0)
+    bx download $PORT | 1 | | bx: $PORT: download: ring target 9: refused by the device...)");
 }
 
 // A device that calls itself ESC [31m, DEL and a C1 byte.

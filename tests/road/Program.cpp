@@ -100,10 +100,10 @@ Outcome Program::await() {
   return outcome_;
 }
 
-Device::Device(std::vector<std::string> arguments)
+Device::Device(const std::vector<std::string>& arguments, std::vector<std::string> program)
     : program_([&] {
-        arguments.insert(arguments.begin(), BX_SIM_PROGRAM);
-        return arguments;
+        program.insert(program.end(), arguments.begin(), arguments.end());
+        return program;
       }()) {
   const auto lines = program_.awaitLines(1);
   if (lines.empty()) throw std::runtime_error("bx-sim: " + program_.await().err);

@@ -58,10 +58,10 @@ class Program {
   Outcome outcome_;
 };
 
-// bx-sim on a pseudo-terminal.
+// bx-sim on a pseudo-terminal; `program` is the command that starts it.
 class Device {
  public:
-  explicit Device(std::vector<std::string> arguments = {});
+  explicit Device(const std::vector<std::string>& arguments = {}, std::vector<std::string> program = {BX_SIM_PROGRAM});
   const std::string& port() const { return port_; }
   void send(int signal) const { program_.send(signal); }
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <random>
 
+#include "Dialogue.h"
 #include "Program.h"
 #include "morva/KeyedAccess.h"
 #include "tests/json/Parsed.h"
@@ -118,37 +119,25 @@ TEST(Road, ASessionIsWrittenStoredDownloadedAndCleared) {
 }
 
 TEST(Road, TrainingEndsWithItsTimeAndWithItsReader) {
-  const Device device;
-  const Outcome timed = bx("train " + device.port() + " --seconds 0.1 --quiet");
-  EXPECT_EQ(timed.status, 0);
-  EXPECT_THAT(timed.err, IsEmpty());
-  Program piped({"bash", "-c", "set -o pipefail; \"$@\" | head -1", "bash", BX_PROGRAM, "train", device.port(),
-                 "--skip-startup"});
-  const Outcome outcome = piped.await();
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(linesOf(outcome.out), SizeIs(1));
+  expectDialogues(R"(
+    bx-sim
+    bx train $PORT --seconds 0.1 --quiet | 0 | *** |
+    set -o pipefail; bx train $PORT \p head -1 | 0 | {...} | ***)");
 }
 
 TEST(Road, VerboseShowsTheLibrarysOwnLinesPrintableOnStandardError) {
-  const Folder folder;
-  const std::string name = folder.path("lane\x1B");
-  const Device device({"--rate", "2000", "--link", name});
-  const Outcome outcome = bx("train " + name + " --shots 1 --verbose");
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.err, AllOf(HasSubstr("lane\\u001B: {"), Not(HasSubstr("\x1B"))));
-  EXPECT_THAT(outcome.out, Not(HasSubstr("lane")));
+  expectDialogues(R"(
+    bx-sim --rate 2000 --link $FOLDER/lane$'\x1B'
+    bx train $FOLDER/lane$'\x1B' --shots 1 --verbose 2>$FOLDER/err | 0 | {***"ShotNumber"... |
+    grep -c 'lane\\u001B: {' $FOLDER/err; grep -c $'\x1B' $FOLDER/err | 1 | ...\n0 |)");
 }
 
 TEST(Road, WhatNeedsNoDevice) {
-  const std::pair<Outcome, const char*> table[] = {{bx("demo --shots 1"), "Done"},
-                                                   {bx("train --help"), "--shots"},
-                                                   {bx("info --version"), "bx 0."},
-                                                   {Program({BX_SIM_PROGRAM, "--version"}).await(), "bx-sim 0."}};
-  for (const auto& [outcome, line] : table) {
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.out, HasSubstr(line));
-    EXPECT_THAT(outcome.err, IsEmpty());
-  }
+  expectDialogues(R"(
+    bx demo --shots 1 | 0 | ***Done*** |
+    bx train --help | 0 | ***--shots*** |
+    bx info --version | 0 | bx 0... |
+    bx-sim --version | 0 | bx-sim 0... |)");
 }
 
 }  // namespace

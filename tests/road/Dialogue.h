@@ -1,0 +1,20 @@
+// Dialogues with the programs: tables of what is typed, and of what comes back.
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace BX::test {
+
+// Types each row of `rows` into bash and looks at what comes back:
+//
+//     command | status | standard output | standard error
+//
+// `bx` is the program under test with --skip-startup, and `bx-sim` the simulated device. In all cells $FOLDER is an
+// empty folder of this call, and $NAME the value that `words` gives to NAME, and \p a bar. In an output
+// `...` stands for anything within a line, `***` for anything at all and \n for the end of a line; an empty cell is no
+// output.
+// A row of one cell, `bx-sim OPTIONS`, starts a device in the place of the one before; from then on $PORT is its port.
+void expectDialogues(const std::string& rows, std::map<std::string, std::string> words = {});
+
+}  // namespace BX::test
