@@ -35,7 +35,7 @@ class Link;
 class BX_SERIAL_COM_API BXSerialCom {
  public:
   enum DeviceMode : std::int32_t {
-    NO_MODE = 0,         // before any mode was commanded; never sent by the device library
+    NO_MODE = 0,         // before any mode was commanded, or unknown; never sent by the device library
     CLASSIC_STREAM = 1,  // streams records, classic
     INFORMATION = 2,     // connect: device information is read
     FIELD_STREAM = 3,    // streams records, field
@@ -80,7 +80,8 @@ class BX_SERIAL_COM_API BXSerialCom {
   // 6F mode sum, answered by 59 6F. While a stream runs, that answer is also the end of the stream: the listening
   // thread hands it to the stream handler, then this returns; it waits for a handler that does not come back no longer
   // than for an answer. Called inside the stream handler it returns with the answer. `endsStream` is a hint that this
-  // link has no use for. Does not touch currentDeviceMode.
+  // link has no use for. Leaves currentDeviceMode alone, but for a command that was cancelled (BXSerialLink.h): the
+  // mode is NO_MODE then.
   bool setDeviceMode(const DeviceMode& mode, bool endsStream);
   // 63 item sum, answered by 59 63 item text. Any answer but a refusal succeeds and goes to `callback`, or to the
   // function of setCallBackFunction when `callback` is empty. False without sending for an unknown item.
@@ -144,7 +145,7 @@ class BX_SERIAL_COM_API BXSerialCom {
   bool getError() const;
   void setError(bool error);
 
-  // The mode that the device library last commanded. Read and written by it alone.
+  // The mode that the device library last commanded. Read and written by it; setDeviceMode may set it to NO_MODE.
   DeviceMode currentDeviceMode = NO_MODE;
 
  private:

@@ -1,5 +1,5 @@
 // What our own link offers a host beyond the contract of BXSerialCom.h: time-outs and line speed, the reason of the
-// last failure, statistics, traces, and transports other than a serial port.
+// last failure, cancellation, statistics, traces, and transports other than a serial port.
 //
 // All functions may be called from any thread at any time.
 #pragma once
@@ -60,6 +60,7 @@ enum class FailureKind {
   QueueFull,      // more than 1 MiB of streamed payloads waited for the stream handler, and some were dropped
   Handler,        // a handler of the host threw an exception
   Memory,         // there was none; the session was given up
+  Cancelled,      // by the host, through the thread's Cancellation; device and session stay
 };
 
 struct Failure {
@@ -74,6 +75,43 @@ BX_SERIAL_COM_API Failure lastFailure(const std::string& port);
 // The same as one line, with the first bytes of the request ("in use by another program", "no answer within 2.0 s",
 // "refused by the device (request 6F 4D BC)"). Empty when none has failed.
 BX_SERIAL_COM_API std::string lastError(const std::string& port);
+
+class CancellationState;
+
+// Ends what a thread waits for in the link, from another thread. Copies are one and the same cancellation.
+class BX_SERIAL_COM_API Cancellation {
+ public:
+  Cancellation();
+  // For good. Any thread, but no signal handler; blocks for no longer than it takes to wake who waits.
+  void request();
+  bool isRequested() const;
+
+  // Makes a cancellation that of the calling thread, until the scope ends on the same thread. Once it is requested,
+  // before the scope or in it, every exchange of this thread, under way or to come, fails at once as Cancelled, and the
+  // thread starts no listening. The device stays connected, and its session and stream go on; an answer that still
+  // comes is dropped. A mode that was commanded meanwhile may have been taken or not: the next exchange without such a
+  // scope, unless it commands a mode itself, is preceded by the command to rest. Opening and closing a port are not
+  // cancelled: they wait for nothing but handlers of the host. Scopes nest: the innermost one counts alone. The
+  // cancellation itself may be gone before the scope.
+  class BX_SERIAL_COM_API Scope {
+   public:
+    explicit Scope(const Cancellation& cancellation);
+    ~Scope();
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+   private:
+    std::shared_ptr<CancellationState> state_;
+    CancellationState* outer_;
+  };
+
+ private:
+  std::shared_ptr<CancellationState> state_;
+};
+
+// Blocks the calling thread that long, or until its cancellation is requested; false then. What a host gives to
+// BX::setWaitFunction (Waiting.h), so that the fixed waits of the device library are cancelled as well.
+BX_SERIAL_COM_API bool wait(std::chrono::milliseconds duration);
 
 // Counted since the port was last opened.
 struct Statistics {

@@ -76,6 +76,27 @@ TEST_P(Instants, OfTwoOperations) {
   }
 }
 
+// From some frame on the device says nothing more; only the cancellation ends what waits for it.
+TEST_P(Instants, OfACancel) {
+  for (std::size_t frame = 0; frame < 20; ++frame) {
+    BXDeviceManager manager;
+    prepare(manager, GetParam());
+    link::Cancellation cancellation;
+    line.arm(frame, [&] {
+      line.silence(true);
+      cancellation.request();
+    });
+    {
+      const link::Cancellation::Scope scope(cancellation);
+      GetParam().run(manager);
+    }
+    line.arm(0, {});
+    manager.disconnectDevices();
+    line.silence(false);
+    expectUsable();
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(All, Instants, testing::ValuesIn(operations), [](auto& tested) { return tested.param.name; });
 
 const std::vector<std::pair<const char*, std::function<void(BXDevice&)>>> uses = {

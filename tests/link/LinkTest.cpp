@@ -3,7 +3,9 @@
 
 #include <stdexcept>
 
+#include "bx/BXDevice.h"
 #include "bx/BXSerialCom.h"
+#include "bx/Waiting.h"
 #include "platform/serial/PendingExchange.h"
 #include "tests/support/DisturbedLine.h"
 #include "tests/support/Event.h"
@@ -368,6 +370,63 @@ TEST_F(LinkTest, closesFromAnotherThreadAndEndsTheExchange) {
   EXPECT_FALSE(com->poll());
   closer.join();
   EXPECT_EQ(reason(), "closed by the host");
+}
+
+// Each of them would last for ever.
+TEST_F(LinkTest, endsWhateverACancelledThreadWaitsFor) {
+  link::setOptions({.resend = 60min, .reply = 60min, .keepAlive = 60min});
+  startStreaming({"CA01"});
+  Event left;
+  com->setProcessTrainingCallback([&] {
+    com->setStreaming(false);
+    left.wait(10min);
+  });
+  com->startSessionListening();
+  awaitEnd();
+  const auto cancel = [](const std::function<void()>& wait) {
+    for (int i = 0; i < 10; ++i) {
+      link::Cancellation cancellation;
+      Event begun;
+      std::thread waiting([&] {
+        const link::Cancellation::Scope scope(cancellation);
+        begun.set();
+        wait();
+      });
+      EXPECT_TRUE(begun.wait());
+      for (int turns = i * 500; turns > 0; --turns) std::this_thread::yield();  // further on, each time
+      cancellation.request();
+      waiting.join();
+    }
+  };
+  cancel([] { EXPECT_FALSE(link::wait(60min)); });
+  cancel([&] { com->startSessionListening(); });  // the handler has not left
+  cancel([&] { com->setDeviceMode(BXSerialCom::RESTING, true); });
+  left.set();
+  device->hostsLine.hold();
+  Event asked;
+  device->hostsLine.arm(0, [&] { asked.set(); });
+  std::thread other([&] { EXPECT_TRUE(com->poll()); });
+  asked.wait();
+  cancel([&] { EXPECT_FALSE(com->poll()); });  // it is the other one's turn
+  EXPECT_EQ(link::lastFailure(device->port).kind, link::FailureKind::Cancelled);
+  device->hostsLine.release();
+  other.join();
+  com->currentDeviceMode = BXSerialCom::RESTING;
+  device->hostsLine.hold();
+  cancel([&] { EXPECT_FALSE(com->setDeviceMode(BXSerialCom::TRANSFER, false)); });
+  device->hostsLine.release();
+  EXPECT_EQ(com->currentDeviceMode, BXSerialCom::NO_MODE);
+  EXPECT_TRUE(com->poll()) << reason();
+  const auto sent = device->sent();
+  EXPECT_EQ(sent[sent.size() - 2], "6F0473");
+}
+
+TEST(Waiting, IsAsTheHostWantsIt) {
+  std::vector<std::chrono::milliseconds> waits;
+  setWaitFunction([&](auto time) { waits.push_back(time); });
+  BXDevice();
+  setWaitFunction({});
+  EXPECT_THAT(waits, ElementsAre(500ms));
 }
 
 TEST_F(LinkTest, copiesToAClosedLinkWithoutCallbacks) {

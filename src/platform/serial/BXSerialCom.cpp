@@ -49,8 +49,9 @@ bool BXSerialCom::isConnected() const {
 bool BXSerialCom::sendStartupCommand() { return link_->exchange(withSum({letter::startup}), {letter::startup}, {}); }
 
 bool BXSerialCom::setDeviceMode(const DeviceMode& mode, [[maybe_unused]] bool endsStream) {
-  const auto number = static_cast<std::uint8_t>(mode);
-  return link_->exchange(withSum({letter::mode, number}), {letter::mode}, {}, number);
+  const bool done = link_->commandMode(static_cast<std::uint8_t>(mode));
+  if (link_->isModeUnknown()) currentDeviceMode = NO_MODE;
+  return done;
 }
 
 // The signatures are the host's.

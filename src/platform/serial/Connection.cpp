@@ -5,6 +5,7 @@
 
 #include "platform/AtExit.h"
 #include "platform/codec/Payload.h"
+#include "platform/serial/Cancelling.h"
 
 namespace BX::link {
 
@@ -116,10 +117,13 @@ bool Connection::report(Failure failure) {
 Answer Connection::request(const Bytes& payload, std::optional<std::uint8_t> mode) {
   PendingExchange exchange;
   exchange.mode = mode;
+  const Waker waker([this] { wake(); });
   MutexLock lock(mutex_);
-  while (pending_ != nullptr && !closed_) loop_.await(lock, std::nullopt);  // exchanges take turns
+  while (pending_ != nullptr && !closed_ && !isCancelled()) loop_.await(lock, std::nullopt);  // exchanges take turns
   if (hungUp_ || closed_) {
     exchange.failure = hungUp_ ? FailureKind::HungUp : FailureKind::Closed;
+  } else if (isCancelled()) {
+    exchange.failure = FailureKind::Cancelled;
   } else {
     const platform::AtExit next([this]() NO_THREAD_SAFETY_ANALYSIS {
       pending_ = nullptr;
@@ -152,14 +156,21 @@ void Connection::awaitAnswer(MutexLock& lock, PendingExchange& exchange) {
     const bool late = !loop_.await(lock, exchange.lastProgress + options_.reply);
     const bool over = exchange.isOver() || Clock::now() < exchange.lastProgress + options_.reply;
     if (late && !over) exchange.failure = FailureKind::NoAnswer;
+    if (isCancelled() && !exchange.isOver()) exchange.failure = FailureKind::Cancelled;
   }
 }
 
 // A handler that does not come back is not waited for longer than for an answer.
 void Connection::awaitEnd(MutexLock& lock, std::uint64_t end) {
   const auto latest = Clock::now() + options_.reply;
-  while (!listening_.passed(end) && loop_.await(lock, latest)) {
+  while (!listening_.passed(end) && !isCancelled() && loop_.await(lock, latest)) {
   }
+}
+
+// For who waits and is cancelled.
+void Connection::wake() {
+  const MutexLock lock(mutex_);
+  loop_.changed();
 }
 
 bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& handler) {
@@ -177,7 +188,7 @@ void Connection::startListening() {
   awaitEarlierStream();
   const auto self = shared_from_this();
   const MutexLock lock(mutex_);
-  if (closed_ || listening_.isActive() || (hungUp_ && !listening_.keeps())) return;
+  if (isCancelled() || closed_ || listening_.isActive() || (hungUp_ && !listening_.keeps())) return;
   try {
     listening_.start(
         sessionUp_, [self](const Bytes& payload) { return self->handleStreamed(payload); },
@@ -190,8 +201,9 @@ void Connection::startListening() {
 // A host that sees the streaming flag cleared may start anew before the handler that has cleared it returns.
 void Connection::awaitEarlierStream() {
   const auto latest = Clock::now() + options_.reply;
+  const Waker waker([this] { wake(); });
   MutexLock lock(mutex_);
-  while (listening_.isEnding() && loop_.await(lock, latest)) {
+  while (listening_.isEnding() && !isCancelled() && loop_.await(lock, latest)) {
   }
 }
 

@@ -57,6 +57,7 @@ class Connection final : public Engine::Listener, public std::enable_shared_from
   void begin(PendingExchange& exchange, const Bytes& payload) REQUIRES(mutex_);
   void awaitAnswer(platform::MutexLock& lock, PendingExchange& exchange) REQUIRES(mutex_);
   void awaitEnd(platform::MutexLock& lock, std::uint64_t end) REQUIRES(mutex_);
+  void wake();
   void gather(PendingExchange& exchange, Message message) REQUIRES(mutex_);
   void endSession(FailureKind reason) REQUIRES(mutex_);
   void tellLoss(FailureKind reason) REQUIRES(mutex_);

@@ -3,6 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include "bx/BXSerialCom.h"
+
 namespace BX::link {
 
 using platform::MutexLock;
@@ -26,6 +28,7 @@ bool Link::open() {
   const MutexLock lifecycle(lifecycle_);
   if (const auto current = connection(); current && current->isUp()) return true;
   if (const auto former = replaceConnection(nullptr)) former->close();
+  modeUnknown_ = false;
   try {
     replaceConnection(std::make_shared<Connection>(port(), handlers_));
     return true;
@@ -61,11 +64,15 @@ std::shared_ptr<Connection> Link::replaceConnection(std::shared_ptr<Connection> 
   return std::exchange(connection_, std::move(connection));
 }
 
+bool Link::commandMode(std::uint8_t mode) { return exchange(withSum({letter::mode, mode}), {letter::mode}, {}, mode); }
+
 bool Link::exchange(const Bytes& request, const Expected& expected, const Handler& handler,
                     std::optional<std::uint8_t> mode) {
   const auto current = connection();
   if (!current) return fail(failureOf(FailureKind::NotOpen));
+  if (!mode && modeUnknown_ && !commandMode(BXSerialCom::RESTING)) return false;
   Answer answer = current->request(request, mode);
+  if (mode) modeUnknown_ = answer.failure && answer.failure->kind == FailureKind::Cancelled;
   if (!answer.failure) answer.failure = failureOf(request, expected, answer.payloads.back());
   if (!answer.failure) return current->handOver(answer.payloads, handler);
   // The device rests since it lost the session: what it refuses now it would have done before.

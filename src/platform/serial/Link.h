@@ -2,6 +2,7 @@
 // is a thin face of it.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -30,6 +31,10 @@ class Link {
   // what it is called for. `mode`: the one that the request commands.
   bool exchange(const Bytes& request, const Expected& expected, const Handler& handler,
                 std::optional<std::uint8_t> mode = std::nullopt);
+  bool commandMode(std::uint8_t mode);
+  // Whether the last command of a mode was cancelled: the device may have heard it or not. The next exchange that is
+  // none is preceded by the command to rest.
+  bool isModeUnknown() const { return modeUnknown_; }
   // Notes why an exchange failed; always false.
   bool fail(Failure failure);
 
@@ -38,6 +43,7 @@ class Link {
 
   // Opening and closing take turns. Never held while a handler is waited for, and taken before any other.
   platform::Mutex lifecycle_;
+  std::atomic<bool> modeUnknown_ = false;
   const std::shared_ptr<Handlers> handlers_ = std::make_shared<Handlers>();
   mutable platform::Mutex mutex_;
   std::string port_ GUARDED_BY(mutex_);

@@ -55,6 +55,7 @@ Failure failureOf(FailureKind kind, const std::string& detail) {
       {FailureKind::AnswerTooLong, "the answer is longer than 1 MiB"},
       {FailureKind::QueueFull, "more than 1 MiB of streamed payloads waited, and some were dropped"},
       {FailureKind::Memory, "out of memory"},
+      {FailureKind::Cancelled, "cancelled"},
       {FailureKind::NoAnswer, "no answer within "},
       {FailureKind::HungUp, ""},
   };

@@ -1,5 +1,6 @@
 list(APPEND serial_sources
   platform/serial/BXSerialCom.cpp
+  platform/serial/Cancelling.cpp
   platform/serial/Connection.cpp
   platform/serial/Engine.cpp
   platform/serial/Link.cpp

@@ -7,7 +7,7 @@
 
 namespace BX::platform {
 
-// Blocks the calling thread.
+// Blocks the calling thread, as the host wants it (Waiting.h).
 void wait(std::chrono::milliseconds duration);
 
 // A monotonic clock in milliseconds, modulo 2^32.
