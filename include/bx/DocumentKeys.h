@@ -80,6 +80,9 @@ inline constexpr auto hitRingGap = "HitRingGap";
 inline constexpr auto diameterX = "DiameterX";
 inline constexpr auto diameterHighestRing = "DiameterHighestRing";
 inline constexpr auto diameterVariable = "DiameterVariableHminus";  // followed by 1 to 11
+// Without any effect: a document may carry them.
+inline constexpr auto targetNumber = "TargetNumber";
+inline constexpr auto variableRingGaps = "VariableRingGaps";
 }  // namespace ring
 
 namespace silhouette {

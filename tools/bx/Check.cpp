@@ -17,8 +17,6 @@ namespace {
 using Value = rapidjson::Value;
 using Problem = std::optional<std::string>;
 
-std::string quoted(const std::string& text) { return '"' + text + '"'; }
-
 std::string describe(const Value& value) {
   switch (value.GetType()) {
     case rapidjson::kNullType:
@@ -90,6 +88,15 @@ Problem checkBitmap(const Value& value) {
   return std::nullopt;
 }
 
+Problem checkChoice(const Field& field, const Value& value) {
+  if (!value.IsString()) return wrongType(value, "a text");
+  const std::string given(value.GetString(), value.GetStringLength());
+  if (std::find(field.choices.begin(), field.choices.end(), given) != field.choices.end()) return std::nullopt;
+  std::string allowed;
+  for (const auto& choice : field.choices) allowed += (allowed.empty() ? "" : ", ") + quoted(choice);
+  return "is " + quoted(given) + " where one of " + allowed + " is expected (the library takes " + field.missing + ')';
+}
+
 Problem checkValue(const Field& field, const Value& value, const Json& document) {
   switch (field.type) {
     case FieldType::Boolean:
@@ -98,13 +105,15 @@ Problem checkValue(const Field& field, const Value& value, const Json& document)
     case FieldType::Number:
       return checkNumber(field, value, factorOf(field.scaling, document));
     case FieldType::Choice:
-      return value.IsString() ? std::nullopt : Problem(wrongType(value, "a text"));
+      return checkChoice(field, value);
     case FieldType::Name:
       return checkName(value);
     case FieldType::Bitmap:
+      return checkBitmap(value);
+    case FieldType::Any:
       break;
   }
-  return checkBitmap(value);
+  return std::nullopt;
 }
 
 // What the library takes for a key that is missing.
@@ -114,12 +123,6 @@ std::string substitute(const Field& field, const Json& document) {
   const std::int64_t mask = field.highest > 0xFF ? 0xFFFF : 0xFF;
   const std::int64_t sent = (MORVA::missingInteger * factorOf(field.scaling, document)) & mask;
   return std::to_string(MORVA::missingInteger) + ", sent as " + std::to_string(sent);
-}
-
-bool isUnknownChoice(const Field& field, const Value& value) {
-  return field.type == FieldType::Choice && value.IsString() &&
-         std::find(field.choices.begin(), field.choices.end(),
-                   std::string(value.GetString(), value.GetStringLength())) == field.choices.end();
 }
 
 bool isLongName(const Field& field, const Value& value) {
@@ -148,8 +151,13 @@ std::vector<std::string> phraseMissing(const std::vector<std::pair<std::string, 
 
 }  // namespace
 
+std::string quoted(const std::string& text) {
+  constexpr std::size_t longest = 60;
+  return text.size() <= longest ? '"' + text + '"' : '"' + text.substr(0, longest) + "...\"";
+}
+
 Findings check(const Json& document, DocumentKind kind) {
-  Findings findings;
+  Findings findings{.problems = checkKeys(document, kind), .warnings = {}};
   const auto& root = document.getDocument();
   if (!root.IsObject()) findings.problems.push_back("is " + describe(root) + " where an object is expected");
   std::vector<std::pair<std::string, std::string>> missing;
@@ -164,9 +172,6 @@ Findings check(const Json& document, DocumentKind kind) {
       if (field.sent) missing.emplace_back(field.key, substitute(field, document));
     } else if (const auto problem = checkValue(field, *value, document)) {
       findings.problems.push_back(quoted(field.key) + ' ' + *problem);
-    } else if (isUnknownChoice(field, *value)) {
-      findings.warnings.push_back(quoted(field.key) + " is " + quoted(value->GetString()) + ": the library takes " +
-                                  field.missing);
     } else if (isLongName(field, *value)) {
       findings.warnings.push_back(quoted(field.key) + " has " + std::to_string(value->GetStringLength()) +
                                   " bytes: all are sent, and a device gives back " + std::to_string(longestTargetName));

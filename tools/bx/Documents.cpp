@@ -3,9 +3,9 @@
 #include <rapidjson/error/en.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 
 #include "bx/DocumentKeys.h"
@@ -25,13 +25,20 @@ std::string place(const std::string& text, std::size_t offset) {
 
 [[noreturn]] void refuse(const std::string& text) { throw Failure(wrongUsage, text); }
 
+// No more of it than the largest document has: a path may name a device or a pipe without end.
 std::string readFile(const std::string& path) {
+  constexpr std::size_t largest = std::size_t{16} << 20;
   errno = 0;
   std::ifstream file(path, std::ios::binary);
   std::string text;
-  if (file && file.peek() != std::ifstream::traits_type::eof()) text.assign(std::istreambuf_iterator<char>(file), {});
+  std::array<char, 65536> chunk{};
+  while (file && text.size() <= largest) {
+    file.read(chunk.data(), chunk.size());
+    text.append(chunk.data(), static_cast<std::size_t>(file.gcount()));
+  }
   // A folder opens, and fails at the first byte.
   if (errno != 0) refuse(path + ": read: " + std::generic_category().message(errno));
+  if (text.size() > largest) refuse(path + ": read: larger than 16 MiB");
   return text;
 }
 
@@ -41,16 +48,22 @@ std::string join(const std::vector<std::string>& phrases) {
   return text;
 }
 
-// The type that the file names, whatever it is; with a reason to refuse it.
-std::string typeFromFile(const Json& document, Findings& findings) {
+// The type to take for a target; with a reason to refuse it.
+std::string chooseType(const Json& document, const std::string& givenType, Findings& findings) {
   const std::string type = MORVA::getText(document, key::target::targetType);
+  if (!givenType.empty()) {
+    if (!type.empty() && type != givenType) {
+      findings.problems.push_back("\"TargetType\" is " + quoted(type) + ", and --type is " + quoted(givenType));
+    }
+    return givenType;
+  }
   if (type.empty()) {
     findings.problems.push_back(
         "\"TargetType\" is neither in the file nor given by --type (without it the library "
         "takes a silhouette)");
   } else if (type != text::ring && type != text::silhouette) {
-    findings.problems.push_back("\"TargetType\" \"" + type +
-                                "\" is neither \"RING\" nor \"SILHOUETTE\" (the library takes a silhouette)");
+    findings.problems.push_back("\"TargetType\" " + quoted(type) +
+                                " is neither \"RING\" nor \"SILHOUETTE\" (the library takes a silhouette)");
   }
   return type;
 }
@@ -93,9 +106,7 @@ Json loadDocument(Review& review, const std::string& path, DocumentKind kind) {
 TargetFile loadTarget(Review& review, const std::string& path, const std::string& givenType) {
   TargetFile target{.type = givenType, .document = readDocument(path)};
   Findings findings;
-  if (givenType.empty() && target.document.getDocument().IsObject()) {
-    target.type = typeFromFile(target.document, findings);
-  }
+  if (target.document.getDocument().IsObject()) target.type = chooseType(target.document, givenType, findings);
   // Whatever is not exactly a ring target is sent as a silhouette. A type that is not known is all there is to say.
   if (findings.problems.empty() || review.force()) {
     const auto kind = target.type == text::ring ? DocumentKind::RingTarget : DocumentKind::SilhouetteTarget;

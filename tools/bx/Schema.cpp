@@ -14,6 +14,8 @@ Field boolean(std::string key) { return {.key = std::move(key), .type = FieldTyp
 
 Field reportedOnly(std::string key) { return {.key = std::move(key), .type = FieldType::Boolean, .sent = false}; }
 
+Field unread(std::string key) { return {.key = std::move(key), .type = FieldType::Any, .sent = false}; }
+
 Field integer(std::string key, std::int64_t highest, Scaling scaling = {}) {
   return {.key = std::move(key), .type = FieldType::Integer, .highest = highest, .scaling = std::move(scaling)};
 }
@@ -47,20 +49,29 @@ Scaling times(scale::ByUnit factor, std::string unitKey) {
 
 // The library takes any other text for the longer unit.
 const std::vector<std::string> lengthUnits = {text::mm, text::millimeters, "in", text::inches};
+// A silhouette's travel tenfold unless they are millimetres.
+const std::vector<std::string> silhouetteUnits = {text::mm, text::millimeters, "cm", "Centimeters", "in", text::inches};
 const std::vector<std::string> distanceUnits = {text::m, text::meters, text::yd, text::yards};
 
 std::vector<Field> deviceSettings() {
   namespace k = key::settings;
-  return {choice(k::mounting, {text::above, text::below, text::left, text::right}, text::above),
-          boolean(k::arrowButtonsEnabled),
-          boolean(k::useZeroing),
-          boolean(k::registerAllTriggers),
-          boolean(k::targetReceiverHitIndicationBeam),
-          boolean(k::sleepWakeUp),
-          boolean(k::graphicDisplay),
-          boolean(k::hitSoundBuzzer),
-          reportedOnly(k::evaluateSilhouette),
-          reportedOnly(k::countRingScore)};
+  std::vector<Field> fields = {choice(k::mounting, {text::above, text::below, text::left, text::right}, text::above),
+                               boolean(k::arrowButtonsEnabled),
+                               boolean(k::useZeroing),
+                               boolean(k::registerAllTriggers),
+                               boolean(k::targetReceiverHitIndicationBeam),
+                               boolean(k::sleepWakeUp),
+                               boolean(k::graphicDisplay),
+                               boolean(k::hitSoundBuzzer),
+                               reportedOnly(k::evaluateSilhouette),
+                               reportedOnly(k::countRingScore)};
+  for (const char* key :
+       {k::serialNumber, k::deviceId, k::program, k::date, k::time, k::angleCheck, k::backgroundReflectionCheck,
+        k::localSumming, k::rangeEvaluation, k::storeTracking, k::supplyPowerMonitoring, k::txPowerReduction,
+        k::lockArrows, k::sleepEnable, k::hibEnabled, k::soundEnabled, k::displayEnabled}) {
+    fields.push_back(unread(key));
+  }
+  return fields;
 }
 
 std::vector<Field> sessionSettings() {
@@ -101,6 +112,7 @@ std::vector<Field> ringTarget() {
   for (int i = 1; i <= variableDiameters; ++i) {
     fields.push_back(integer(k::diameterVariable + std::to_string(i), wordField, ringSize));
   }
+  for (const char* key : {key::target::targetType, k::targetNumber, k::variableRingGaps}) fields.push_back(unread(key));
   return fields;
 }
 
@@ -111,16 +123,31 @@ std::vector<Field> silhouetteTarget() {
           name("an empty name"),
           choice(k::distanceUnit, distanceUnits, "yards"),
           integer(k::nominalDistance, wordField, times(scale::nominalDistance)),
-          choice(k::sizeUnit, lengthUnits, "inches"),
+          choice(k::sizeUnit, silhouetteUnits, "a unit that travels tenfold"),
           integer(k::targetWidth, wordField, size),
           integer(k::targetHeight, wordField, size),
           integer(k::prismPlaceX, wordField),
           integer(k::prismPlaceY, wordField),
           integer(k::numberOfPrisms, byteField),
-          bitmap(key::silhouette::bitmap, "no bitmap, and sends none")};
+          bitmap(key::silhouette::bitmap, "no bitmap, and sends none"),
+          unread(k::targetType)};
 }
 
 }  // namespace
+
+const char* nameOf(DocumentKind kind) {
+  switch (kind) {
+    case DocumentKind::DeviceSettings:
+      return "device settings";
+    case DocumentKind::SessionSettings:
+      return "session settings";
+    case DocumentKind::RingTarget:
+      return "ring targets";
+    case DocumentKind::SilhouetteTarget:
+      break;
+  }
+  return "silhouette targets";
+}
 
 const std::vector<Field>& fieldsOf(DocumentKind kind) {
   static const std::vector<Field> device = deviceSettings();

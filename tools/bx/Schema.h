@@ -13,7 +13,11 @@ using Json = MORVA::MORVADataTypeJSON;
 
 enum class DocumentKind { DeviceSettings, SessionSettings, RingTarget, SilhouetteTarget };
 
-enum class FieldType { Boolean, Integer, Number, Choice, Name, Bitmap };
+// "device settings", "ring targets"...
+const char* nameOf(DocumentKind kind);
+
+// Any: the library does not read it.
+enum class FieldType { Boolean, Integer, Number, Choice, Name, Bitmap, Any };
 
 // A number travels multiplied by `metric` when the text under `unitKey` is "mm" or "Millimeters" or there is no unit
 // key, and else by `other`.
@@ -28,13 +32,15 @@ struct Field {
   FieldType type = FieldType::Boolean;
   std::int64_t highest = 0xFF;  // numbers: what the wire holds, after scaling
   Scaling scaling = {};
-  // A number's missing-key result is worked out. For a choice this is also what any other text is taken as.
+  // What the library takes for the key when it is missing; a number's is worked out. For a choice this is also what any
+  // other text is taken as.
   std::string missing = {};
   std::vector<std::string> choices = {};
   bool required = false;
   bool sent = true;  // false: only its type matters, and it may be missing
 };
 
+// Every key that such a document may have, those that are read first.
 const std::vector<Field>& fieldsOf(DocumentKind kind);
 
 // What is wrong with a document, each as one phrase that names the key.
@@ -44,5 +50,12 @@ struct Findings {
 };
 
 Findings check(const Json& document, DocumentKind kind);
+
+// In quotation marks, and cut when it is longer than any text of a sound document.
+std::string quoted(const std::string& text);
+
+// The part of it that is about the keys of an object alone: none that is known, unknown ones, misspelt ones, those of
+// another kind of document, and those that stand in one object twice.
+std::vector<std::string> checkKeys(const Json& document, DocumentKind kind);
 
 }  // namespace BX::tool

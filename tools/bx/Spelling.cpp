@@ -1,0 +1,51 @@
+#include "Spelling.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace BX::tool {
+
+namespace {
+
+char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool areSame(char a, char b) { return lower(a) == lower(b); }
+
+}  // namespace
+
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  // Rows of the table of distances between the first letters of both: the last two of them are needed.
+  std::vector<std::size_t> before, last(b.size() + 1), row(b.size() + 1);
+  for (std::size_t j = 0; j <= b.size(); ++j) last[j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    row[0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t replaced = last[j - 1] + (areSame(a[i - 1], b[j - 1]) ? 0 : 1);
+      row[j] = std::min({replaced, last[j] + 1, row[j - 1] + 1});
+      if (i > 1 && j > 1 && areSame(a[i - 1], b[j - 2]) && areSame(a[i - 2], b[j - 1])) {
+        row[j] = std::min(row[j], before[j - 2] + 1);
+      }
+    }
+    before = last;
+    last = row;
+  }
+  return last[b.size()];
+}
+
+std::optional<std::string> nearestOf(const std::vector<std::string>& known, std::string_view word) {
+  std::optional<std::string> nearest;
+  std::size_t least = 0;
+  for (const auto& candidate : known) {
+    const auto [shorter, longer] = std::minmax(candidate.size(), word.size());
+    const std::size_t limit = (longer + 2) / 3;
+    if (longer - shorter > limit) continue;  // a word may be a whole file
+    const std::size_t distance = editDistance(word, candidate);
+    if (distance <= limit && (!nearest || distance < least)) {
+      nearest = candidate;
+      least = distance;
+    }
+  }
+  return nearest;
+}
+
+}  // namespace BX::tool
