@@ -123,6 +123,26 @@ class BX_DEVICE_API BXDevice {
   // never read, or is too short, sets nothing, and from then on counts as read.
   void processDeviceFrames();
 
+  // What the device says of itself in the frames that getParameterSetFrames read, and so as it was when they were first
+  // read: what is written later is seen by another object that connects. Nothing is sent. Both are read from the frame
+  // of the classic mode; the library writes the same into that of the field mode.
+  //
+  // "isInFieldMode", "NumberOfBullets", "WakeupAngle", "ShotRejectionAngle", "SleepTimeout", "TriggerSensitivity" and
+  // "CockingDelay" (seconds), as setSessionSettings takes them; without those of a frame that was not read or is too
+  // short, so the document is empty before the frames are read.
+  Json reportedSessionSettings() const;
+  // Which of its stored targets the device has in use. 255: none, or not known. A connection does not make them the
+  // library's targets in use.
+  struct TargetNumbers {
+    std::int32_t ring = 255;
+    std::int32_t silhouette = 255;
+  };
+  TargetNumbers reportedTargets() const;
+  // Asks for one item of device information, one of BXSerialCom's DEVICE_INFO names, 1 exchange. `text` becomes the
+  // item as received, which may be any bytes, up to the first zero byte or 15 of them. False, with `text` unchanged,
+  // when the exchange fails or the answer is no device information. Any mode but a stream.
+  bool requestInformation(const std::string& item, std::string& text);
+
   // What the control bytes of the frames are, by the device settings and the targets in use (docs/wire.md): parameter
   // control byte 1: mounting and arrow buttons.
   unsigned char createParameterControlByte1();

@@ -18,6 +18,8 @@ constexpr std::uint8_t startInClassicMode = 0x01;
 
 constexpr std::size_t numberOffset = 2;
 constexpr std::size_t controlByteOffset = 3;
+constexpr std::size_t startupOffset = 5;
+constexpr std::size_t operatingModeSize = 11;  // bytes, from the control byte on
 
 Bytes padded(Bytes content) {
   content.resize(contentSize, 0);
@@ -48,6 +50,9 @@ std::uint8_t encodeCockingDelay(double seconds) {
   return platform::lowByte(platform::truncateToInt(seconds * scale::cockingDelay));
 }
 
+// The double that is nearest to the tenths, which the product with a tenth would not always be.
+double decodeCockingDelay(std::uint8_t tenths) { return static_cast<double>(tenths) / scale::cockingDelay; }
+
 std::optional<std::uint8_t> frameNumber(std::span<const std::uint8_t> reply) {
   if (!wire::isReply(reply, wire::letter::parameterSetRead) || reply.size() <= numberOffset) return std::nullopt;
   return reply[numberOffset];
@@ -56,6 +61,29 @@ std::optional<std::uint8_t> frameNumber(std::span<const std::uint8_t> reply) {
 std::optional<std::uint8_t> controlByte(std::span<const std::uint8_t> reply) {
   if (reply.size() <= controlByteOffset) return std::nullopt;
   return reply[controlByteOffset];
+}
+
+std::optional<bool> decodeFieldMode(std::span<const std::uint8_t> reply) {
+  if (reply.size() <= startupOffset) return std::nullopt;
+  if (reply[startupOffset] == startInFieldMode) return true;
+  if (reply[startupOffset] == startInClassicMode) return false;
+  return std::nullopt;
+}
+
+std::optional<OperatingMode> decodeOperatingMode(std::span<const std::uint8_t> reply) {
+  if (reply.size() < controlByteOffset + operatingModeSize) return std::nullopt;
+  const auto content = reply.subspan(controlByteOffset, operatingModeSize);
+  return OperatingMode{.controlByte1 = content[0],
+                       .controlByte2 = content[1],
+                       .ringTargetNumber = content[2],
+                       .silhouetteTargetNumber = content[3],
+                       .numberOfPrisms = content[4],
+                       .numberOfBullets = content[5],
+                       .wakeupAngle = content[6],
+                       .shotRejectionAngle = content[7],
+                       .sleepTimeout = content[8],
+                       .triggerSensitivity = content[9],
+                       .cockingDelay = content[10]};
 }
 
 std::string describeUnexpected(std::span<const std::uint8_t> reply) {

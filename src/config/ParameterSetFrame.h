@@ -1,7 +1,7 @@
 // The numbered parameter-set frames that hold a device's configuration. No I/O here.
 //
 // Frames are written as 18 bytes of content, to which the link's checksum is added. They are read with two bytes of
-// answer before their number; only the control bytes of the first two are interpreted.
+// answer before their number; of these only the first two are interpreted.
 #pragma once
 
 #include <array>
@@ -46,6 +46,8 @@ struct OperatingMode {
   std::uint8_t sleepTimeout = 0;
   std::uint8_t triggerSensitivity = 0;
   std::uint8_t cockingDelay = 0;  // tenths of a second
+
+  bool operator==(const OperatingMode&) const = default;
 };
 
 // 18 bytes each, without the checksum.
@@ -55,12 +57,18 @@ Bytes encodeClosingFrame();
 
 // Seconds to the byte that carries them: tenths, towards zero, low 8 bits.
 std::uint8_t encodeCockingDelay(double seconds);
+double decodeCockingDelay(std::uint8_t tenths);
 
 // Which frame an answer carries; none when it is no such answer.
 std::optional<std::uint8_t> frameNumber(std::span<const std::uint8_t> reply);
 
 // The control byte of a frame as it was received; none when it is too short to have one.
 std::optional<std::uint8_t> controlByte(std::span<const std::uint8_t> reply);
+
+// What an answer for frame 0 says of the mode; none when it is too short, or says neither.
+std::optional<bool> decodeFieldMode(std::span<const std::uint8_t> reply);
+// What an answer for the frame of an operating mode says; none when it is too short to say all of it.
+std::optional<OperatingMode> decodeOperatingMode(std::span<const std::uint8_t> reply);
 
 // An answer that nobody expected, for the console: "DEF: 59 7 ...", hexadecimal without padding.
 std::string describeUnexpected(std::span<const std::uint8_t> reply);

@@ -3,4 +3,5 @@ list(APPEND device_sources
   config/ControlBytes.cpp
   config/DeviceSetup.cpp
   config/ParameterSetExchange.cpp
-  config/ParameterSetFrame.cpp)
+  config/ParameterSetFrame.cpp
+  config/ReportedSettings.cpp)

@@ -1,6 +1,8 @@
 #include "bx/BXDevice.h"
 
 #include <chrono>
+#include <functional>
+#include <optional>
 #include <utility>
 
 #include "device/InformationReply.h"
@@ -93,6 +95,18 @@ void BXDevice::processDeviceInfo() {
     if (const auto setting = device::settingOf(*item)) setText(deviceSettings, setting->key, setting->value);
   }
   serialCom.setReadyToSend(true);
+}
+
+bool BXDevice::requestInformation(const std::string& item, std::string& text) {
+  std::optional<device::InformationItem> received;
+  const std::function<void()> keepItem = [this, &received] {
+    received = device::decodeInformation(serialCom.getReceivedBytes());
+    serialCom.setReadyToSend(true);
+  };
+  const bool answered = serialCom.sendDeviceInfoCommand(item, keepItem);
+  if (!answered || !received) return false;
+  text = std::move(received->text);
+  return true;
 }
 
 bool BXDevice::isDeviceInitialized() const { return deviceInitialized; }

@@ -54,6 +54,9 @@ TEST(ParameterSetFrame, CutsTheCockingDelayToTenthsInAByte) {
                                           {-std::numeric_limits<double>::infinity(), 0},
                                           {std::numeric_limits<double>::quiet_NaN(), 0}};
   for (const auto& [seconds, byte] : table) EXPECT_EQ(config::encodeCockingDelay(seconds), byte) << seconds;
+  for (int tenths = 0; tenths < 256; ++tenths) {
+    EXPECT_EQ(config::encodeCockingDelay(config::decodeCockingDelay(static_cast<std::uint8_t>(tenths))), tenths);
+  }
 }
 
 }  // namespace

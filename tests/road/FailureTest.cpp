@@ -38,6 +38,10 @@ TEST(Failure, OfPortsFilesAndUsageIsToldBeforeADeviceIsAsked) {
     bx train /dev/none --session $FOLDER/wide | 2 | | bx: ..."WakeupAngle" 256 does not fit the wire (0 to 255)...
     echo '{"TargetType": "ring", "RingTargetNumber": 1}' >$FOLDER/odd | 0 | |
     bx target /dev/none $FOLDER/odd | 2 | | bx: ..."TargetType" "ring" is neither...
+    bx target /dev/none examples/ring-300m-rifle.json --type SILHOUETTE | 2 | | bx: ...: "TargetType" is "RING", and --type is "SILHOUETTE"
+    bx settings /dev/none --device examples/session-settings.json | 2 | | bx: ..."TriggerSensitivity", "CockingDelay" belong to session settings
+    bx settings /dev/none --session /dev/zero | 2 | | bx: /dev/zero: read: larger than 16 MiB
+    bx settings /dev/none --device <(yes) | 2 | | bx: ...: read: larger than 16 MiB
     bx target /dev/none $FOLDER/x | 2 | | bx: $FOLDER/x: read: No such file or directory
     bx target /dev/none $FOLDER | 2 | | bx: $FOLDER: read: Is a directory
     bx download /dev/none --output $FOLDER/no/x | 2 | | bx: $FOLDER/no/x: open: No such file or directory

@@ -83,6 +83,22 @@ TEST(Road, SettingsAreWrittenForFilesOnlyAndPrintedAsInfoPrintsThem) {
   EXPECT_EQ(forced.out, info.out);
 }
 
+// The second device says less than it should, and something unknown of what it does when it is switched on.
+TEST(Road, WhatADeviceReportsIsPrintedAndTakenBack) {
+  expectDialogues(R"(
+    bx-sim
+    bx info $PORT >$FOLDER/info | 0 | |
+    echo '{"isInFieldMode":false,"NumberOfBullets":1,"WakeupAngle":2,"ShotRejectionAngle":3,"SleepTimeout":4,"TriggerSensitivity":255,"CockingDelay":25.4}' >$FOLDER/session | 0 | |
+    bx --quiet settings $PORT --device $FOLDER/info --session $FOLDER/session --target examples/ring-300m-rifle.json >$FOLDER/written | 0 | |
+    bx info $PORT --all >$FOLDER/all | 0 | |
+    printf '{"settings":%s,"session":%s,"usageInformation":"12 h 345 shots","errorCounters":"0","ringTargetInUse":2,"silhouetteTargetInUse":null}\n' "`cat $FOLDER/written`" "`cat $FOLDER/session`" \p diff - $FOLDER/all | 0 | |
+    bx target $PORT --get 2 >$FOLDER/ring | 0 | |
+    bx --quiet target $PORT $FOLDER/ring | 0 | |
+    printf '6500 = 596500100003\n6501 = 5965011C21FF05\n6306 = 0000\n' >$FOLDER/script | 0 | |
+    bx-sim --script $FOLDER/script
+    bx info $PORT --all | 0 | {"settings":{...},"session":{},"usageInformation":"...","errorCounters":null,"ringTargetInUse":null,"silhouetteTargetInUse":null} |)");
+}
+
 TEST(Road, ATargetGoesUpAndComesDown) {
   const Device device;
   ASSERT_EQ(bx("target " + device.port() + " " + ring).status, 0);
