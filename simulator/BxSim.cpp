@@ -1,14 +1,13 @@
 // bx-sim: simulated devices, each on a pseudo-terminal, until SIGINT or SIGTERM.
 #include <utility>  // before Asio, which needs it
 
-#include <CLI/CLI.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
 #include <atomic>
-#include <cmath>
 #include <csignal>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -17,6 +16,7 @@
 #include "platform/Utf8.h"
 #include "simulator/Lane.h"
 #include "simulator/Simulator.h"
+#include "tools/arguments/Arguments.h"
 
 namespace {
 
@@ -37,38 +37,41 @@ struct Arguments {
 };
 
 void describe(CLI::App& app, Arguments& arguments) {
-  const CLI::Validator aboveZero(
-      [](const std::string& text) {
-        double value = 0;
-        const bool good = CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value > 0;
-        return good ? std::string() : "not a number above 0: " + text;
-      },
-      "ABOVE 0");
-  app.add_option("--lanes", arguments.lanes, "So many devices, each on a terminal of its own, with seeds that count up")
-      ->check(CLI::Range(1U, 1000U))
-      ->capture_default_str();
-  app.add_option("--link", arguments.files.link,
-                 "Also publish the terminal under this name, as a symbolic link; %d is the lane's number, from 0");
-  app.add_option("--stream", arguments.stream,
-                 "Payloads to stream in training, one line of hex digits each, then silence (default: a shooter)");
-  app.add_option("--stored", arguments.stored, "Stored records, a line each: BLOCK PAGE HEX");
-  app.add_option("--transcript", arguments.files.transcript,
-                 "Write every payload when it is delivered: '> HEX' from the host, '< HEX' to the host; %d as above");
-  app.add_option("--seed", arguments.options.seed, "The built-in shooter's; same seed, same bytes")
-      ->capture_default_str();
-  app.add_option("--rate", arguments.options.rate, "Payloads a second in training")
-      ->check(aboveZero)
-      ->capture_default_str();
-  app.add_option("--baud", arguments.options.baud, "Pace bytes as such a line would (default: no pacing)")
-      ->check(aboveZero);
-  app.add_option("--latency", arguments.latency, "What the device sends reaches the host this many ms later")
-      ->check(CLI::Range(0U, 3'600'000U));
-  app.add_option("--fault", arguments.faults,
-                 "What goes wrong, DIRECTION:KIND:N:WHAT, once, at the Nth frame or payload of that kind; repeatable. "
-                 "DIRECTION is to-host or to-device. KIND is " +
-                     frameKindNames() + ". WHAT is " + faultEffectNames() + ". docs/link.md tells them")
-      ->allow_extra_args(false);
-  app.add_option("--script", arguments.script, "Replies to give instead, a line each: REQUEST-HEX-PREFIX = REPLY-HEX");
+  using BX::arguments::addOption;
+  using BX::arguments::decimalNumber;
+  using BX::arguments::name;
+  using BX::arguments::wholeNumber;
+  addOption(app, "--lanes N", arguments.lanes,
+            "So many devices, each on a terminal of its own, with seeds that count up (default: 1)")
+      .transform(wholeNumber(1, 1000));
+  addOption(app, "--link PATH", arguments.files.link,
+            "Also publish the terminal under this name, as a symbolic link; %d is the lane's number, from 0")
+      .transform(name());
+  addOption(app, "--stream FILE", arguments.stream,
+            "Payloads to stream in training, one line of hex digits each, then silence (default: a shooter)")
+      .transform(name());
+  addOption(app, "--stored FILE", arguments.stored, "Stored records, a line each: BLOCK PAGE HEX").transform(name());
+  addOption(app, "--transcript FILE", arguments.files.transcript,
+            "Write every payload when it is delivered: '> HEX' from the host, '< HEX' to the host; %d as above")
+      .transform(name());
+  addOption(app, "--seed N", arguments.options.seed, "The built-in shooter's (default: 1); same seed, same bytes")
+      .transform(wholeNumber(0, std::numeric_limits<decltype(arguments.options.seed)>::max()));
+  addOption(app, "--rate HZ", arguments.options.rate, "Payloads a second in training (default: 50)")
+      .transform(decimalNumber(0.001, 1'000'000));
+  addOption(app, "--baud N", arguments.options.baud, "Pace bytes as such a line would (default: no pacing)")
+      .transform(wholeNumber(1, 1'000'000'000));
+  addOption(app, "--latency MS", arguments.latency,
+            "What the device sends reaches the host this many ms later (default: 0)")
+      .transform(wholeNumber(0, 3'600'000));
+  addOption(app, "--fault RULE", arguments.faults,
+            "What goes wrong, DIRECTION:KIND:N:WHAT, once, at the Nth frame or payload of that kind; repeatable. "
+            "DIRECTION is to-host or to-device. KIND is " +
+                frameKindNames() + ". WHAT is " + faultEffectNames() + ". docs/link.md tells them")
+      .allow_extra_args(false);
+  addOption(app, "--script FILE", arguments.script,
+            "Replies to give instead, a line each: REQUEST-HEX-PREFIX = REPLY-HEX")
+      .transform(name());
+  BX::arguments::addHelpFlag(app, BX_VERSION);
 }
 
 void readFiles(Arguments& arguments) {
@@ -117,15 +120,19 @@ int fail(const std::exception& error, int status) {
 
 int main(int argc, char** argv) {
   Arguments arguments;
-  CLI::App app("A simulated target device on a pseudo-terminal, whose name is printed; or several of them.", "bx-sim");
-  app.set_version_flag("--version", "bx-sim " BX_VERSION);
+  CLI::App app("A simulated target device on a pseudo-terminal, whose name is printed; or several of them", "bx-sim");
+  BX::arguments::prepare(app);
   describe(app, arguments);
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success& help) {
-    return app.exit(help);
-  } catch (const CLI::Error& error) {
-    return fail(error, statusBadInput);
+    BX::arguments::parse(app, argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    std::cout << BX::arguments::helpOf(app) << '\n';
+    return 0;
+  } catch (const CLI::CallForVersion& version) {
+    std::cout << version.what() << '\n';
+    return 0;
+  } catch (const std::exception& usage) {
+    return fail(usage, statusBadInput);
   }
   try {
     checkLanes(arguments);
