@@ -65,10 +65,12 @@ class BX_SERIAL_COM_API BXSerialCom {
   // Remembers the port name (such as /dev/ttyUSB0); opens nothing. False, and nothing changes, while the port is open.
   bool initializePort(const std::string& port);
   // Opens the remembered port for exclusive use, raw, without flow control, discarding unread input. True at once when
-  // it is open already. False when it cannot be opened or is in use by another program.
+  // it is open already. False when it cannot be opened, is in use by another program, or is the terminal that controls
+  // this process.
   bool openPort();
-  // Closes the port. True when it was open. An exchange under way on another thread fails at once. Called outside a
-  // handler: no handler runs any more when it returns. Called inside one: none starts afterwards. The callbacks stay.
+  // Closes the port, with the settings that it had before. True when it was open. An exchange under way on another
+  // thread fails at once. Called outside a handler: no handler runs any more when it returns. Called inside one: none
+  // starts afterwards. The callbacks stay.
   bool closePort();
   // Whether the port is open and has not been hung up.
   bool isConnected() const;

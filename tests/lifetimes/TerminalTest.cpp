@@ -8,9 +8,11 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <ctime>
 #include <random>
 
+#include "platform/serial/SerialPortHandle.h"
 #include "tests/lifetimes/Lifetimes.h"
 
 namespace {
@@ -76,20 +78,30 @@ class Terminal : public testing::Test {
   void start(const Leaving& leave = {}, sim::Bytes stale = {}, std::size_t noise = 0, std::size_t records = 0) {
     com.closePort();
     simulator.reset();
+    link::setOptions({});
     auto line = std::make_unique<sim::PtyLine>();
     port = line->name();
-    if (leave) {
-      const int handle = ::open(port.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-      ASSERT_GE(handle, 0);
-      termios settings{};
-      ::tcgetattr(handle, &settings);
-      leave(handle, settings);
-      ::tcsetattr(handle, TCSANOW, &settings);
-      ::close(handle);
-    }
+    if (leave) visit(leave);
     auto noisy = std::make_unique<NoisyTerminal>(std::move(line), std::move(stale), noise);
     simulator = std::make_unique<sim::Simulator>(streaming(records), std::move(noisy));
     com.initializePort(port);
+  }
+
+  // As another program; returns what it leaves.
+  termios visit(const Leaving& leave = [](auto...) {}) const {
+    const int handle = ::open(port.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    EXPECT_GE(handle, 0);
+    termios settings{};
+    ::tcgetattr(handle, &settings);
+    leave(handle, settings);
+    ::tcsetattr(handle, TCSANOW, &settings);
+    ::close(handle);
+    return settings;
+  }
+  // Whether it is as it was, once the host has left it.
+  bool isAs(const termios& before) const {
+    const termios now = visit();
+    return std::memcmp(&now, &before, sizeof now) == 0;
   }
 
   NoWaits noWaits;
@@ -107,9 +119,37 @@ TEST_F(Terminal, ConnectsWhateverWasLeftOnIt) {
   for (const auto& [leave, stale, noise] :
        {Left{cook, 0, 0}, Left{stop, 0, 0}, Left{{}, 3000, 0}, Left{cook, 3000, 40}}) {
     start(leave, garbage(stale), noise);
+    const termios before = visit();
     ASSERT_TRUE(com.openPort()) << link::lastError(port);
     for (int i = 0; i < 20; ++i) EXPECT_TRUE(com.poll()) << link::lastError(port);
+    com.closePort();
+    EXPECT_TRUE(isAs(before));
+    link::setOptions({.baud = 12345});
+    EXPECT_FALSE(com.openPort());
+    EXPECT_EQ(link::lastFailure(port).kind, link::FailureKind::BadLineSpeed);
+    EXPECT_TRUE(isAs(before));
   }
+}
+
+// It is a session leader with that terminal.
+TEST_F(Terminal, IsRefusedWhenItControlsThisProgram) {
+  start(cook);
+  const termios before = visit();
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::setsid();
+    ::open(port.c_str(), O_RDWR | O_CLOEXEC);
+    int refused = 0;
+    for (const auto& name : {port, std::string("/dev/tty")}) try {
+        link::openSerialPort(name);
+      } catch (const link::OpenFailure& reason) {
+        refused += reason.what() == std::string("is this program's own terminal");
+      }
+    ::_exit(refused == 2 && isAs(before) ? 0 : 1);
+  }
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
 }
 
 TEST_F(Terminal, RefusesASecondHostAndKeepsTheFirst) {

@@ -7,14 +7,18 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <system_error>
-#include <utility>
+#include <thread>
 
 #include "bx/BXSerialLink.h"
 
 namespace BX::link {
 
 namespace {
+
+// How long closing waits for a line that does not take what was written.
+constexpr std::chrono::milliseconds drainLimit{50};
 
 OpenFailure failureFor(int error) {
   switch (error) {
@@ -35,29 +39,12 @@ OpenFailure failureFor(int error) {
   }
 }
 
-// Closes the descriptor unless it is released.
-class Descriptor {
- public:
-  explicit Descriptor(int value) : value_(value) { require(value); }
-  ~Descriptor() {
-    if (value_ >= 0) closeSerialPort(value_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return value_; }
-  int release() { return std::exchange(value_, -1); }
-  static void require(int result) {
-    if (result < 0) throw failureFor(errno);
-  }
-
- private:
-  int value_;
-};
+void require(int result) {
+  if (result < 0) throw failureFor(errno);
+}
 
 // 0x0D, 0x11 and 0x13 are data here: no translation, no XON/XOFF, no echo.
-void makeRaw(int handle) {
-  termios settings{};
-  Descriptor::require(::tcgetattr(handle, &settings));
+termios rawOf(termios settings) {
   ::cfmakeraw(&settings);
   settings.c_iflag |= IGNPAR;
   settings.c_iflag &= ~static_cast<tcflag_t>(IXOFF | IXANY);
@@ -65,21 +52,49 @@ void makeRaw(int handle) {
   settings.c_cflag &= ~static_cast<tcflag_t>(HUPCL);
   settings.c_cc[VMIN] = 1;
   settings.c_cc[VTIME] = 0;
-  Descriptor::require(::tcsetattr(handle, TCSANOW, &settings));
-  // Its last user may have stopped the output. Nobody else has the handle yet.
-  ::tcflow(handle, TCOON);  // NOLINT(concurrency-mt-unsafe)
+  return settings;
+}
+
+// Waits for the last bytes, which leave at the line's own speed. A line that does not take them loses them.
+void drain(int handle) {
+  const auto end = std::chrono::steady_clock::now() + drainLimit;
+  int waiting = 0;
+  while (::ioctl(handle, TIOCOUTQ, &waiting) == 0 && waiting > 0 && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  if (waiting > 0) ::tcflush(handle, TCOFLUSH);
 }
 
 }  // namespace
 
-int openSerialPort(const std::string& port) {
-  Descriptor descriptor(::open(port.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-  if (::isatty(descriptor.get()) == 0) throw failureFor(ENOTTY);
-  // TIOCEXCL does not stop root; flock stops every program that asks.
-  Descriptor::require(::flock(descriptor.get(), LOCK_EX | LOCK_NB));
-  Descriptor::require(::ioctl(descriptor.get(), TIOCEXCL));
-  makeRaw(descriptor.get());
-  return descriptor.release();
+struct LineSettings {
+  termios settings;
+};
+
+SerialPort openSerialPort(const std::string& port) {
+  SerialPort opened;
+  opened.handle = ::open(port.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  require(opened.handle);
+  try {
+    if (::isatty(opened.handle) == 0) throw failureFor(ENOTTY);
+    // Of a terminal by any of its names, only the processes that it controls are told the session.
+    if (::tcgetsid(opened.handle) >= 0)
+      throw OpenFailure(FailureKind::NotASerialPort, "is this program's own terminal");
+    // TIOCEXCL does not stop root; flock stops every program that asks.
+    require(::flock(opened.handle, LOCK_EX | LOCK_NB));
+    require(::ioctl(opened.handle, TIOCEXCL));
+    termios found{};
+    require(::tcgetattr(opened.handle, &found));
+    opened.found = std::make_shared<const LineSettings>(LineSettings{found});
+    const termios raw = rawOf(found);
+    require(::tcsetattr(opened.handle, TCSANOW, &raw));
+    // Its last user may have stopped the output. Nobody else has the handle yet.
+    ::tcflow(opened.handle, TCOON);  // NOLINT(concurrency-mt-unsafe)
+    return opened;
+  } catch (...) {
+    closeSerialPort(opened);
+    throw;
+  }
 }
 
 std::size_t writeAtOnce(int handle, std::span<const std::uint8_t> bytes) {
@@ -89,14 +104,20 @@ std::size_t writeAtOnce(int handle, std::span<const std::uint8_t> bytes) {
 
 void discardInput(int handle) { ::tcflush(handle, TCIFLUSH); }
 
-void releaseSerialPort(int handle) {
-  ::ioctl(handle, TIOCNXCL);
-  ::flock(handle, LOCK_UN);
+void releaseSerialPort(const SerialPort& port) {
+  if (port.found) {
+    drain(port.handle);
+    termios settings = port.found->settings;
+    settings.c_cflag &= ~static_cast<tcflag_t>(HUPCL);
+    ::tcsetattr(port.handle, TCSADRAIN, &settings);
+    ::ioctl(port.handle, TIOCNXCL);
+  }
+  ::flock(port.handle, LOCK_UN);
 }
 
-void closeSerialPort(int handle) {
-  ::flock(handle, LOCK_UN);
-  ::close(handle);
+void closeSerialPort(const SerialPort& port) {
+  releaseSerialPort(port);
+  ::close(port.handle);
 }
 
 }  // namespace BX::link

@@ -34,11 +34,11 @@ SerialPortTransport::SerialPortTransport(boost::asio::io_context& context, std::
 SerialPortTransport::~SerialPortTransport() { SerialPortTransport::close(); }
 
 void SerialPortTransport::open(Events events) {
-  const auto handle = openSerialPort(name_);
+  opened_ = openSerialPort(name_);
   try {
-    port_->serial.assign(handle);
+    port_->serial.assign(opened_.handle);
   } catch (...) {
-    closeSerialPort(handle);
+    closeSerialPort(opened_);
     throw;
   }
   try {
@@ -47,7 +47,7 @@ void SerialPortTransport::open(Events events) {
     close();
     throw OpenFailure(FailureKind::BadLineSpeed, "the port does not take " + std::to_string(baud_) + " baud");
   }
-  discardInput(handle);
+  discardInput(opened_.handle);
   port_->events = std::move(events);
   port_->read();
 }
@@ -67,7 +67,7 @@ void SerialPortTransport::close() {
   port_->closed = true;
   port_->events = {};
   if (!port_->serial.is_open()) return;
-  releaseSerialPort(port_->serial.native_handle());
+  releaseSerialPort(opened_);
   boost::system::error_code ignored;
   port_->serial.close(ignored);
 }

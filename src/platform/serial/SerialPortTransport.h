@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "bx/BXSerialLink.h"
+#include "platform/serial/SerialPortHandle.h"
 
 namespace BX::link {
 
@@ -44,6 +45,7 @@ class SerialPortTransport : public Transport {
 
   std::string name_;
   unsigned baud_;
+  SerialPort opened_;
   std::shared_ptr<Port> port_;
 };
 
