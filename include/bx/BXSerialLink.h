@@ -126,14 +126,17 @@ struct Statistics {
 };
 BX_SERIAL_COM_API Statistics statistics(const std::string& port);
 
-// Writes every frame of the ports that are opened from now on to a text file, which is begun anew: one line each, as
-// docs/link.md tells. An empty path ends that, but ports that are open go on. False, with the reason in errno, when the
-// file cannot be written; nothing changes then. Without a trace file this costs nothing. A trace holds all that the
-// host and the device say to each other, the device's identity included.
-BX_SERIAL_COM_API bool setTraceFile(const std::string& path);
+// Writes every frame of the ports that are opened from now on to a text file: one line each, as docs/link.md tells. The
+// file is made, or emptied, when the first of them is open, and locked from then on. An empty path ends that, but ports
+// that are open go on. False, with the reason in errno, when the file cannot be written, or is a regular one that is
+// not empty and not to be overwritten (EEXIST); nothing changes then. Without a trace file this costs nothing. A trace
+// holds all that the host and the device say to each other, the device's identity included.
+BX_SERIAL_COM_API bool setTraceFile(const std::string& path, bool overwrite = true);
 
-// Why the trace file could not be written any further, as one line without its name; empty when all is well. From the
-// first failure on nothing more is written, so that what stands there has no gap. Any thread, at any time.
+// Why the trace file could not be begun or written any further and how many lines it holds, as one line without its
+// name ("write: No space left on device, after 12 lines", "open: in use by another program, after 0 lines"); empty when
+// all is well. From the first failure on nothing more is written, so that what stands there are whole lines without a
+// gap. Any thread, at any time.
 BX_SERIAL_COM_API std::string traceError();
 
 // What a transport may throw when the line cannot be had, to tell the kind of the failure as well.

@@ -38,7 +38,7 @@ void TraceWatch::look() {
   if (isTold_) return;
   const std::string reason = link::traceError();
   isTold_ = !reason.empty();
-  if (isTold_) console_.error(path_ + ": write: " + reason + ": the rest is not traced");
+  if (isTold_) console_.error(path_ + ": " + reason + ": the rest is not traced");
 }
 
 }  // namespace BX::tool

@@ -1,24 +1,28 @@
 // bx: the command-line tool for target devices.
-#include <cerrno>
 #include <exception>
-#include <system_error>
 
 #include "CommandLine.h"
 #include "TraceWatch.h"
 #include "bx/BXSerialLink.h"
+#include "platform/OutputFile.h"
 #include "tools/arguments/Arguments.h"
 
 namespace {
 
 using namespace BX::tool;
 
+void startTrace(const GlobalOptions& global) try {
+  if (BX::link::setTraceFile(global.trace, global.overwrite)) return;
+  const BX::platform::OutputFile refused(global.trace, global.overwrite);  // throws the reason
+} catch (const BX::platform::OutputError& failure) {
+  throw Failure(wrongUsage, failure.what());
+}
+
 void applyGlobalOptions(Tool& tool) {
   const auto& global = tool.global;
   if (global.quiet) tool.console.beQuiet();
   if (global.verbose) tool.console.showLibrary();
-  if (!global.trace.empty() && !BX::link::setTraceFile(global.trace)) {
-    throw Failure(wrongUsage, global.trace + ": open: " + std::generic_category().message(errno));
-  }
+  if (!global.trace.empty()) startTrace(global);
   if (global.baud == 0) return;
   auto options = BX::link::getOptions();
   options.baud = global.baud;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <stdexcept>
 #include <system_error>
@@ -68,19 +67,18 @@ std::optional<TraceEntry> parseTraceEntry(std::string_view line) {
   return entry;
 }
 
-bool TraceFile::open(const std::string& path) {
-  const platform::MutexLock lock(mutex_);
-  file_.open(path, std::ios::trunc);
-  return static_cast<bool>(file_);
-}
-
 void TraceFile::write(const TraceEntry& entry) {
-  const std::string line = formatTraceEntry(entry) + '\n';
+  const std::string line = formatTraceEntry(entry);
   const platform::MutexLock lock(mutex_);
   if (!error_.empty()) return;
-  errno = 0;
-  file_ << line << std::flush;
-  if (!file_) error_ = std::generic_category().message(errno != 0 ? errno : EIO);
+  try {
+    if (!file_.isBegun()) file_.begin();
+    file_.add(line);
+    ++lines_;
+  } catch (const platform::OutputError& failure) {
+    error_ = std::string(failure.what()).substr(file_.path().size() + 2) + ", after " + std::to_string(lines_) +
+             (lines_ == 1 ? " line" : " lines");
+  }
 }
 
 std::string TraceFile::error() const {

@@ -6,8 +6,8 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <span>
@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "platform/Mutex.h"
+#include "platform/OutputFile.h"
 #include "platform/codec/Frame.h"
 
 namespace BX::link {
@@ -48,16 +49,18 @@ std::optional<TraceEntry> parseTraceEntry(std::string_view line);
 // A trace file that any number of ports write to, each from its own thread.
 class TraceFile {
  public:
-  // Begins the file anew; false when it cannot be written.
-  bool open(const std::string& path);
+  // Only looks whether the file can be written: it is made with the first entry. Throws platform::OutputError. A file
+  // that is not empty is replaced when `overwrite` says so.
+  TraceFile(const std::string& path, bool overwrite) : file_(path, overwrite) {}
   // Written out at once, so that a host which crashes leaves all of it. After a failure nothing is written any more.
   void write(const TraceEntry& entry);
-  // Why writing has failed; empty when it has not.
+  // Which step has failed, why, and what stands in the file; empty when all is well.
   std::string error() const;
 
  private:
   mutable platform::Mutex mutex_;
-  std::ofstream file_ GUARDED_BY(mutex_);
+  platform::OutputFile file_ GUARDED_BY(mutex_);
+  std::size_t lines_ GUARDED_BY(mutex_) = 0;
   std::string error_ GUARDED_BY(mutex_);
 };
 

@@ -1,5 +1,6 @@
 #include "platform/serial/PortBook.h"
 
+#include <cerrno>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -99,11 +100,13 @@ void setCounters(const std::string& port, std::shared_ptr<Counters> counters) {
   book().counters[port] = std::move(counters);
 }
 
-bool setTraceFile(const std::string& path) {
+bool setTraceFile(const std::string& path, bool overwrite) {
   std::shared_ptr<TraceFile> file;
-  if (!path.empty()) {
-    file = std::make_shared<TraceFile>();
-    if (!file->open(path)) return false;
+  try {
+    if (!path.empty()) file = std::make_shared<TraceFile>(path, overwrite);
+  } catch (const platform::OutputError& failure) {
+    errno = failure.code();
+    return false;
   }
   const std::scoped_lock lock(book().mutex);
   book().trace.swap(file);
