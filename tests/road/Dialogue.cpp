@@ -49,6 +49,7 @@ void expectOutput(std::string output, const std::string& cell, const Words& word
 
 void expectDialogues(const std::string& rows, Words words) {
   const Folder folder;
+  words["BX"] = BX_PROGRAM;
   words["FOLDER"] = folder.path("").substr(0, folder.path("").size() - 1);
   std::unique_ptr<Device> device;
   for (const auto& row : rowsOf(rows)) {

@@ -10,7 +10,7 @@ namespace BX::test {
 //
 //     command | status | standard output | standard error
 //
-// `bx` is the program under test with --skip-startup, and `bx-sim` the simulated device. In all cells $FOLDER is an
+// `bx` is the program under test with --skip-startup, $BX its path, and `bx-sim` the simulated device. In all cells $FOLDER is an
 // empty folder of this call, and $NAME the value that `words` gives to NAME, and \p a bar. In an output
 // `...` stands for anything within a line, `***` for anything at all and \n for the end of a line; an empty cell is no
 // output.

@@ -59,28 +59,15 @@ TEST(Road, EveryStreamedPayloadIsOneLineInOrderUntilInterrupted) {
   }
 }
 
+// Forced upon the wire as the library makes them, with the device settings that were read.
 TEST(Road, SettingsAreWrittenForFilesOnlyAndPrintedAsInfoPrintsThem) {
-  const Folder folder;
-  const Device device({"--transcript", folder.path("transcript")});
-  const auto framesWritten = [&] {
-    auto lines = linesOf(readFile(folder.path("transcript")));
-    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("> 64"); });
-    return lines;
-  };
-  const Outcome info = bx("info " + device.port());
-  EXPECT_THAT(info.err, IsEmpty());
-  EXPECT_NE(MORVA::getText(parsed(info.out), "SerialNumber"), "");
-  EXPECT_EQ(bx("settings " + device.port()).out, info.out);
-  EXPECT_THAT(framesWritten(), IsEmpty());
-
-  // Forced upon the wire as the library makes them, with the device settings that were read.
-  const auto file = folder.write("session.json", R"({"isInFieldMode": false, "NumberOfBullets": 300})");
-  const Outcome forced = bx("settings " + device.port() + " --force --session " + file);
-  EXPECT_EQ(forced.status, 0) << forced.err;
-  EXPECT_THAT(framesWritten(), ElementsAre(StartsWith("> 640010"), StartsWith("> 64011C21FFFF002C"), _, _));
-  EXPECT_THAT(forced.err, AllOf(HasSubstr("\"NumberOfBullets\" 300 does not fit the wire"),
-                                HasSubstr("missing \"UseZeroing\", \"GraphicDisplay\", \"HitSoundBuzzer\"")));
-  EXPECT_EQ(forced.out, info.out);
+  expectDialogues(R"(
+    bx-sim --transcript $FOLDER/transcript
+    bx info $PORT \p tee $FOLDER/info | 0 | {..."SerialNumber":"...",...} |
+    bx settings $PORT \p cmp - $FOLDER/info && grep '^> 64' $FOLDER/transcript | 1 | |
+    echo '{"isInFieldMode": false, "NumberOfBullets": 300}' >$FOLDER/session | 0 | |
+    bx settings $PORT --force --session $FOLDER/session >$FOLDER/forced | 0 | | ***"NumberOfBullets" 300 does not fit the wire***missing "UseZeroing", "GraphicDisplay", "HitSoundBuzzer"***
+    cmp $FOLDER/forced $FOLDER/info && grep '^> 64' $FOLDER/transcript | 0 | > 640010...\n> 64011C21FFFF002C...\n...\n... |)");
 }
 
 // The second device says less than it should, and something unknown of what it does when it is switched on.
@@ -100,14 +87,11 @@ TEST(Road, WhatADeviceReportsIsPrintedAndTakenBack) {
 }
 
 TEST(Road, ATargetGoesUpAndComesDown) {
-  const Device device;
-  ASSERT_EQ(bx("target " + device.port() + " " + ring).status, 0);
-  const Json given = parsed(readFile(ringFile));
-  const auto number = std::to_string(getInteger(given, "RingTargetNumber"));
-  const Json stored = parsed(bx("target " + device.port() + " --get " + number).out);
-  for (const auto* key : {"RingTargetNumber", "NominalDistance", "DiameterBlackArea", "DiameterHighestRing"}) {
-    EXPECT_EQ(getInteger(stored, key), getInteger(given, key)) << key;
-  }
+  expectDialogues(R"(
+    bx-sim
+    bx target $PORT examples/ring-300m-rifle.json | 0 | | Target uploaded.
+    tr -d ' ' <examples/ring-300m-rifle.json \p grep -oE '"(RingT.*N\pNom\pDiam).*:[0-9]+' \p sort >$FOLDER/given | 0 | |
+    bx target $PORT --get 2 \p grep -oE '"(RingT[a-z]*N\pNom\pDiam)[^:]*:[0-9]+' \p sort \p diff - $FOLDER/given | 0 | |)");
 }
 
 TEST(Road, ASessionIsWrittenStoredDownloadedAndCleared) {
@@ -128,10 +112,7 @@ TEST(Road, ASessionIsWrittenStoredDownloadedAndCleared) {
   const std::string records = session.substr(session.find('\n') + 1);
   EXPECT_THAT(withoutAimingTime(downloaded.out), StartsWith(withoutAimingTime(records)));
 
-  EXPECT_EQ(bx("clear " + device.port()).status, 0);
-  const Outcome nothing = bx("download " + device.port());
-  EXPECT_EQ(nothing.status, 0);
-  EXPECT_THAT(nothing.out, IsEmpty());
+  expectDialogues("bx --quiet clear $PORT && bx --quiet download $PORT | 0 | |", {{"PORT", device.port()}});
 }
 
 TEST(Road, TrainingEndsWithItsTimeAndWithItsReader) {
@@ -151,6 +132,7 @@ TEST(Road, VerboseShowsTheLibrarysOwnLinesPrintableOnStandardError) {
 TEST(Road, WhatNeedsNoDevice) {
   expectDialogues(R"(
     bx demo --shots 1 | 0 | ***Done*** |
+    bx ports --json | 0 | *** | ***
     bx help train | 0 | Usage: bx train PORT***--shots N***--trace FILE*** |
     cmp <(bx help train) <(bx train --help) | 0 | |
     bx-sim --help | 0 | Usage: bx-sim [OPTION]...***--fault RULE*** |

@@ -4,6 +4,8 @@
 #include "tools/bx/Connection.h"
 #include "tools/bx/DemoScreen.h"
 #include "tools/bx/Documents.h"
+#include "tools/bx/PortLookup.h"
+#include "tools/bx/Ports.h"
 #include "tools/bx/Progress.h"
 
 namespace BX::tool {
@@ -11,9 +13,35 @@ namespace {
 
 TEST(Failures, NameThePortTheStepAndTheReason) {
   EXPECT_EQ(connectFailure("/dev/p", {}), "/dev/p: connect: failed");
-  // /dev/tty belongs to the group tty everywhere.
-  EXPECT_THAT(connectFailure("/dev/tty", {link::FailureKind::NotPermitted, {}, "permission denied"}),
-              ::testing::StartsWith("/dev/tty: open: permission denied: join the group "));
+  // /dev/null belongs to root.
+  EXPECT_EQ(connectFailure("/dev/null", {link::FailureKind::NotPermitted, {}, "denied"}), "/dev/null: open: denied");
+}
+
+TEST(Failures, AdviseToJoinAGroupOnlyWhereThatHelps) {
+  const auto advice = [](mode_t mode, const char* group = "dialout", gid_t id = 20, bool isIn = false) {
+    return accessAdvice({"ann", group, id, mode, isIn, false});
+  };
+  EXPECT_EQ(advice(0660), ": join the group dialout (sudo adduser ann dialout, then log in again)");
+  for (const auto& useless :
+       {advice(0600), advice(0640), advice(0660, ""), advice(0660, "root", 0), advice(0660, "dialout", 20, true)}) {
+    EXPECT_EQ(useless, "");
+  }
+  EXPECT_EQ(accessAdvice({"ann", "tty", 5, 0660, false, true}), ": log in again, for the group tty to be in force");
+}
+
+TEST(Ports, AreATableWithTheirStableNamesAndHolders) {
+  std::vector<Json> ports;
+  for (const char* port : {R"({"port": "/dev/ttyS0", "description": "ttyS0", "transport": "native", "inUse": false})",
+                           R"({"port": "/dev/ttyUSB0", "stableName": "/dev/serial/by-id/usb-A\u001B", "product": "UART",
+                               "serialNumber": "A5", "inUse": true, "heldBy": "b\u001B", "heldByProcess": 47})",
+                           R"({"port": "/dev/ttyUSB1", "description": "Gadget"})"}) {
+    ports.push_back(parseDocument(port, "test"));
+  }
+  EXPECT_THAT(portsTable(ports), ::testing::ElementsAre("PORT          HELD BY       ADAPTER",  //
+                                                        "/dev/ttyS0    nobody        built in",
+                                                        "/dev/ttyUSB0  b\\u001B (47)  UART, serial number A5",
+                                                        "  stable name /dev/serial/by-id/usb-A\x1B",
+                                                        "/dev/ttyUSB1  not known     Gadget"));
 }
 
 TEST(Failures, TellWhatARefusedRequestAskedFor) {

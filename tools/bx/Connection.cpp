@@ -1,12 +1,9 @@
 #include "Connection.h"
 
-#include <grp.h>
-#include <sys/stat.h>
-
-#include <array>
 #include <cstdint>
 #include <vector>
 
+#include "PortLookup.h"
 #include "morva/KeyedAccess.h"
 #include "platform/Hex.h"
 #include "platform/Letters.h"
@@ -14,18 +11,6 @@
 namespace BX::tool {
 
 namespace {
-
-// " (join the group GROUP: ...)" for a device file that belongs to a group; else empty.
-std::string groupHint(const std::string& port) {
-  struct stat file = {};
-  if (stat(port.c_str(), &file) != 0) return {};
-  std::array<char, 1024> buffer{};
-  struct group entry = {};
-  struct group* found = nullptr;
-  if (getgrgid_r(file.st_gid, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) return {};
-  const std::string name = found->gr_name;
-  return ": join the group " + name + " (sudo adduser USER " + name + ", then log in again)";
-}
 
 // What a request asked for, as far as a person has a name for it. Of a silhouette's requests only the first carries its
 // number.
@@ -45,10 +30,12 @@ std::string subjectOf(const std::vector<std::uint8_t>& request) {
 
 std::string connectFailure(const std::string& port, const link::Failure& failure) {
   switch (failure.kind) {
-    case link::FailureKind::InUse:
-      return port + ": " + failure.text;
+    case link::FailureKind::InUse: {
+      const auto holder = Holders().of(port);
+      return port + ": " + failure.text + (holder && holder->process != 0 ? ": " + describe(*holder) : "");
+    }
     case link::FailureKind::NotPermitted:
-      return port + ": open: " + failure.text + groupHint(port);
+      return port + ": open: " + failure.text + accessAdvice(port);
     case link::FailureKind::NoSuchPort:
     case link::FailureKind::NotASerialPort:
     case link::FailureKind::BadLineSpeed:

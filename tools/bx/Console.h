@@ -48,6 +48,7 @@ class Console {
   void note(const std::string& text);
   // Whether something that moves may be drawn on standard error.
   bool drawsProgress() const;
+  bool isOutputTerminal() const { return isTerminal_; }
   // Draws over the line that was drawn before; an empty text wipes it.
   void progress(const std::string& text);
 
