@@ -55,6 +55,7 @@ void expectDialogues(const std::string& rows, Words words) {
   for (const auto& row : rowsOf(rows)) {
     SCOPED_TRACE(row[0]);
     if (row.size() == 1) {
+      device.reset();
       device = std::make_unique<Device>(std::vector<std::string>(), typed(row[0], words));
       words["PORT"] = device->port();
       continue;

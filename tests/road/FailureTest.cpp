@@ -5,9 +5,6 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <regex>
-
 #include "Dialogue.h"
 #include "Program.h"
 
@@ -139,25 +136,17 @@ TEST(Failure, OfATerminalIsNotLeftToADevice) {
     grep -c '"\\u001B\[31m\\u007F\\u009B"' $FOLDER/log | 0 | 1 |)");
 }
 
+// A link is only taken over when its terminal is gone, and only taken away by whoever made it.
 TEST(Failure, OfANameThatIsNotOursToTake) {
-  const Folder folder;
-  const std::string name = folder.path("lane");
-  const auto failure = [&](const std::string& line) {
-    expectFailure(Program({BX_SIM_PROGRAM, "--link", name}).await(), 1, "bx-sim: " + name + ": " + line);
-  };
-  {
-    const Device device({"--link", name});
-    failure("in use: a link to " + device.port());
-    EXPECT_EQ(std::filesystem::read_symlink(name), device.port());
-    std::filesystem::remove(name);
-    std::filesystem::create_symlink(device.port(), name);  // its target, but not its link
-  }
-  EXPECT_TRUE(std::filesystem::is_symlink(name));
-  const Device next({"--link", name});  // the terminal is gone
-  EXPECT_EQ(std::filesystem::read_symlink(name), next.port());
-  std::filesystem::remove(name);
-  std::filesystem::create_symlink("/no/terminal", name);
-  failure("is a link to /no/terminal");
+  expectDialogues(R"(
+    bx-sim --link $FOLDER/lane
+    bx-sim --link $FOLDER/lane | 1 | | bx-sim: $FOLDER/lane: in use: a link to $PORT, which is open
+    readlink $FOLDER/lane; rm $FOLDER/lane; ln -s $PORT $FOLDER/lane | 0 | $PORT |
+    bx-sim --version
+    test -L $FOLDER/lane | 0 | |
+    bx-sim --link $FOLDER/lane
+    readlink $FOLDER/lane; ln -sfn /no/terminal $FOLDER/lane | 0 | $PORT |
+    bx-sim --link $FOLDER/lane | 1 | | bx-sim: $FOLDER/lane: is a link to /no/terminal...)");
 }
 
 }  // namespace
