@@ -195,6 +195,11 @@ class BX_DEVICE_API BXDevice {
   bool downloadSilhouetteTarget(const int& number);
   // Copies of the kept targets: ring targets by number, then silhouette targets by number. Sends nothing.
   std::vector<Json> getAllTargets() const;
+  // Tells which of the device's targets is in use when this object has not uploaded it: positions and distances of
+  // the coming shots are decoded with it from the first on. "RING" means a ring target, any other type a silhouette
+  // target; none of the other kind is in use then. `number` 0 to 254; 255: none. Sends nothing, and fetches nothing: the
+  // distance that positions are scaled with is that of the target that was uploaded or downloaded last.
+  void setTargetInUse(const std::string& type, std::int32_t number);
   // Forgets the kept targets and which are in use; sends nothing.
   void clearTargetData();
 

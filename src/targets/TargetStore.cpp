@@ -11,6 +11,13 @@ std::vector<BXDevice::Json> BXDevice::getAllTargets() const {
   return all;
 }
 
+void BXDevice::setTargetInUse(const std::string& type, std::int32_t number) {
+  const bool isRing = type == text::ring;
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);  // a stream may run already
+  currentRingTargetNumber = isRing ? number : noTarget;
+  currentSilhouetteTargetNumber = isRing ? noTarget : number;
+}
+
 void BXDevice::clearTargetData() {
   currentRingTargetNumber = noTarget;
   currentSilhouetteTargetNumber = noTarget;
