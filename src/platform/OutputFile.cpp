@@ -1,6 +1,7 @@
 #include "platform/OutputFile.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,6 +18,21 @@ namespace {
 constexpr mode_t permissions = 0666;  // as far as the user's mask allows
 
 }  // namespace
+
+int writeAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(descriptor, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EAGAIN) {  // whoever shares the descriptor may have made it return at once
+      pollfd ready = {descriptor, POLLOUT, 0};
+      ::poll(&ready, 1, -1);
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
 
 OutputFile::OutputFile(std::string path, bool overwrite) : path_(std::move(path)), overwrite_(overwrite) {
   struct stat file = {};
@@ -62,17 +78,10 @@ void OutputFile::lockAndEmpty() {
 }
 
 void OutputFile::add(std::string_view line) {
-  std::string text(line);
-  text += '\n';
-  for (std::string_view rest = text; !rest.empty();) {
-    const ssize_t written = ::write(handle_, rest.data(), rest.size());
-    if (written >= 0) {
-      rest.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno != EINTR) {
-      const int code = errno;
-      if (isRegular_ && ::ftruncate(handle_, size_) != 0) isRegular_ = false;
-      throw OutputError(path_, "write", code, std::generic_category().message(code));
-    }
+  const std::string text = std::string(line) + '\n';
+  if (const int code = writeAll(handle_, text); code != 0) {
+    if (isRegular_ && ::ftruncate(handle_, size_) != 0) isRegular_ = false;
+    throw OutputError(path_, "write", code, std::generic_category().message(code));
   }
   size_ += static_cast<std::int64_t>(text.size());
 }

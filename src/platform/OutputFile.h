@@ -9,6 +9,9 @@
 
 namespace BX::platform {
 
+// Writes all of it to a descriptor, however long that takes. 0, or the reason as errno tells it.
+int writeAll(int descriptor, std::string_view text);
+
 // The text is one line: path, step and reason.
 class OutputError : public std::runtime_error {
  public:

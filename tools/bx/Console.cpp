@@ -10,6 +10,8 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/OutputFile.h"
+
 namespace BX::tool {
 
 namespace {
@@ -21,7 +23,6 @@ constexpr std::string_view wipeLine = "\r\x1b[K";
 Console::Console()
     : outBuffer_(std::cout.rdbuf(&discard_)),
       errBuffer_(std::cerr.rdbuf(&discard_)),
-      out_(outBuffer_),
       isTerminal_(isatty(STDOUT_FILENO) == 1),
       err_(errBuffer_) {
   // A reader that goes away is seen when writing fails.
@@ -56,12 +57,12 @@ std::streamsize Console::LibraryLines::xsputn(const char* text, std::streamsize 
 }
 
 bool Console::data(const std::string& line) {
-  if (!out_) return false;
-  errno = 0;
-  out_ << (isTerminal_ ? platform::printable(line) : validUtf8(line)) << '\n' << std::flush;
-  if (out_) return true;
-  if (errno == EPIPE) return false;
-  throw Failure(deviceFailed, "standard output: write: " + std::generic_category().message(errno));
+  if (!isRead_) return false;
+  const int code =
+      platform::writeAll(STDOUT_FILENO, (isTerminal_ ? platform::printable(line) : validUtf8(line)) + '\n');
+  isRead_ = code != EPIPE;
+  if (code == 0 || !isRead_) return isRead_;
+  throw Failure(deviceFailed, "standard output: write: " + std::generic_category().message(code));
 }
 
 void Console::error(const std::string& text) { line("bx: " + text); }

@@ -11,16 +11,17 @@
 
 namespace BX::tool {
 
+// Of the program; one that a signal has ended gives 128 and the signal (Interrupt.h).
 enum Status : int { done = 0, deviceFailed = 1, wrongUsage = 2 };
 
 // Ends the program with one line on standard error. The text names the port or file, the step and the reason.
 class Failure : public std::runtime_error {
  public:
-  Failure(Status status, const std::string& text) : std::runtime_error(text), status_(status) {}
-  Status status() const { return status_; }
+  Failure(int status, const std::string& text) : std::runtime_error(text), status_(status) {}
+  int status() const { return status_; }
 
  private:
-  Status status_;
+  int status_;
 };
 
 using platform::validUtf8;  // JSON is UTF-8, and a device may hold any bytes
@@ -79,7 +80,7 @@ class Console {
   std::streambuf* outBuffer_;
   std::streambuf* errBuffer_;
   LibraryLines library_{*this};
-  std::ostream out_;
+  bool isRead_ = true;     // standard output
   const bool isTerminal_;  // standard output
   platform::Mutex mutex_;
   std::ostream err_ GUARDED_BY(mutex_);

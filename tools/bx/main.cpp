@@ -5,6 +5,7 @@
 #include "TraceWatch.h"
 #include "bx/BXSerialLink.h"
 #include "platform/OutputFile.h"
+#include "platform/StandardDescriptors.h"
 #include "tools/arguments/Arguments.h"
 
 namespace {
@@ -42,6 +43,7 @@ int run(Tool& tool, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  BX::platform::ensureStandardDescriptors();
   Tool tool;
   try {
     return run(tool, argc, argv);
