@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "Interrupt.h"
 #include "PortLookup.h"
+#include "bx/Waiting.h"
 #include "morva/KeyedAccess.h"
 #include "platform/Hex.h"
 #include "platform/Letters.h"
@@ -53,8 +55,12 @@ std::string explain(const link::Failure& failure) {
 }
 
 Connection::Connection(const Tool& tool, std::string port) : port_(std::move(port)) {
+  catchInterrupts();
+  setWaitFunction(link::wait);
+  cancelled_.emplace(interruption());
   manager_.addDevice(port_, "bx");
   const Json connected = manager_.connectDevice(port_, tool.global.skipStartup);
+  if (interrupted()) throw interruptedFailure(port_ + ": connect");
   if (!connected.getDocument().HasMember(port_.c_str())) {
     throw Failure(deviceFailed, connectFailure(port_, link::lastFailure(port_)));
   }
@@ -66,6 +72,7 @@ Connection::Connection(const Tool& tool, std::string port) : port_(std::move(por
 Connection::~Connection() { manager_.disconnectDevice(port_); }
 
 void Connection::fail(const std::string& step) const {
+  if (interrupted()) throw interruptedFailure(port_ + ": " + step);
   throw Failure(deviceFailed, port_ + ": " + step + ": " + explain(link::lastFailure(port_)));
 }
 

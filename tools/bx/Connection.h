@@ -1,6 +1,7 @@
 // One connected device, disconnected when the object goes.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "Tool.h"
@@ -13,7 +14,8 @@ using Json = MORVA::MORVADataTypeJSON;
 
 class Connection {
  public:
-  // Connects; throws Failure.
+  // Connects; throws Failure. From now on signals are caught: operations of this thread then fail at once, as long as
+  // this object lives, or until it is told to go on.
   Connection(const Tool& tool, std::string port);
   ~Connection();
   Connection(const Connection&) = delete;
@@ -29,11 +31,13 @@ class Connection {
   // Clears the error flag, so that failed() speaks of what follows.
   void begin() { device().setError(false); }
   bool failed() { return device().hasError(); }
-  // Throws Failure: the port, `step`, and the link's own reason.
+  void goOnWhenInterrupted() { cancelled_.reset(); }
+  // Throws Failure: the port, `step`, and the link's own reason or the interrupt.
   [[noreturn]] void fail(const std::string& step) const;
 
  private:
   std::string port_;
+  std::optional<link::Cancellation::Scope> cancelled_;
   BXDeviceManager manager_;
   Json settings_;
 };

@@ -3,9 +3,9 @@
 #include "DemoScreen.h"
 #include "Documents.h"
 #include "Examples.h"
-#include "Interrupt.h"
 #include "Records.h"
 #include "Session.h"
+#include "ShotTable.h"
 #include "Training.h"
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
@@ -64,8 +64,8 @@ class Demo {
   }
 
   void trainAndShow(Connection& connection) {
-    catchInterrupts();
-    train(connection, {}, [this](const Json& record) {
+    startTraining(connection);
+    const auto loss = followTraining(connection, [this](const Json& record) {
       streamed_.push_back(record);
       if (isShot(record)) {
         shots_.push_back(record);
@@ -73,6 +73,7 @@ class Demo {
       }
       return shots_.size() < wanted_;
     });
+    if (loss) connection.fail("training");
     say("");
     for (const auto& row : drawHits(shots_)) say("        " + row);
     say("");

@@ -1,9 +1,7 @@
 #include "DemoScreen.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
@@ -37,19 +35,6 @@ int cell(double position, double farthest, int cells) {
 }
 
 }  // namespace
-
-std::string shotHeading() { return "  shot         x         y   distance   aiming time"; }
-
-std::string shotLine(const Json& shot) {
-  std::array<char, 96> text{};
-  std::snprintf(text.data(), text.size(), "%6d  %8.2f  %8.2f  %7.2f m",
-                MORVA::getInteger(shot, key::record::shotNumber), MORVA::getDouble(shot, key::record::positionX),
-                MORVA::getDouble(shot, key::record::positionY), MORVA::getDouble(shot, key::record::distance));
-  std::string line = text.data();
-  if (!shot.getDocument().HasMember(key::record::aimingTime)) return line + "   (poor signal)";
-  std::snprintf(text.data(), text.size(), "  %10.2f s", MORVA::getDouble(shot, key::record::aimingTime));
-  return line + text.data();
-}
 
 std::vector<std::string> drawHits(const std::vector<Json>& shots) {
   std::vector<std::string> rows(plotRows, std::string(plotColumns, ' '));

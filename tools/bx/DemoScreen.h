@@ -10,10 +10,6 @@ namespace BX::tool {
 
 using Json = MORVA::MORVADataTypeJSON;
 
-// The heading of the shot table, and a line of it.
-std::string shotHeading();
-std::string shotLine(const Json& shot);
-
 // The hits around the centre of the target, drawn with letters; each hit is the last digit of its shot number.
 std::vector<std::string> drawHits(const std::vector<Json>& shots);
 

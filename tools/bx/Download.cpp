@@ -31,12 +31,12 @@ std::vector<Json> downloadSession(Tool& tool, Connection& connection) {
 }
 
 void runDownload(Tool& tool, const DownloadOptions& options) {
-  Records records(tool.console, options.output);
+  Records records(tool.console, {options.output, tool.global.overwrite});
   Connection connection(tool, options.port);
   const auto session = downloadSession(tool, connection);
   records.begin(downloadHeader(connection));
   for (const auto& record : session) {
-    if (!records.add(record)) return;
+    if (!records.add(record)) break;
   }
   tool.console.note(records.summary());
 }

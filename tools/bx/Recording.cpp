@@ -1,10 +1,8 @@
 #include "Recording.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <fstream>
 #include <set>
-#include <system_error>
 #include <utility>
 
 #include "Console.h"
@@ -162,24 +160,20 @@ RecordedEntry parseLine(const std::string& path, std::size_t line, const std::st
   return recorded;
 }
 
-// Sets `missing` when the last line is cut. A trace may be long, but not a line of it: a frame and the name of a port.
-std::vector<RecordedEntry> readEntries(const std::string& path, std::string& missing) {
-  constexpr std::size_t longestLine = 65536;
-  errno = 0;
+// Sets `stump` when the last line is cut.
+std::vector<RecordedEntry> readEntries(const std::string& path, std::string& stump) {
   std::ifstream file(path);
-  std::vector<char> buffer(longestLine);
+  if (!file) throw Failure(wrongUsage, path + ": cannot be read");
   std::vector<RecordedEntry> entries;
   std::size_t line = 0;
-  while (file.getline(buffer.data(), static_cast<std::streamsize>(buffer.size())) || file.gcount() > 0) {
+  for (std::string text; std::getline(file, text);) {
     ++line;
     if (file.eof()) {
-      missing = "line " + std::to_string(line) + " is cut";
-      break;
+      stump = "line " + std::to_string(line) + " is cut";
+    } else {
+      entries.push_back(parseLine(path, line, text));
     }
-    if (!file) throw Failure(wrongUsage, path + ":" + std::to_string(line) + ": longer than any line of a trace");
-    entries.push_back(parseLine(path, line, {buffer.data(), static_cast<std::size_t>(file.gcount()) - 1}));
   }
-  if (errno != 0) throw Failure(wrongUsage, path + ": read: " + std::generic_category().message(errno));
   return entries;
 }
 
@@ -220,7 +214,7 @@ std::optional<Milestone> HostObserver::observe(std::span<const std::uint8_t> con
 
 Recording readRecording(const std::string& path, const std::string& port) {
   Recording recording;
-  auto entries = readEntries(path, recording.missing);
+  auto entries = readEntries(path, recording.stump);
   recording.port = choosePort(path, entries, port);
   Analysis analysis(recording);
   for (auto& entry : entries) {
@@ -234,7 +228,7 @@ Recording readRecording(const std::string& path, const std::string& port) {
   analysis.endSession();
   const auto& last = recording.entries.back().entry;
   const bool hasEnd = last.mark == TraceMark::Event && last.event != link::traceEvent::opened;
-  if (!hasEnd && recording.missing.empty()) recording.missing = "the end of " + recording.port + " is missing";
+  if (!hasEnd && recording.stump.empty()) recording.stump = "the end of " + recording.port + " is missing";
   return recording;
 }
 

@@ -1,10 +1,8 @@
 #include "Records.h"
 
 #include <array>
-#include <cerrno>
+#include <cstdio>
 #include <ctime>
-#include <filesystem>
-#include <system_error>
 
 #include "bx/DocumentKeys.h"
 
@@ -12,13 +10,28 @@ namespace BX::tool {
 
 namespace {
 
-std::string systemReason() { return std::generic_category().message(errno); }
+// Milliseconds need more than the 32 bits of KeyedAccess.h.
+void setTime(Json& document, const char* key, Milliseconds time) {
+  auto& root = document.getDocument();
+  if (root.IsObject())
+    root.AddMember(document.copyStringToValue(key), rapidjson::Value(time.count()), root.GetAllocator());
+}
+
+std::string seconds(Milliseconds time) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.1f s", std::chrono::duration<double>(time).count());
+  return text.data();
+}
 
 }  // namespace
 
 bool isShot(const Json& record) {
   const auto& root = record.getDocument();
   return root.IsObject() && root.HasMember(key::record::shotNumber);
+}
+
+std::string counted(std::size_t count, const std::string& what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
 std::string timeNow() {
@@ -30,45 +43,59 @@ std::string timeNow() {
   return {text.data(), length};
 }
 
-Records::Records(Console& console, std::string path) : console_(console), path_(std::move(path)) {
-  if (path_.empty()) return;
-  std::error_code error;
-  isNew_ = !std::filesystem::exists(path_, error);
-  file_.open(path_, std::ios::app);
-  if (!file_) throw Failure(wrongUsage, path_ + ": open: " + systemReason());
-}
-
-Records::~Records() {
-  std::error_code error;
-  if (isNew_) std::filesystem::remove(path_, error);
+Records::Records(Console& console, const Output& output) try : console_(console), shotsOnly_(output.shotsOnly) {
+  if (!output.path.empty()) file_.emplace(output.path, output.overwrite);
+} catch (const platform::OutputError& error) {
+  throw Failure(wrongUsage, error.what());
 }
 
 void Records::begin(const Json& header) {
-  if (path_.empty()) return;
-  isNew_ = false;
-  file_.close();
-  file_.open(path_, std::ios::trunc);
+  if (!file_) return;
+  try {
+    file_->begin();
+  } catch (const platform::OutputError& error) {
+    throw Failure(wrongUsage, error.what());
+  }
   write(header.toString());
 }
 
-bool Records::add(const Json& record) {
+bool Records::add(Json record, std::optional<Milliseconds> received) {
+  const bool shot = isShot(record);
+  if (file_ && received) setTime(record, "received", *received);
+  if ((file_ || shot || !shotsOnly_) && !write(record.toString())) return false;
   ++count_;
-  if (isShot(record)) ++shots_;
-  return write(record.toString());
+  if (shot) ++shots_;
+  return true;
+}
+
+void Records::addGap(Milliseconds from, Milliseconds to) {
+  ++gaps_;
+  missing_ = missing_.load() + (to - from);
+  if (!file_) return;
+  Json gap;
+  setTime(gap, "from", from);
+  setTime(gap, "to", to);
+  write(R"({"gap":)" + gap.toString() + '}');
 }
 
 std::string Records::summary() const {
-  const auto counted = [](std::size_t count, const std::string& what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-  };
-  return counted(count_, "record") + ", " + counted(shots_, "shot") + (path_.empty() ? "" : " in " + path_);
+  std::string text = counted(count_, "record") + ", " + counted(shots_, "shot");
+  if (file_) text += " in " + file_->path();
+  if (gaps_ == 1) text += "; a gap of " + seconds(missing_);
+  if (gaps_ > 1) text += "; " + counted(gaps_, "gap") + " of " + seconds(missing_) + " in all";
+  return text;
 }
 
+std::string Records::kept() const { return "; kept " + summary(); }
+
 bool Records::write(const std::string& line) {
-  if (path_.empty()) return console_.data(line);
-  file_ << validUtf8(line) << '\n' << std::flush;
-  if (!file_) throw Failure(deviceFailed, path_ + ": write: " + systemReason());
-  return true;
+  try {
+    if (!file_) return console_.data(line);
+    file_->add(validUtf8(line));
+    return true;
+  } catch (const std::runtime_error& error) {
+    throw Failure(deviceFailed, error.what() + kept());
+  }
 }
 
 }  // namespace BX::tool

@@ -1,9 +1,10 @@
 #include "Training.h"
 
+#include <chrono>
 #include <thread>
+#include <utility>
 
 #include "Interrupt.h"
-#include "Records.h"
 
 namespace BX::tool {
 
@@ -11,15 +12,14 @@ namespace {
 
 constexpr std::chrono::milliseconds pollInterval{5};
 
-class Training {
+class Stream {
  public:
-  Training(Connection& connection, const TrainingLimits& limits, const std::function<bool(const Json&)>& take)
-      : connection_(connection), limits_(limits), take_(take), start_(std::chrono::steady_clock::now()) {}
+  Stream(BXDevice& device, const std::function<bool(Json)>& take) : device_(device), take_(take) {}
 
-  void follow() {
-    auto& link = connection_.device().getSerialCom();
-    while (!isOver()) {
-      const bool streams = link.getStreaming();  // asked first: what came before the end is taken below
+  void follow(const std::function<bool()>& goesOn) {
+    while (wantsMore_ && !interrupted() && goesOn()) {
+      const bool streams =
+          device_.getSerialCom().getStreaming();  // asked first: what came before the end is taken below
       takeArrived();
       if (!streams) return;
       std::this_thread::sleep_for(pollInterval);
@@ -27,44 +27,40 @@ class Training {
   }
 
   void takeArrived() {
-    for (const auto& record : connection_.device().takeTrainingFrames()) {
+    for (auto& record : device_.takeTrainingFrames()) {
       if (!wantsMore_) return;
-      if (isShot(record)) ++shots_;
-      wantsMore_ = take_(record) && (limits_.shots == 0 || shots_ < limits_.shots);
+      wantsMore_ = take_(std::move(record));
     }
   }
 
  private:
-  bool isOver() const {
-    const bool late = limits_.time && std::chrono::steady_clock::now() - start_ >= *limits_.time;
-    return !wantsMore_ || late || interrupted();
-  }
-
-  Connection& connection_;
-  const TrainingLimits& limits_;
-  const std::function<bool(const Json&)>& take_;
-  const std::chrono::steady_clock::time_point start_;
-  std::size_t shots_ = 0;
+  BXDevice& device_;
+  const std::function<bool(Json)>& take_;
   bool wantsMore_ = true;
 };
 
 }  // namespace
 
-void train(Connection& connection, const TrainingLimits& limits, const std::function<bool(const Json&)>& take) {
-  auto& manager = connection.manager();
+void startTraining(Connection& connection) {
   connection.begin();
-  manager.startTraining(connection.port());
+  connection.manager().startTraining(connection.port());
   if (connection.failed()) {
     // The library listens all the same; a device that refused keeps its mode.
-    manager.getDevice(connection.port()).stopThread();
+    connection.device().stopThread();
     connection.fail("start training");
   }
-  Training training(connection, limits, take);
-  training.follow();
+  connection.goOnWhenInterrupted();
+}
+
+std::optional<TrainingLoss> followTraining(Connection& connection, const std::function<bool(Json)>& take,
+                                           const std::function<bool()>& goesOn) {
+  Stream stream(connection.device(), take);
+  stream.follow(goesOn);
   const bool lost = connection.failed();
-  if (!lost) manager.stopTraining(connection.port());
-  training.takeArrived();
-  if (connection.failed()) connection.fail(lost ? "training" : "stop training");
+  if (!lost) connection.manager().stopTraining(connection.port());
+  stream.takeArrived();
+  if (!connection.failed()) return std::nullopt;
+  return TrainingLoss{link::lastFailure(connection.port()), !lost};
 }
 
 }  // namespace BX::tool

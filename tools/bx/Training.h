@@ -1,8 +1,6 @@
 // A stream, followed from its start to its end.
 #pragma once
 
-#include <chrono>
-#include <cstddef>
 #include <functional>
 #include <optional>
 
@@ -10,14 +8,19 @@
 
 namespace BX::tool {
 
-struct TrainingLimits {
-  std::size_t shots = 0;  // 0: no limit
-  std::optional<std::chrono::duration<double>> time = {};
+struct TrainingLoss {
+  link::Failure failure;
+  bool atEnd = false;  // it was over already, and could not be ended on the device
 };
 
-// Starts training and gives each record to `take`, in order, each once, until `take` wants no more (false), a limit is
-// reached, the program is interrupted, or the stream ends. Then ends the stream and gives what had arrived by then,
-// except after the last shot that was asked for. Throws Failure when the stream cannot be started or ended, or is lost.
-void train(Connection& connection, const TrainingLimits& limits, const std::function<bool(const Json& record)>& take);
+// Throws Failure. From now on the connection's operations are no longer cancelled by an interrupt.
+void startTraining(Connection& connection);
+
+// Gives each record to `take`, in order, each once, until `take` wants no more (false), `goesOn` says no (asked every
+// few milliseconds), the program is interrupted, or the stream ends. Then ends training and gives what had arrived by
+// then, unless no more was wanted. The result is nothing when all is well.
+std::optional<TrainingLoss> followTraining(
+    Connection& connection, const std::function<bool(Json record)>& take,
+    const std::function<bool()>& goesOn = [] { return true; });
 
 }  // namespace BX::tool
