@@ -89,16 +89,6 @@ TEST(Failure, ADeviceThatNeverAnswers) {
   close(master);
 }
 
-TEST(Failure, ADeviceThatHangsUpInAStreamKeepsWhatArrived) {
-  const Device device({"--rate", "500"});
-  Program train(bxCommand("train " + device.port()));
-  train.awaitLines(10);
-  device.send(SIGTERM);
-  const Outcome outcome = train.await();
-  expectFailure(outcome, 1, device.port() + ": training: ");
-  EXPECT_GE(linesOf(outcome.out).size(), 10U);
-}
-
 TEST(Failure, ARefusalIsToldByItsStep) {
   expectDialogues(R"(
     bx-sim

@@ -120,7 +120,7 @@ std::vector<std::string> bxCommand(const std::string& words) {
 Outcome bx(const std::string& words) { return Program(bxCommand(words)).await(); }
 
 std::string withoutAimingTime(const std::string& records) {
-  return std::regex_replace(records, std::regex(R"("aimingTime":[-+.e0-9]+)"), "");
+  return std::regex_replace(records, std::regex(R"x(,"(aimingTime|received)":[-+.e0-9]+)x"), "");
 }
 
 }  // namespace BX::test

@@ -74,7 +74,7 @@ class Device {
 Outcome bx(const std::string& words);
 std::vector<std::string> bxCommand(const std::string& words);
 
-// Records as they are printed. The aiming time is measured by the host's clock.
+// Records as they are printed, without what the host's clock has measured: the aiming time, and when they came.
 std::string withoutAimingTime(const std::string& records);
 
 }  // namespace BX::test

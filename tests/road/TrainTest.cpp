@@ -1,0 +1,133 @@
+// Training, whatever happens: nothing that was acknowledged is lost, and what was kept is told.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <memory>
+#include <thread>
+
+#include "Dialogue.h"
+#include "Program.h"
+
+namespace BX::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+// The lines of a file that begin with `prefix`, once there are `count` of them.
+std::vector<std::string> awaitLines(const std::string& path, const std::string& prefix, std::size_t count) {
+  for (;;) {
+    auto lines = linesOf(readFile(path));
+    std::erase_if(lines, [&](const std::string& line) { return !line.starts_with(prefix); });
+    if (lines.size() >= count) return lines;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+}
+
+TEST(Train, TellsWhichTargetIsMissingAndTakesTheStoredOne) {
+  expectDialogues(R"(
+    bx-sim --rate 2000
+    bx train $PORT --quiet --shots 2 --device examples/device-settings.json --target examples/ring-25m-precision-pistol.json >$FOLDER/own | 0 | |
+    bx train $PORT --shots 2 --output $FOLDER/none | 0 | | bx: warning: $PORT: no target is given: ...\nbx: warning: $PORT: shot 1 names ring target 1, which was not given: ... --target-number 1\n... 2 shots in $FOLDER/none
+    head -1 $FOLDER/none | 0 | {..."session":{},"target":null} |
+    tail -1 $FOLDER/none | 0 | ..."Distance":-0.75,..."received":...} |
+    bx train $PORT --shots 2 --target-number 1 --output $FOLDER/stored | 0 | | ... records, 2 shots in $FOLDER/stored
+    head -1 $FOLDER/stored | 0 | {..."target":{"RingTargetNumber":1,...,"NominalDistance":25,...}} |
+    [[ $(tail -1 $FOLDER/own) == *'"Distance":24.25,'* && $(tail -1 $FOLDER/stored) == *'"Distance":24.25,'* ]] | 0 | |
+    bx train $PORT --target-number 9 | 1 | | bx: $PORT: download target: ring target 9: refused...
+    bx train $PORT --quiet --shots 2 --shots-only --target-number 1 \p grep -c ShotNumber | 0 | 2 |)");
+}
+
+TEST(Train, TakesNoOtherFilesPlaceAndTellsWhatWasKept) {
+  expectDialogues(R"(
+    bx-sim --rate 2000
+    bx train $PORT --quiet --shots 1 --output $FOLDER/s | 0 | |
+    bx train $PORT --quiet --shots 1 --output $FOLDER/s | 2 | | bx: $FOLDER/s: open: exists and is not empty (--overwrite replaces it)
+    bx train $PORT --quiet --shots 1 --output $FOLDER/s --overwrite; grep -c '^{' $FOLDER/s | 0 | ... |
+    bx train /dev/none --output $FOLDER/never; ls $FOLDER | 0 | s | bx: warning: ...\nbx: /dev/none: open: no such port
+    bx train $PORT --quiet --output /dev/full | 1 | | bx: /dev/full: write: No space left on device; kept 0 records, 0 shots in /dev/full
+    bx train $PORT --quiet >/dev/full | 1 | | bx: standard output: write: No space left on device; kept 0 records, 0 shots
+    ulimit -f 8; bx train $PORT --quiet --output $FOLDER/big | 1 | | bx: $FOLDER/big: write: File too large; kept ... records, 0 shots in $FOLDER/big
+    tail -c 2 $FOLDER/big | 0 | } |
+    bx train $PORT --shots 1 --overwrite --output $FOLDER/s 2>&-; grep -vc '^{.*}$' $FOLDER/s | 1 | 0 |
+    bx train $PORT --quiet --shots 1 >&- | 1 | | bx: standard output: write: Bad file descriptor; kept 0 records, 0 shots)");
+}
+
+TEST(Train, ShowsATableOnATerminalWhenTheRecordsGoElsewhere) {
+  expectDialogues(R"(
+    bx-sim --rate 2000
+    on-terminal train $PORT --shots 2 --output $FOLDER/s | 0 | ***Connecting...***  shot   ***\n     1  ***     2  ***2 shots in $FOLDER/s... |
+    on-terminal train $PORT --shots 2 --output $FOLDER/q --quiet | 0 | |
+    on-terminal train $PORT --shots 2 '>$FOLDER/o' | 0 | ***Connecting...***2 shots... |
+    bx train $PORT --shots 1 --output $FOLDER/p | 0 | | bx: warning: ...\n... records, 1 shot in $FOLDER/p)");
+}
+
+// Nobody reads standard output until the device has been told to stop.
+TEST(Train, WritesAllThatWasAcknowledgedWhateverEndsIt) {
+  const Folder folder;
+  for (const auto& [signal, limit] : {std::pair{SIGINT, ""}, {SIGTERM, ""}, {SIGHUP, ""}, {0, " --seconds 0.5"}}) {
+    SCOPED_TRACE(signal);
+    const std::string transcript = folder.path("transcript" + std::to_string(signal));
+    const Device device({"--rate", "2000", "--transcript", transcript});
+    Program train(bxCommand("train " + device.port() + " --quiet" + limit));
+    awaitLines(transcript, "< CA", 500);
+    train.send(signal);
+    train.send(signal);  // as some do
+    awaitLines(transcript, "> 6F04", 2);
+    const Outcome outcome = train.await();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, IsEmpty());
+    EXPECT_THAT(linesOf(outcome.out), SizeIs(awaitLines(transcript, "< CA", 0).size()));
+  }
+}
+
+TEST(Train, EndsAtOnceWithASignalBeforeItBegins) {
+  const Folder folder;
+  const int silent = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_TRUE(grantpt(silent) == 0 && unlockpt(silent) == 0);
+  const Device device;
+  for (const auto& [port, event] : {std::pair{device.port(), " * opened"}, {std::string(ptsname(silent)), " > "}}) {
+    const std::string trace = folder.path("trace");
+    Program train(
+        {BX_PROGRAM, "train", "--quiet", port, "--overwrite", "--trace", trace, "--output", folder.path("s")});
+    while (readFile(trace).find(event) == std::string::npos) std::this_thread::yield();
+    train.send(SIGINT);
+    const Outcome outcome = train.await();
+    EXPECT_EQ(outcome.status, 128 + SIGINT);
+    EXPECT_EQ(outcome.err, "bx: " + port + ": connect: interrupted\n");
+    EXPECT_FALSE(std::filesystem::exists(folder.path("s")));
+  }
+  close(silent);
+}
+
+TEST(Train, GoesOnAfterALossAndTellsTheGap) {
+  const Folder folder;
+  const std::string lane = folder.path("lane");
+  const std::vector<std::string> arguments = {"--rate", "500", "--link", lane};
+  auto device = std::make_unique<Device>(arguments);
+  Program train(bxCommand("train --quiet " + lane + " --retry 600 --output " + folder.path("s")));
+  awaitLines(folder.path("s"), "{\"Pos", 10);
+  device.reset();
+  device = std::make_unique<Device>(arguments);
+  awaitLines(folder.path("s"), R"({"gap":{"from":)", 1);
+  awaitLines(folder.path("s"), "{", awaitLines(folder.path("s"), "{", 0).size() + 10);
+  train.send(SIGINT);
+  EXPECT_EQ(train.await().status, 0);
+
+  Program lost(bxCommand("train --quiet " + lane + " --retry 0.1"));
+  lost.awaitLines(10);
+  device.reset();
+  const Outcome outcome = lost.await();
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, StartsWith("bx: " + lane + ": training: the port was hung up; not within 0.1 s: "));
+  EXPECT_THAT(outcome.err, HasSubstr("; kept " + std::to_string(linesOf(outcome.out).size()) + " records, "));
+}
+
+}  // namespace
+}  // namespace BX::test
