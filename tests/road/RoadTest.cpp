@@ -15,12 +15,7 @@ namespace BX::test {
 namespace {
 
 using MORVA::getInteger;
-using ::testing::_;
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
@@ -59,22 +54,16 @@ TEST(Road, EveryStreamedPayloadIsOneLineInOrderUntilInterrupted) {
   }
 }
 
-// Forced upon the wire as the library makes them, with the device settings that were read.
-TEST(Road, SettingsAreWrittenForFilesOnlyAndPrintedAsInfoPrintsThem) {
+// Some are forced upon the wire as the library makes them, with the device settings that were read. The last device says
+// less than it should, and something unknown of what it does when it is switched on.
+TEST(Road, SettingsAreWrittenForFilesOnlyAndWhatIsPrintedIsTakenBack) {
   expectDialogues(R"(
     bx-sim --transcript $FOLDER/transcript
     bx info $PORT \p tee $FOLDER/info | 0 | {..."SerialNumber":"...",...} |
     bx settings $PORT \p cmp - $FOLDER/info && grep '^> 64' $FOLDER/transcript | 1 | |
     echo '{"isInFieldMode": false, "NumberOfBullets": 300}' >$FOLDER/session | 0 | |
     bx settings $PORT --force --session $FOLDER/session >$FOLDER/forced | 0 | | ***"NumberOfBullets" 300 does not fit the wire***missing "UseZeroing", "GraphicDisplay", "HitSoundBuzzer"***
-    cmp $FOLDER/forced $FOLDER/info && grep '^> 64' $FOLDER/transcript | 0 | > 640010...\n> 64011C21FFFF002C...\n...\n... |)");
-}
-
-// The second device says less than it should, and something unknown of what it does when it is switched on.
-TEST(Road, WhatADeviceReportsIsPrintedAndTakenBack) {
-  expectDialogues(R"(
-    bx-sim
-    bx info $PORT >$FOLDER/info | 0 | |
+    cmp $FOLDER/forced $FOLDER/info && grep '^> 64' $FOLDER/transcript | 0 | > 640010...\n> 64011C21FFFF002C...\n...\n... |
     echo '{"isInFieldMode":false,"NumberOfBullets":1,"WakeupAngle":2,"ShotRejectionAngle":3,"SleepTimeout":4,"TriggerSensitivity":255,"CockingDelay":25.4}' >$FOLDER/session | 0 | |
     bx --quiet settings $PORT --device $FOLDER/info --session $FOLDER/session --target examples/ring-300m-rifle.json >$FOLDER/written | 0 | |
     bx info $PORT --all >$FOLDER/all | 0 | |
