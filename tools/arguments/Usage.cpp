@@ -1,8 +1,8 @@
-#include <algorithm>
 #include <span>
 #include <vector>
 
 #include "Arguments.h"
+#include "Spelling.h"
 
 namespace BX::arguments {
 
@@ -10,36 +10,9 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-// How many letters were left out, put in, mistaken for others or swapped with their neighbours.
-std::size_t slips(const std::string& typed, const std::string& meant) {
-  std::vector<std::vector<std::size_t>> slips(typed.size() + 1, std::vector<std::size_t>(meant.size() + 1));
-  for (std::size_t i = 0; i <= typed.size(); ++i) {
-    for (std::size_t j = 0; j <= meant.size(); ++j) {
-      if (i == 0 || j == 0) {
-        slips[i][j] = i + j;
-        continue;
-      }
-      const bool differ = typed[i - 1] != meant[j - 1];
-      slips[i][j] = std::min({slips[i - 1][j] + 1, slips[i][j - 1] + 1, slips[i - 1][j - 1] + differ});
-      if (i > 1 && j > 1 && typed[i - 1] == meant[j - 2] && typed[i - 2] == meant[j - 1]) {
-        slips[i][j] = std::min(slips[i][j], slips[i - 2][j - 2] + 1);
-      }
-    }
-  }
-  return slips[typed.size()][meant.size()];
-}
-
 // ": did you mean NAME?" for the name that is nearest, when one is near or begins so; else empty.
 std::string suggestion(const std::string& typed, const Names& names) {
-  constexpr std::size_t lettersForASlip = 3;
-  std::size_t fewest = 1 + std::max<std::size_t>(1, typed.size() / lettersForASlip);
-  std::string nearest;
-  for (const auto& name : names) {
-    const std::size_t count = typed.size() > 1 && name.starts_with(typed) ? 1 : slips(typed, name);
-    if (count >= fewest) continue;
-    fewest = count;
-    nearest = name;
-  }
+  const std::string nearest = nearestOf(names, typed);
   return nearest.empty() ? "" : ": did you mean " + nearest + "?";
 }
 

@@ -4,13 +4,12 @@
 #include <algorithm>
 #include <array>
 #include <map>
-#include <optional>
 #include <set>
 
 #include "Schema.h"
-#include "Spelling.h"
 #include "bx/DocumentKeys.h"
 #include "platform/json/Walk.h"
+#include "tools/arguments/Spelling.h"
 
 namespace BX::tool {
 
@@ -97,10 +96,11 @@ void add(Strangers& strangers, const std::string& key, const Keys& known) {
     return;
   }
   const bool isTold = strangers.misspelt.size() + strangers.unknown.size() < mostTold;
-  if (auto meant = isTold ? nearestOf(known, key) : std::nullopt) {
-    strangers.misspelt.emplace_back(key, std::move(*meant));
-  } else {
+  std::string meant = isTold ? arguments::nearestOf(known, key) : "";
+  if (meant.empty()) {
     strangers.unknown.push_back(key);
+  } else {
+    strangers.misspelt.emplace_back(key, std::move(meant));
   }
 }
 

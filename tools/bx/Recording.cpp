@@ -1,8 +1,10 @@
 #include "Recording.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <set>
+#include <system_error>
 #include <utility>
 
 #include "Console.h"
@@ -160,20 +162,24 @@ RecordedEntry parseLine(const std::string& path, std::size_t line, const std::st
   return recorded;
 }
 
-// Sets `stump` when the last line is cut.
-std::vector<RecordedEntry> readEntries(const std::string& path, std::string& stump) {
+// Sets `missing` when the last line is cut. A trace may be long, but not a line of it: a frame and the name of a port.
+std::vector<RecordedEntry> readEntries(const std::string& path, std::string& missing) {
+  constexpr std::size_t longestLine = 65536;
+  errno = 0;
   std::ifstream file(path);
-  if (!file) throw Failure(wrongUsage, path + ": cannot be read");
+  std::vector<char> buffer(longestLine);
   std::vector<RecordedEntry> entries;
   std::size_t line = 0;
-  for (std::string text; std::getline(file, text);) {
+  while (file.getline(buffer.data(), static_cast<std::streamsize>(buffer.size())) || file.gcount() > 0) {
     ++line;
     if (file.eof()) {
-      stump = "line " + std::to_string(line) + " is cut";
-    } else {
-      entries.push_back(parseLine(path, line, text));
+      missing = "line " + std::to_string(line) + " is cut";
+      break;
     }
+    if (!file) throw Failure(wrongUsage, path + ":" + std::to_string(line) + ": longer than any line of a trace");
+    entries.push_back(parseLine(path, line, {buffer.data(), static_cast<std::size_t>(file.gcount()) - 1}));
   }
+  if (errno != 0) throw Failure(wrongUsage, path + ": read: " + std::generic_category().message(errno));
   return entries;
 }
 
@@ -214,7 +220,7 @@ std::optional<Milestone> HostObserver::observe(std::span<const std::uint8_t> con
 
 Recording readRecording(const std::string& path, const std::string& port) {
   Recording recording;
-  auto entries = readEntries(path, recording.stump);
+  auto entries = readEntries(path, recording.missing);
   recording.port = choosePort(path, entries, port);
   Analysis analysis(recording);
   for (auto& entry : entries) {
@@ -228,7 +234,7 @@ Recording readRecording(const std::string& path, const std::string& port) {
   analysis.endSession();
   const auto& last = recording.entries.back().entry;
   const bool hasEnd = last.mark == TraceMark::Event && last.event != link::traceEvent::opened;
-  if (!hasEnd && recording.stump.empty()) recording.stump = "the end of " + recording.port + " is missing";
+  if (!hasEnd && recording.missing.empty()) recording.missing = "the end of " + recording.port + " is missing";
   return recording;
 }
 

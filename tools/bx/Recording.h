@@ -57,7 +57,7 @@ struct Recording {
   std::vector<RecordedEntry> entries;
   std::vector<Step> steps;
   std::size_t records = 0;  // streamed since the port was last opened
-  std::string stump;        // what of its end is missing; empty when it is whole
+  std::string missing;      // what of its end is missing; empty when it is whole
 };
 
 // Reads the trace of `port`, or of the only port in the file when it is empty. A line that is cut is left out. Throws

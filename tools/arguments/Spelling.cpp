@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
-namespace BX::tool {
+namespace BX::arguments {
 
 namespace {
 
@@ -11,7 +12,9 @@ char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + '
 
 bool areSame(char a, char b) { return lower(a) == lower(b); }
 
-}  // namespace
+bool beginsWith(std::string_view whole, std::string_view word) {
+  return whole.size() >= word.size() && std::equal(word.begin(), word.end(), whole.begin(), areSame);
+}
 
 std::size_t editDistance(std::string_view a, std::string_view b) {
   // Rows of the table of distances between the first letters of both: the last two of them are needed.
@@ -32,20 +35,23 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
   return last[b.size()];
 }
 
-std::optional<std::string> nearestOf(const std::vector<std::string>& known, std::string_view word) {
-  std::optional<std::string> nearest;
-  std::size_t least = 0;
+}  // namespace
+
+std::string nearestOf(const std::vector<std::string>& known, std::string_view word) {
+  constexpr std::size_t lettersForASlip = 3;
+  const std::size_t most = std::max<std::size_t>(1, word.size() / lettersForASlip);
+  std::size_t least = most + 1;
+  std::string nearest;
   for (const auto& candidate : known) {
-    const auto [shorter, longer] = std::minmax(candidate.size(), word.size());
-    const std::size_t limit = (longer + 2) / 3;
-    if (longer - shorter > limit) continue;  // a word may be a whole file
-    const std::size_t distance = editDistance(word, candidate);
-    if (distance <= limit && (!nearest || distance < least)) {
-      nearest = candidate;
-      least = distance;
-    }
+    const auto [shorter, longer] = std::minmax({candidate.size(), word.size()});
+    const bool isBegun = word.size() > 1 && beginsWith(candidate, word);
+    if (!isBegun && longer - shorter > most) continue;  // a word may be a whole file
+    const std::size_t distance = isBegun ? 1 : editDistance(word, candidate);
+    if (distance >= least) continue;
+    least = distance;
+    nearest = candidate;
   }
   return nearest;
 }
 
-}  // namespace BX::tool
+}  // namespace BX::arguments
