@@ -36,38 +36,70 @@ if(BX_BUILD_FUZZERS)
   target_link_options(bx_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# bx_library(NAME SOURCES ... INTERNAL ... DEPENDS ... LIBRARIES ...): the shared library NAME that hosts load, and
-# NAME_static, the same objects with their internal functions reachable, for tests, benchmarks and fuzzers. INTERNAL
-# names static libraries of ours that become part of it; DEPENDS other libraries of ours, without a suffix; LIBRARIES
-# anything else. cmake/exports/NAME.txt lists what the shared one exports.
+# bx_library(NAME SOURCES ... INTERNAL ... DEPENDS ... LIBRARIES ...): the shared library NAME that hosts load, BX::NAME
+# to them, and NAME_static, the same objects with their internal functions reachable, for tests, benchmarks and fuzzers.
+# INTERNAL names static libraries of ours that become part of it; DEPENDS other libraries of ours, without a suffix;
+# LIBRARIES anything else. cmake/exports/NAME.txt lists what the shared one exports.
 function(bx_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;INTERNAL;DEPENDS;LIBRARIES" ${ARGN})
   add_library(${name}_objects OBJECT ${ARG_SOURCES})
   target_compile_definitions(${name}_objects PRIVATE ${name}_EXPORTS)
   target_link_libraries(${name}_objects PRIVATE bx_options PUBLIC ${ARG_LIBRARIES})
-  target_include_directories(${name}_objects PUBLIC ${CMAKE_SOURCE_DIR}/include PRIVATE ${CMAKE_SOURCE_DIR}/src)
+  bx_headers(${name}_objects)
+  target_include_directories(${name}_objects PRIVATE ${PROJECT_SOURCE_DIR}/src)
   add_library(${name} SHARED)
-  add_library(${name}_static STATIC)
+  add_library(${name}_static STATIC EXCLUDE_FROM_ALL)
   foreach(suffix "" "_static")
     target_link_libraries(${name}${suffix} PRIVATE bx_options ${name}_objects ${ARG_INTERNAL} PUBLIC ${ARG_LIBRARIES})
-    target_include_directories(${name}${suffix} PUBLIC ${CMAKE_SOURCE_DIR}/include)
+    bx_headers(${name}${suffix})
     foreach(dependency ${ARG_DEPENDS})
       target_link_libraries(${name}${suffix} PUBLIC ${dependency}${suffix})
     endforeach()
   endforeach()
-  target_include_directories(${name}_static PUBLIC ${CMAKE_SOURCE_DIR}/src)
+  target_include_directories(${name}_static PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  bx_shared(${name} ${name})
+endfunction()
+
+# bx_headers(NAME): NAME and whoever links it compile our public headers.
+function(bx_headers name)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
+  target_include_directories(${name} SYSTEM PUBLIC $<BUILD_INTERFACE:${BX_RAPIDJSON_INCLUDE_DIR}>)
+endfunction()
+
+# bx_c_library(NAME SOURCES ... OBJECTS ... INTERNAL ...): the shared library NAME, BX::C to hosts, of SOURCES and of the
+# objects of all our libraries: it depends on none of them.
+function(bx_c_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;OBJECTS;INTERNAL" ${ARGN})
+  list(TRANSFORM ARG_OBJECTS APPEND _objects)
+  add_library(${name} SHARED ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE bx_options ${ARG_OBJECTS} ${ARG_INTERNAL})
+  target_include_directories(${name}
+    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  bx_shared(${name} C)
+endfunction()
+
+# bx_shared(NAME EXPORT): what all shared libraries have in common. A minor version may change what is binary, so that
+# it is part of the name that programs look for. EXPORT is the name behind BX::.
+function(bx_shared name export)
+  set_target_properties(${name} PROPERTIES
+    EXPORT_NAME ${export}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+    INSTALL_RPATH $ORIGIN)
+  add_library(BX::${export} ALIAS ${name})
   bx_export(${name})
 endfunction()
 
 # bx_export(NAME): lets out of the shared library what its list names, in C++ as it is read, and nothing else: the
 # templates of the standard library and of Boost would leave as well. A line with a * is a pattern.
 function(bx_export name)
-  set(list ${CMAKE_SOURCE_DIR}/cmake/exports/${name}.txt)
-  set_property(DIRECTORY ${CMAKE_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
+  set(list ${PROJECT_SOURCE_DIR}/cmake/exports/${name}.txt)
+  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
   file(STRINGS ${list} names)
   list(TRANSFORM names REPLACE "^[^*]+$" "\"\\0\"")
   list(JOIN names "; " names)
-  set(script ${CMAKE_BINARY_DIR}/${name}.map)
+  set(script ${PROJECT_BINARY_DIR}/${name}.map)
   file(CONFIGURE OUTPUT ${script} CONTENT "{ global: extern \"C++\" { ${names}; }; local: *; };\n")
   target_link_options(${name} PRIVATE LINKER:--version-script=${script})
   set_target_properties(${name} PROPERTIES LINK_DEPENDS ${script})
@@ -77,7 +109,7 @@ endfunction()
 function(bx_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} PRIVATE bx_options ${ARG_LIBRARIES} GTest::gmock_main)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
 endfunction()
