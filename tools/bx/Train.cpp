@@ -112,7 +112,7 @@ class TrainSession {
       return !late && !recorder_.isOver() && recorder_.waiting() < mostWaiting;
     };
     while (const auto loss = followTraining(*connection_, take, goesOn)) {
-      const std::string problem =
+      std::string problem =
           options_.port + (loss->atEnd ? ": stop training: " : ": training: ") + explain(loss->failure);
       if (loss->atEnd || options_.retry <= 0) return problem;
       const auto obstacle = comeBack(problem, end);

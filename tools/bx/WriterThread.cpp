@@ -52,7 +52,13 @@ void WriterThread::run() {
   MutexLock lock(mutex_);
   while (!isOver_ && !(isFinishing_ && waiting_.empty())) {
     if (!waiting_.empty()) {
-      doNext(lock);
+      const Task& next =
+          waiting_.front();  // adding more leaves it where it is, and it counts as waiting until it is done
+      lock.unlock();
+      const bool wantsMore = attempt(next);
+      lock.lock();
+      waiting_.pop_front();
+      isOver_ = !wantsMore;
     } else if (changed_.wait_for(lock.native(), idleInterval) == std::cv_status::timeout) {
       lock.unlock();
       idle_();
@@ -62,21 +68,14 @@ void WriterThread::run() {
   waiting_.clear();
 }
 
-// It counts as waiting until it is done.
-void WriterThread::doNext(MutexLock& lock) {
-  const Task& next = waiting_.front();  // adding more leaves it where it is
-  lock.unlock();
-  bool wantsMore = false;
-  std::exception_ptr failure;
+bool WriterThread::attempt(const Task& task) {
   try {
-    wantsMore = next();
+    return task();
   } catch (...) {
-    failure = std::current_exception();
+    const MutexLock lock(mutex_);
+    failure_ = std::current_exception();
+    return false;
   }
-  lock.lock();
-  waiting_.pop_front();
-  isOver_ = !wantsMore;
-  failure_ = failure;
 }
 
 }  // namespace BX::tool

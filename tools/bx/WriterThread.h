@@ -35,7 +35,7 @@ class WriterThread {
 
  private:
   void run();
-  void doNext(platform::MutexLock& lock) REQUIRES(mutex_);
+  bool attempt(const Task& task) EXCLUDES(mutex_);
   void join();
 
   const std::function<void()> idle_;
