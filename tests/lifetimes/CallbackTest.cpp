@@ -78,17 +78,19 @@ TEST(ReplyHandler, MayDoAnything) {
   for (const Deed& deed : deeds) happen(deed);
 }
 
-class CallbackBytes : public testing::Test {
- protected:
-  void SetUp() override {
-    com.initializePort(port);
-    ASSERT_TRUE(com.openPort());
-  }
-  DisturbedDevice device{streaming(1)};
+TEST(CallbackBytes, AreThoseThatTheCallbackIsCalledFor) {
+  const DisturbedDevice device{streaming(1)};
   BXSerialCom com;
-};
-
-TEST_F(CallbackBytes, AreThoseThatTheCallbackIsCalledFor) {
+  com.initializePort(port);
+  ASSERT_TRUE(com.openPort());
+  const auto ask = [&](const char* wanted, const std::string& item) {
+    for (std::size_t i = 0; i < scaled(300); ++i) {
+      com.sendDeviceInfoCommand(item, [&] { EXPECT_EQ(hexOf(com.getReceivedBytes()).substr(0, 6), wanted); });
+    }
+  };
+  std::thread other([&] { ask("596302", BXSerialCom::DEVICE_INFO_ID); });
+  ask("596300", BXSerialCom::DEVICE_INFO_SERIAL_NUMBER);
+  other.join();
   Event done;
   std::vector<std::string> seen;
   const auto see = [&] { seen.push_back(hexOf(com.getReceivedBytes())); };
@@ -102,17 +104,6 @@ TEST_F(CallbackBytes, AreThoseThatTheCallbackIsCalledFor) {
   stream(com);
   ASSERT_TRUE(done.wait());
   EXPECT_EQ(seen, (std::vector<std::string>{"CA41", "5970", "CA41"}));
-}
-
-TEST_F(CallbackBytes, AreKeptApartWhenTwoThreadsAsk) {
-  const auto ask = [&](const char* wanted, const std::string& item) {
-    for (std::size_t i = 0; i < scaled(300); ++i) {
-      com.sendDeviceInfoCommand(item, [&] { EXPECT_EQ(hexOf(com.getReceivedBytes()).substr(0, 6), wanted); });
-    }
-  };
-  std::thread other([&] { ask("596302", BXSerialCom::DEVICE_INFO_ID); });
-  ask("596300", BXSerialCom::DEVICE_INFO_SERIAL_NUMBER);
-  other.join();
 }
 
 // ---- Of the registry: in the stream handler of the host's own, beside a stop or not, and when a device hangs up.

@@ -17,35 +17,23 @@ constexpr std::size_t budget = 2 * bound;
 constexpr std::size_t endless = 3 * bound;
 constexpr std::size_t payloadSize = 200;
 
-// What goes out instead of what the device says, given what the host has said since.
-using Change = std::function<sim::Bytes(const sim::Bytes& fromDevice, const sim::Bytes& fromHost)>;
+// What goes out instead of what the device says.
+using Change = std::function<sim::Bytes(const sim::Bytes& fromDevice)>;
 
 // Shared by the device's end of the line and the test.
 struct Rogue {
   std::mutex mutex;
   Change change;
-  sim::Bytes fromHost;
   std::size_t sent = 0;
 };
 
 class RogueEnd : public Around {
  public:
   RogueEnd(std::unique_ptr<link::Transport> inner, Rogue& rogue) : Around(std::move(inner)), rogue_(rogue) {}
-  void open(Events events) override {
-    const auto received = [this, inner = events.received](std::span<const std::uint8_t> bytes) {
-      {
-        const std::scoped_lock lock(rogue_.mutex);
-        rogue_.fromHost.insert(rogue_.fromHost.end(), bytes.begin(), bytes.end());
-      }
-      inner(bytes);
-    };
-    Around::open({received, events.hungUp});
-  }
   void write(std::vector<std::uint8_t> bytes) override {
     {
       const std::scoped_lock lock(rogue_.mutex);
-      const auto fromHost = std::exchange(rogue_.fromHost, {});
-      if (rogue_.change) bytes = rogue_.change(bytes, fromHost);
+      if (rogue_.change) bytes = rogue_.change(bytes);
       rogue_.sent += bytes.size();
     }
     Around::write(std::move(bytes));
@@ -68,9 +56,7 @@ bool leaveAStreamUnheard(BXSerialCom& com) {
   return !com.getError();
 }
 
-sim::Bytes echo(const sim::Bytes&, const sim::Bytes& fromHost) { return fromHost; }
-
-sim::Bytes garbage(const sim::Bytes& bytes, const sim::Bytes&) {
+sim::Bytes garbage(const sim::Bytes& bytes) {
   static std::mt19937 random(seed);
   sim::Bytes noise(10 * bytes.size());
   for (auto& byte : noise) byte = static_cast<std::uint8_t>(random());
@@ -106,12 +92,11 @@ void misbehave(std::size_t payloads, std::size_t size, const Change& change, boo
 
 TEST(Rogue, EndsAnExchangeSoonAndLeavesThePortUsable) {
   link::setOptions({.resend = 30ms});
-  const auto deaf = [n = 0](const auto& bytes, const auto&) mutable { return ++n == 1 ? bytes : sim::Bytes(); };
+  const auto deaf = [n = 0](const auto& bytes) mutable { return ++n == 1 ? bytes : sim::Bytes(); };
   misbehave(endless / payloadSize, payloadSize, {}, readPage, FailureKind::AnswerTooLong);
   misbehave(1, endless, {}, readPage, FailureKind::AnswerTooLong);
   misbehave(0, 0, {}, leaveAStreamUnheard, FailureKind::QueueFull);
   misbehave(0, 0, deaf, poll, FailureKind::NotAcknowledged);
-  misbehave(0, 0, echo, poll, FailureKind::NoDevice);
   misbehave(0, 0, garbage, poll, FailureKind::NoDevice);
   link::setTransport(port, {});
   link::setOptions({});

@@ -19,16 +19,19 @@ using test::await;
 using test::bytesOf;
 using test::Event;
 using test::hexOf;
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
+using Texts = std::vector<std::string>;
+
 class LinkTest : public testing::Test {
  protected:
   void start(sim::Options options = {}) {
+    com.reset();
+    device.reset();
     device = std::make_unique<test::DisturbedDevice>(std::move(options));
     com = std::make_unique<BXSerialCom>();
     com->initializePort(device->port);
@@ -38,7 +41,7 @@ class LinkTest : public testing::Test {
     com.reset();
     link::setOptions({});
   }
-  void startStreaming(const std::vector<std::string>& payloads) {
+  void startStreaming(const Texts& payloads) {
     sim::Options options;
     options.rate = 100'000;
     options.stream.emplace();
@@ -72,7 +75,7 @@ class LinkTest : public testing::Test {
 
   std::unique_ptr<test::DisturbedDevice> device;
   std::unique_ptr<BXSerialCom> com;
-  std::vector<std::string> received;
+  Texts received;
   const std::function<void()> keep = [this] { received.push_back(hexOf(com->getReceivedBytes())); };
   Event removed;
 };
@@ -171,22 +174,18 @@ TEST_F(LinkTest, deliversAStoredPageWholeOrNotAtAll) {
   EXPECT_FALSE(com->isConnected());
 }
 
-TEST_F(LinkTest, streamsInOrderFromTheModesAnswerOn) {
-  startStreaming({"CA01", "CA02", "CA03"});
-  EXPECT_FALSE(com->getStreaming());
-  com->startSessionListening();
-  EXPECT_TRUE(com->getStreaming());
-  EXPECT_TRUE(com->setDeviceMode(BXSerialCom::RESTING, true));
-  EXPECT_THAT(received, ElementsAre("CA01", "CA02", "CA03", "596F"));
-  awaitEnd();
-}
-
-TEST_F(LinkTest, readsTheModesAnswerItselfWhenTheStreamHasEnded) {
-  startStreaming({"CA01", "59"});
-  com->startSessionListening();
-  awaitEnd();
-  EXPECT_TRUE(com->setDeviceMode(BXSerialCom::RESTING, true));
-  EXPECT_THAT(received, ElementsAre("CA01", "59"));
+TEST_F(LinkTest, streamsInOrderFromTheModesAnswerOnToTheNextOrTheDevicesOwnEnd) {
+  for (const bool endsItself : {false, true}) {
+    received.clear();
+    startStreaming({"CA01", "CA02", endsItself ? "59" : "CA03"});
+    EXPECT_FALSE(com->getStreaming());
+    com->startSessionListening();
+    if (endsItself) awaitEnd();
+    EXPECT_EQ(com->getStreaming(), !endsItself);
+    EXPECT_TRUE(com->setDeviceMode(BXSerialCom::RESTING, true));
+    EXPECT_EQ(received, endsItself ? Texts({"CA01", "CA02", "59"}) : Texts({"CA01", "CA02", "CA03", "596F"}));
+    awaitEnd();
+  }
 }
 
 TEST_F(LinkTest, listensAnewAsSoonAsTheFlagOfAStreamIsCleared) {
@@ -231,7 +230,7 @@ TEST_F(LinkTest, endsAStreamWhoseHandlerWaitsToExchange) {
 }
 
 TEST_F(LinkTest, handlesWhatHasArrivedBeforeItStopsListening) {
-  startStreaming(std::vector<std::string>(500, "CA65"));
+  startStreaming(Texts(500, "CA65"));
   Event stopped;
   com->setProcessTrainingCallback([&] {
     stopped.wait();
@@ -281,8 +280,18 @@ TEST_F(LinkTest, doesNotWaitForAHandlerThatStaysAway) {
   awaitEnd();
 }
 
+TEST_F(LinkTest, endsAStreamOfASilentDevice) {
+  link::setOptions({.keepAlive = 20ms});
+  startStreaming({"CA01"});
+  com->startSessionListening();
+  device->hostsLine.silence(true);
+  awaitEnd();
+  EXPECT_EQ(link::lastFailure(device->port).kind, link::FailureKind::NotAcknowledged);
+  EXPECT_TRUE(com->getError() && com->isConnected());
+}
+
 TEST_F(LinkTest, endsAStreamWhoseEndFoundNoRoom) {
-  std::vector<std::string> payloads(4200, std::string(448, 'C'));  // they leave no room at all
+  Texts payloads(4200, std::string(448, 'C'));  // they leave no room at all
   payloads.emplace_back("59");
   startStreaming(payloads);
   com->startSessionListening();
@@ -357,23 +366,8 @@ TEST_F(LinkTest, closesFromInsideAHandlerAndCallsNoOther) {
   EXPECT_TRUE(com->openPort() && com->poll());
 }
 
-TEST_F(LinkTest, closesFromAnotherThreadAndEndsTheExchange) {
-  link::setOptions({.resend = 60min, .reply = 60min});
-  start();
-  device->hostsLine.hold();
-  Event asked;
-  device->hostsLine.arm(0, [&] { asked.set(); });
-  std::thread closer([&] {
-    asked.wait();
-    com->closePort();
-  });
-  EXPECT_FALSE(com->poll());
-  closer.join();
-  EXPECT_EQ(reason(), "closed by the host");
-}
-
 // Each of them would last for ever.
-TEST_F(LinkTest, endsWhateverACancelledThreadWaitsFor) {
+TEST_F(LinkTest, endsWhateverAThreadWaitsForThatIsCancelledOrClosed) {
   link::setOptions({.resend = 60min, .reply = 60min, .keepAlive = 60min});
   startStreaming({"CA01"});
   Event left;
@@ -419,6 +413,13 @@ TEST_F(LinkTest, endsWhateverACancelledThreadWaitsFor) {
   EXPECT_TRUE(com->poll()) << reason();
   const auto sent = device->sent();
   EXPECT_EQ(sent[sent.size() - 2], "6F0473");
+  device->hostsLine.hold();
+  Event last;
+  device->hostsLine.arm(0, [&] { last.set(); });
+  std::thread closer([&] { last.wait(), com->closePort(); });
+  EXPECT_FALSE(com->poll());
+  closer.join();
+  EXPECT_EQ(reason(), "closed by the host");
 }
 
 TEST(Waiting, IsAsTheHostWantsIt) {

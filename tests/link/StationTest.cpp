@@ -98,17 +98,6 @@ TEST(Station, waitsForTheLastByteToLeave) {
   EXPECT_EQ(line.carried[ToDevice], 3U);
 }
 
-TEST(Station, endsTheSessionWhenAPayloadIsTooLong) {
-  Line line;
-  request(line);
-  line.device.send(1, false, maxPayloadSize, line.now);
-  line.device.send(1, false, maxPayloadSize + 1, line.now);
-  line.run(600s);
-  EXPECT_EQ(line.host.delivered, 1U);
-  EXPECT_EQ(line.host.ended, Ending::PayloadTooLong);
-  EXPECT_EQ(line.device.ended, Ending::Disconnected);
-}
-
 // Whoever has lost the session has done nothing of a request that comes now.
 TEST(Station, renewsALostSessionAndSendsTheRequestAgain) {
   Line line;

@@ -98,6 +98,9 @@ TEST(Failure, ARefusalIsToldByItsStep) {
     bx info /dev/none --trace $FOLDER/none; ls $FOLDER/none | 2 | | bx: /dev/none: ...\nls: ...
     bx info $PORT --quiet --overwrite --trace $FOLDER/kept >&2; head -1 $FOLDER/kept | 0 | ... * opened $PORT | {...}
     (flock 9; bx info $PORT --quiet --overwrite --trace $FOLDER/kept) 9<$FOLDER/kept | 1 | {...} | bx: $FOLDER/kept: open: in use by another program, after 0 lines: the rest is not traced
+    stty -F $PORT sane ixoff; stty -gF $PORT >$FOLDER/found; bx info $PORT --quiet; stty -gF $PORT \p diff $FOLDER/found - | 0 | {...} |
+    bx info $PORT --baud 12345; stty -gF $PORT \p diff $FOLDER/found - | 0 | | bx: $PORT: open: the port does not take 12345 baud
+    export -f bx; SHELL=/bin/bash script -qec 'stty -g >$FOLDER/own; bx info /dev/tty; bx info `tty`; stty -g \p diff $FOLDER/own -' /dev/null | 0 | bx: /dev/tty: ...is this program's own terminal...\nbx: /dev/pts/...is this program's own terminal... |
     bx target $PORT --get 77 | 1 | | bx: $PORT: download target: ring target 77: ...
     bx-sim --script <(echo '6302 =')
     bx info $PORT | 1 | | bx: $PORT: connect: refused by the device...
