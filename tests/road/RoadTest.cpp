@@ -54,9 +54,9 @@ TEST(Road, EveryStreamedPayloadIsOneLineInOrderUntilInterrupted) {
   }
 }
 
-// Some are forced upon the wire as the library makes them, with the device settings that were read. The last device says
-// less than it should, and something unknown of what it does when it is switched on.
-TEST(Road, SettingsAreWrittenForFilesOnlyAndWhatIsPrintedIsTakenBack) {
+// Some are forced upon the wire as the library makes them, with the device settings that were read. The last device
+// says less than it should, and something unknown of what it does when it is switched on.
+TEST(Road, SettingsAndTargetsGoUpAndWhatComesDownIsTakenBack) {
   expectDialogues(R"(
     bx-sim --transcript $FOLDER/transcript
     bx info $PORT \p tee $FOLDER/info | 0 | {..."SerialNumber":"...",...} |
@@ -69,18 +69,12 @@ TEST(Road, SettingsAreWrittenForFilesOnlyAndWhatIsPrintedIsTakenBack) {
     bx info $PORT --all >$FOLDER/all | 0 | |
     printf '{"settings":%s,"session":%s,"usageInformation":"12 h 345 shots","errorCounters":"0","ringTargetInUse":2,"silhouetteTargetInUse":null}\n' "`cat $FOLDER/written`" "`cat $FOLDER/session`" \p diff - $FOLDER/all | 0 | |
     bx target $PORT --get 2 >$FOLDER/ring | 0 | |
-    bx --quiet target $PORT $FOLDER/ring | 0 | |
+    tr -d ' ' <examples/ring-300m-rifle.json \p grep -oE '"(RingT.*N\pNom\pDiam).*:[0-9]+' \p sort >$FOLDER/given | 0 | |
+    grep -oE '"(RingT[a-z]*N\pNom\pDiam)[^:]*:[0-9]+' $FOLDER/ring \p sort \p diff - $FOLDER/given | 0 | |
+    bx target $PORT $FOLDER/ring | 0 | | ***missing "NumberOfPrisms"***Target uploaded.
     printf '6500 = 596500100003\n6501 = 5965011C21FF05\n6306 = 0000\n' >$FOLDER/script | 0 | |
     bx-sim --script $FOLDER/script
     bx info $PORT --all | 0 | {"settings":{...},"session":{},"usageInformation":"...","errorCounters":null,"ringTargetInUse":null,"silhouetteTargetInUse":null} |)");
-}
-
-TEST(Road, ATargetGoesUpAndComesDown) {
-  expectDialogues(R"(
-    bx-sim
-    bx target $PORT examples/ring-300m-rifle.json | 0 | | Target uploaded.
-    tr -d ' ' <examples/ring-300m-rifle.json \p grep -oE '"(RingT.*N\pNom\pDiam).*:[0-9]+' \p sort >$FOLDER/given | 0 | |
-    bx target $PORT --get 2 \p grep -oE '"(RingT[a-z]*N\pNom\pDiam)[^:]*:[0-9]+' \p sort \p diff - $FOLDER/given | 0 | |)");
 }
 
 TEST(Road, ASessionIsWrittenStoredDownloadedAndCleared) {
