@@ -75,6 +75,27 @@ BX_SERIAL_COM_API Failure lastFailure(const std::string& port);
 // The same as one line, with the first bytes of the request ("in use by another program", "no answer within 2.0 s",
 // "refused by the device (request 6F 4D BC)"). Empty when none has failed.
 BX_SERIAL_COM_API std::string lastError(const std::string& port);
+BX_SERIAL_COM_API std::string textOf(const Failure& failure);
+
+// Keeps why openings and exchanges of the calling thread have failed since it was made: what lastFailure tells may have
+// failed on another thread meanwhile. Failures of a stream are not kept. Made and destroyed on one thread. Watches
+// nest: the innermost one counts alone.
+class BX_SERIAL_COM_API FailureWatch {
+ public:
+  FailureWatch();
+  ~FailureWatch();
+  FailureWatch(const FailureWatch&) = delete;
+  FailureWatch& operator=(const FailureWatch&) = delete;
+  // Kind None when none has failed.
+  const Failure& first() const { return first_; }
+  const Failure& last() const { return last_; }
+
+ private:
+  friend void noteFailure(const Failure& failure);
+  Failure first_;
+  Failure last_;
+  FailureWatch* outer_;
+};
 
 class CancellationState;
 
@@ -138,6 +159,17 @@ BX_SERIAL_COM_API bool setTraceFile(const std::string& path, bool overwrite = tr
 // all is well. From the first failure on nothing more is written, so that what stands there are whole lines without a
 // gap. Any thread, at any time.
 BX_SERIAL_COM_API std::string traceError();
+
+// A serial port of this machine, and what its adapter says of itself; empty: not known.
+struct PortInfo {
+  std::string port;
+  std::string stableName;  // by which it is the same after it was unplugged, such as /dev/serial/by-id/...
+  std::string manufacturer;
+  std::string product;
+  std::string serialNumber;
+};
+// By ascending name. Opens no port.
+BX_SERIAL_COM_API std::vector<PortInfo> listPorts();
 
 // What a transport may throw when the line cannot be had, to tell the kind of the failure as well.
 class BX_SERIAL_COM_API OpenFailure : public std::runtime_error {

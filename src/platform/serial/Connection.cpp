@@ -6,6 +6,7 @@
 #include "platform/AtExit.h"
 #include "platform/codec/Payload.h"
 #include "platform/serial/Cancelling.h"
+#include "platform/serial/FailureWatch.h"
 
 namespace BX::link {
 
@@ -179,7 +180,9 @@ bool Connection::handOver(const std::vector<Bytes>& payloads, const Handler& han
   for (const Bytes& payload : payloads) {
     handlers_->lastReply.set(payload);
     auto failure = handlers_->call(opening_, payload, handler, "the answer could not be read");
-    if (failure) return report(std::move(*failure));
+    if (!failure) continue;
+    noteFailure(*failure);
+    return report(std::move(*failure));
   }
   return true;
 }
@@ -188,13 +191,16 @@ void Connection::startListening() {
   awaitEarlierStream();
   const auto self = shared_from_this();
   const MutexLock lock(mutex_);
-  if (isCancelled() || closed_ || listening_.isActive() || (hungUp_ && !listening_.keeps())) return;
+  if (isCancelled()) return noteFailure(describe(FailureKind::Cancelled));
+  if (closed_ || listening_.isActive() || (hungUp_ && !listening_.keeps())) return;
   try {
     listening_.start(
         sessionUp_, [self](const Bytes& payload) { return self->handleStreamed(payload); },
         [self] { self->listeningEnded(); });
   } catch (const std::system_error& reason) {
-    report({FailureKind::System, {}, std::string("no thread to listen: ") + reason.what()});
+    const Failure failure{FailureKind::Memory, {}, std::string("no thread to listen: ") + reason.what()};
+    noteFailure(failure);
+    report(failure);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "bx/BXSerialCom.h"
+#include "platform/serial/FailureWatch.h"
 
 namespace BX::link {
 
@@ -33,11 +34,10 @@ bool Link::open() {
     replaceConnection(std::make_shared<Connection>(port(), handlers_));
     return true;
   } catch (const OpenFailure& reason) {
-    setLastFailure(port(), {reason.kind(), {}, reason.what()});
+    return note({reason.kind(), {}, reason.what()});
   } catch (const std::exception& reason) {
-    setLastFailure(port(), {FailureKind::System, {}, reason.what()});
+    return note({FailureKind::System, {}, reason.what()});
   }
-  return false;
 }
 
 bool Link::close() {
@@ -82,6 +82,11 @@ bool Link::exchange(const Bytes& request, const Expected& expected, const Handle
 
 bool Link::fail(Failure failure) {
   handlers_->error = true;
+  return note(std::move(failure));
+}
+
+bool Link::note(Failure failure) {
+  noteFailure(failure);
   setLastFailure(port(), std::move(failure));
   return false;
 }

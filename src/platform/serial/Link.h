@@ -39,6 +39,7 @@ class Link {
   bool fail(Failure failure);
 
  private:
+  bool note(Failure failure);  // always false
   std::shared_ptr<Connection> replaceConnection(std::shared_ptr<Connection> connection);
 
   // Opening and closing take turns. Never held while a handler is waited for, and taken before any other.

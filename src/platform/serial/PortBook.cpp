@@ -74,8 +74,9 @@ Failure lastFailure(const std::string& port) {
   return lookUp(book().failures, port);
 }
 
-std::string lastError(const std::string& port) {
-  const Failure failure = lastFailure(port);
+std::string lastError(const std::string& port) { return textOf(lastFailure(port)); }
+
+std::string textOf(const Failure& failure) {
   return failure.request.empty()
              ? failure.text
              : failure.text + " (request " + platform::hexOf(failure.request, " ", bytesInText) + ")";

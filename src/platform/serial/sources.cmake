@@ -3,9 +3,11 @@ list(APPEND serial_sources
   platform/serial/Cancelling.cpp
   platform/serial/Connection.cpp
   platform/serial/Engine.cpp
+  platform/serial/FailureWatch.cpp
   platform/serial/Link.cpp
   platform/serial/Listening.cpp
   platform/serial/Loop.cpp
   platform/serial/PortBook.cpp
+  platform/serial/PortList.cpp
   platform/serial/SerialPortHandle.cpp
   platform/serial/SerialPortTransport.cpp)
