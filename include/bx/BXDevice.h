@@ -11,10 +11,10 @@
 // unless they say so: BXDeviceManager does that around them.
 //
 // Threads. One thread of the host uses a device at a time. While it streams, records arrive on the listening thread,
-// and beside it these may be called: getTrainingFrames, takeTrainingFrames, clearTrainingFrames, trainingFrameCount,
-// setDeviceMode, stopThread, hasError and copying. Everything else waits until the stream has ended. isDownloading,
-// downloadProgress and hasError may be called from any thread at any time. When the port is hung up during a stream,
-// the listening thread closes it and changes nothing else: records, documents and targets stay as they are.
+// and beside it these may be called: getTrainingFrames, takeTrainingFrames, clearTrainingFrames, setDeviceMode,
+// stopThread and copying. Everything else waits until the stream has ended. isDownloading, downloadProgress, hasError,
+// trainingFrameCount and receivedFrameCount may be called from any thread at any time. When the port is hung up during
+// a stream, the listening thread closes it and changes nothing else: records, documents and targets stay as they are.
 //
 // Documents are values: what is passed in or returned is copied. References from the getters are to the device's own
 // documents and end with the device; changing one sends nothing. docs/ tables keys, types and units. A missing
@@ -176,8 +176,11 @@ class BX_DEVICE_API BXDevice {
   // The records that have come since, which are then forgotten, whether the device streams or not: across the end of a
   // stream none is lost and none comes twice.
   std::vector<Json> takeTrainingFrames();
-  // How many records wait.
+  // The first `most` of them at most; the others wait on.
+  std::vector<Json> takeTrainingFrames(std::size_t most);
+  // How many records wait, and how many have come since the port was opened.
   std::size_t trainingFrameCount() const;
+  std::uint64_t receivedFrameCount() const;
   void clearTrainingFrames();
 
   // ---- Targets. Mode 6. Stored targets are kept by number until disconnectDevice, clearTargetData or the next
@@ -197,8 +200,8 @@ class BX_DEVICE_API BXDevice {
   std::vector<Json> getAllTargets() const;
   // Tells which of the device's targets is in use when this object has not uploaded it: positions and distances of
   // the coming shots are decoded with it from the first on. "RING" means a ring target, any other type a silhouette
-  // target; none of the other kind is in use then. `number` 0 to 254; 255: none. Sends nothing, and fetches nothing: the
-  // distance that positions are scaled with is that of the target that was uploaded or downloaded last.
+  // target; none of the other kind is in use then. `number` 0 to 254; 255: none. Sends nothing, and fetches nothing:
+  // the distance that positions are scaled with is that of the target that was uploaded or downloaded last.
   void setTargetInUse(const std::string& type, std::int32_t number);
   // Forgets the kept targets and which are in use; sends nothing.
   void clearTargetData();
@@ -258,11 +261,12 @@ class BX_DEVICE_API BXDevice {
   Json deviceSettings;
   Json target;
   Json sessionSettings;
-  // Guards what the listening thread changes beside the host, and what may be asked for from any thread: the three
+  // Guards what the listening thread changes beside the host, and what may be asked for from any thread: the four
   // members below, and the numbers of the targets in use while a stream is listened to. Of other locks only those of
   // the link are taken under it, and none of those is held while a handler runs.
   mutable boost::mutex trainingFramesMutex;
   std::vector<Json> trainingFrames;
+  std::uint64_t receivedFrames = 0;
   std::uint32_t aimTimerStart = 0;
   DownloadProgress progress;
   std::vector<Bytes> storedResultPages;

@@ -20,7 +20,7 @@
 //   - A removal waits for no operation: it closes the port, which makes an operation under way on another thread fail
 //     at once, and the device is destroyed when that operation ends. It waits for a handler that runs on another
 //     thread. Of two removals of one device the second returns at once, with false.
-//   - takeTrainingFrames waits for nobody.
+//   - takeTrainingFrames and getDeviceState wait for nobody.
 //   - A hang-up during a stream removes the device, on its listening thread, beside whatever else runs. No operation
 //     waits for a device that has hung up.
 //   - Inside a handler or the remove-device callback everything may be called. There an operation on the same port may
@@ -28,8 +28,11 @@
 //     that remove each other's devices at the same time wait for each other.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -64,10 +67,29 @@ class BX_DEVICE_API BXDeviceManager {
   // outlives a hang-up: the device is then closed and no longer registered, and else as it was, its records included.
   // It is destroyed when its port is added anew, or by disconnectDevices, assignment or destruction.
   BXDevice& getDevice(const std::string& port);
+  // The same for a host of several threads: the device lives as long as somebody shares it, removed or not, and the
+  // last one to let go of it destroys it. Null when none is registered.
+  std::shared_ptr<BXDevice> shareDevice(const std::string& port) const;
+  // The registered ports.
+  std::vector<std::string> getPorts() const;
   // Closes the port and destroys the device: 500 ms. False when the port is not registered.
   bool removeDevice(const std::string& port);
   // The same for a C string; false also on any exception.
   bool internalRemoveDevice(const char* port);
+
+  // What can be told at any time of the registered device, or of the one that was hung up, until its port is added
+  // anew; nothing when there is neither. Waits for nobody.
+  struct DeviceState {
+    bool hungUp = false;  // during a stream; the device is not registered any more
+    bool connected = false;
+    bool streaming = false;
+    bool downloading = false;
+    bool error = false;                 // BXDevice::hasError
+    std::size_t recordsWaiting = 0;     // for takeTrainingFrames
+    std::uint64_t recordsReceived = 0;  // since the port was opened
+    BXDevice::DownloadProgress progress;
+  };
+  std::optional<DeviceState> getDeviceState(const std::string& port) const;
 
   // ---- Connecting
 
@@ -119,12 +141,19 @@ class BX_DEVICE_API BXDeviceManager {
   // stream has ended, and after the port was hung up, until it is added anew. Waits for nobody: any thread may ask at
   // any time. Empty during a download or clear of stored results, whose records these then are.
   std::vector<Json> takeTrainingFrames(const std::string& port);
+  // The first `most` of them at most; the others wait on.
+  std::vector<Json> takeTrainingFrames(const std::string& port, std::size_t most);
 
   // ---- Targets and stored results. Not while the device streams.
 
   // Mode 6, keeps `target` and uploads it, mode 4. "RING" uploads a ring target (4 exchanges), any other type a
   // silhouette target (up to 66). True when the device accepted all of it.
   bool createTargetOnDevice(const std::string& port, const std::string& targetType, Json& target);
+  // Mode 6, fetches the target stored as `number`, "RING" or any other type as above (4 or 66 exchanges), mode 4. It is
+  // kept, and `target` becomes a copy of it. False, with `target` unchanged, when any of it failed.
+  bool downloadTarget(const std::string& port, const std::string& targetType, std::int32_t number, Json& target);
+  // The kept targets, as BXDevice::getAllTargets gives them.
+  std::vector<Json> getTargets(const std::string& port);
   // Forgets the kept targets; sends nothing.
   void clearTargetData(const std::string& port);
   // Mode 6, fetches every stored record (BXDevice::sendDownloadFrame), mode 4. The records in the device's order; empty

@@ -57,6 +57,10 @@ bool BXDevice::connectDevice(bool skipStartup) {
     if (++tries > openTries) return false;
   }
   clearTrainingFrames();
+  {
+    const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+    receivedFrames = 0;
+  }
   if (!skipStartup) {
     log("Send Startup Command");
     platform::wait(startupDelay);

@@ -1,4 +1,5 @@
 // The training stream: starting and stopping it, and the records that it brings.
+#include <iterator>
 #include <utility>
 
 #include "bx/BXDevice.h"
@@ -42,6 +43,7 @@ void BXDevice::processTrainingData() {
   }
   const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
   trainingFrames.push_back(processRecord(bytes));
+  ++receivedFrames;
 }
 
 // Empty for what is no record, or too short for one.
@@ -74,9 +76,23 @@ std::vector<BXDevice::Json> BXDevice::takeTrainingFrames() {
   return std::exchange(trainingFrames, {});
 }
 
+std::vector<BXDevice::Json> BXDevice::takeTrainingFrames(std::size_t most) {
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  if (trainingFrames.size() <= most) return std::exchange(trainingFrames, {});
+  const auto end = trainingFrames.begin() + static_cast<std::ptrdiff_t>(most);
+  std::vector<Json> first(std::make_move_iterator(trainingFrames.begin()), std::make_move_iterator(end));
+  trainingFrames.erase(trainingFrames.begin(), end);
+  return first;
+}
+
 std::size_t BXDevice::trainingFrameCount() const {
   const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
   return trainingFrames.size();
+}
+
+std::uint64_t BXDevice::receivedFrameCount() const {
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  return receivedFrames;
 }
 
 void BXDevice::clearTrainingFrames() {

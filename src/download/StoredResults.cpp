@@ -115,6 +115,7 @@ void BXDevice::decodeStoredRecords() {
   }
   const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
   trainingFrames.swap(decoded);
+  receivedFrames += trainingFrames.size();
 }
 
 void BXDevice::processDownloadTrainingData() {

@@ -4,6 +4,7 @@
 #include "bx/BXDeviceManager.h"
 
 #include <iostream>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -39,6 +40,29 @@ BXDevice& BXDeviceManager::getDevice(const std::string& port) {
   const auto entry = registry->find(port);
   if (!entry) throw std::out_of_range("no device on port " + port);
   return entry->device;
+}
+
+std::shared_ptr<BXDevice> BXDeviceManager::shareDevice(const std::string& port) const {
+  auto entry = registry->find(port);
+  BXDevice* const device = entry ? &entry->device : nullptr;
+  return {std::move(entry), device};
+}
+
+std::vector<std::string> BXDeviceManager::getPorts() const { return registry->ports(); }
+
+std::optional<BXDeviceManager::DeviceState> BXDeviceManager::getDeviceState(const std::string& port) const {
+  std::optional<DeviceState> state;
+  registry->look(port, [&state](Entry& entry, bool hungUp) {
+    state = {.hungUp = hungUp,
+             .connected = entry.device.getSerialCom().isConnected(),
+             .streaming = entry.device.getSerialCom().getStreaming(),
+             .downloading = entry.device.isDownloading(),
+             .error = entry.device.hasError(),
+             .recordsWaiting = entry.device.trainingFrameCount(),
+             .recordsReceived = entry.device.receivedFrameCount(),
+             .progress = entry.device.downloadProgress()};
+  });
+  return state;
 }
 
 bool BXDeviceManager::removeDevice(const std::string& port) {
@@ -78,11 +102,16 @@ void BXDeviceManager::disconnectDevices() {
 }
 
 std::vector<BXDeviceManager::Json> BXDeviceManager::takeTrainingFrames(const std::string& port) {
-  const auto entry = registry->findOrRetired(port);
-  if (!entry) return {};
-  const platform::MutexLock lock(entry->records);
-  if (entry->recordsInUse) return {};
-  return entry->device.takeTrainingFrames();
+  return takeTrainingFrames(port, std::numeric_limits<std::size_t>::max());
+}
+
+std::vector<BXDeviceManager::Json> BXDeviceManager::takeTrainingFrames(const std::string& port, std::size_t most) {
+  std::vector<Json> taken;
+  registry->look(port, [&taken, most](Entry& entry, bool) {
+    const platform::MutexLock lock(entry.records);
+    if (!entry.recordsInUse) taken = entry.device.takeTrainingFrames(most);
+  });
+  return taken;
 }
 
 // Runs on the listening thread of `own`, whose destructor waits for that: it is alive without being held here, and is

@@ -99,6 +99,26 @@ bool BXDeviceManager::createTargetOnDevice(const std::string& port, const std::s
   return false;
 }
 
+bool BXDeviceManager::downloadTarget(const std::string& port, const std::string& targetType, std::int32_t number,
+                                     Json& target) {
+  const LockedDevice device = registry->lock(port);
+  if (!device) return false;
+  const bool isRing = targetType == text::ring;
+  useTransferMode(*device);
+  const bool fetched = isRing ? device->downloadRingTarget(number) : device->downloadSilhouetteTarget(number);
+  rest(*device);
+  auto& targets = isRing ? device->ringTargets : device->silhouetteTargets;
+  const auto found = targets.find(number);
+  if (!fetched || found == targets.end()) return false;
+  target = found->second;
+  return true;
+}
+
+std::vector<MORVA::MORVADataTypeJSON> BXDeviceManager::getTargets(const std::string& port) {
+  const LockedDevice device = registry->lock(port);
+  return device ? device->getAllTargets() : std::vector<Json>();
+}
+
 void BXDeviceManager::clearTargetData(const std::string& port) {
   if (const LockedDevice device = registry->lock(port)) device->clearTargetData();
 }

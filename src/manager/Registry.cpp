@@ -14,11 +14,12 @@ BXDeviceManager::Registry::Shared BXDeviceManager::Registry::find(const std::str
   return findLocked(port);
 }
 
-BXDeviceManager::Registry::Shared BXDeviceManager::Registry::findOrRetired(const std::string& port) const {
+void BXDeviceManager::Registry::look(const std::string& port, const std::function<void(Entry&, bool)>& see) const {
   const MutexLock lock(mutex_);
-  if (auto entry = findLocked(port)) return entry;
-  const auto found = retired_.find(port);
-  return found == retired_.end() ? nullptr : found->second;
+  for (const Devices* devices : {&registered_, &retired_}) {
+    const auto found = devices->find(port);
+    if (found != devices->end()) return see(*found->second, devices == &retired_);
+  }
 }
 
 std::vector<std::string> BXDeviceManager::Registry::ports() const {

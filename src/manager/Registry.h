@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -82,8 +83,9 @@ class BXDeviceManager::Connector {
   std::unique_lock<std::mutex> lock_;
 };
 
-// Its lock is held for look-ups and changes alone: never while a device is used, or destroyed, since that waits for the
-// device's listening thread, which may be retiring it. No member destroys a device that it removes; its caller does.
+// Its lock is held for look-ups and changes alone: never while an exchange is made or a device destroyed, since that
+// waits for the device's listening thread, which may be retiring it. No member destroys a device that it removes; its
+// caller does.
 class BXDeviceManager::Registry {
  public:
   using Shared = std::shared_ptr<Entry>;
@@ -94,8 +96,9 @@ class BXDeviceManager::Registry {
 
   // Null when there is none.
   Shared find(const std::string& port) const EXCLUDES(mutex_);
-  // The registered device, or the one that has hung up last.
-  Shared findOrRetired(const std::string& port) const EXCLUDES(mutex_);
+  // Calls `see` with the registered device, or with the one that has hung up last and true. Under the lock, since who
+  // only looks must not come to be the one to destroy it: `see` waits for nothing.
+  void look(const std::string& port, const std::function<void(Entry&, bool)>& see) const EXCLUDES(mutex_);
   std::vector<std::string> ports() const EXCLUDES(mutex_);
   // Waits for the operation under way on that port, if there is one.
   LockedDevice lock(const std::string& port) const EXCLUDES(mutex_);
