@@ -34,7 +34,7 @@ TEST(Train, TellsWhichTargetIsMissingAndTakesTheStoredOne) {
   expectDialogues(R"(
     bx-sim --rate 2000
     bx train $PORT --quiet --shots 2 --device examples/device-settings.json --target examples/ring-25m-precision-pistol.json >$FOLDER/own | 0 | |
-    bx train $PORT --shots 2 --output $FOLDER/none | 0 | | bx: warning: $PORT: no target is given: ...\nbx: warning: $PORT: shot 1 names ring target 1, which was not given: ... --target-number 1\n... 2 shots in $FOLDER/none
+    bx train $PORT --shots 2 --output $FOLDER/none | 0 | | bx: warning: $PORT: no target is given, but the device has ring target 1 in use: ... --target-number 1 ...\nbx: warning: $PORT: shot 1 names ring target 1, which was not given: ... --target-number 1\n... 2 shots in $FOLDER/none
     head -1 $FOLDER/none | 0 | {..."session":{},"target":null} |
     tail -1 $FOLDER/none | 0 | ..."Distance":-0.75,..."received":...} |
     bx train $PORT --shots 2 --target-number 1 --output $FOLDER/stored | 0 | | ... records, 2 shots in $FOLDER/stored
@@ -50,7 +50,7 @@ TEST(Train, TakesNoOtherFilesPlaceAndTellsWhatWasKept) {
     bx train $PORT --quiet --shots 1 --output $FOLDER/s | 0 | |
     bx train $PORT --quiet --shots 1 --output $FOLDER/s | 2 | | bx: $FOLDER/s: open: exists and is not empty (--overwrite replaces it)
     bx train $PORT --quiet --shots 1 --output $FOLDER/s --overwrite; grep -c '^{' $FOLDER/s | 0 | ... |
-    bx train /dev/none --output $FOLDER/never; ls $FOLDER | 0 | s | bx: warning: ...\nbx: /dev/none: open: no such port
+    bx train /dev/none --output $FOLDER/never; ls $FOLDER | 0 | s | bx: /dev/none: open: no such port
     bx train $PORT --quiet --output /dev/full | 1 | | bx: /dev/full: write: No space left on device; kept 0 records, 0 shots in /dev/full
     bx train $PORT --quiet >/dev/full | 1 | | bx: standard output: write: No space left on device; kept 0 records, 0 shots
     ulimit -f 8; bx train $PORT --quiet --output $FOLDER/big | 1 | | bx: $FOLDER/big: write: File too large; kept ... records, 0 shots in $FOLDER/big

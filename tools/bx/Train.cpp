@@ -55,12 +55,9 @@ class TrainSession {
 
  private:
   void begin() {
-    if (!configuration_.target && !options_.targetNumber) {
-      tool_.console.warning(options_.port +
-                            ": no target is given: when the device has a ring target in use, positions and distances "
-                            "are wrong from the second shot on; --target FILE or --target-number N tells it");
-    }
     connect();
+    if (!target_) warnOfTarget();
+    start();
     Json header;
     MORVA::setText(header, "start", timeNow());
     MORVA::setText(header, "port", options_.port);
@@ -74,15 +71,31 @@ class TrainSession {
     });
   }
 
-  // As far as a device that trains.
+  void warnOfTarget() {
+    // Settings that are written without a target say that none is in use.
+    const std::int32_t inUse = configuration_.any() ? noTarget : connection_->device().reportedTargets().ring;
+    const std::string number = std::to_string(inUse);
+    tool_.console.warning(
+        options_.port +
+        (inUse == noTarget
+             ? ": no target is given, and the device tells of none in use: --target FILE uploads one"
+             : ": no target is given, but the device has ring target " + number +
+                   " in use: positions and distances are wrong from the second shot on; --target-number " + number +
+                   " or --target FILE tells it"));
+  }
+
+  void start() {
+    startTraining(*connection_);
+    if (recorder_.showsTable()) tool_.console.progress("");
+  }
+
+  // As far as a device that has all settings.
   void connect() {
     if (recorder_.showsTable()) tool_.console.progress("Connecting...");
     connection_.emplace(tool_, options_.port);
     if (options_.targetNumber) useStoredTarget(*options_.targetNumber);
     if (configuration_.target) target_ = configuration_.target->document;
     configure(tool_, *connection_, configuration_);
-    startTraining(*connection_);
-    if (recorder_.showsTable()) tool_.console.progress("");
   }
 
   // Changes nothing on the device.
@@ -134,6 +147,7 @@ class TrainSession {
       std::string obstacle;
       try {
         connect();
+        start();
         tool_.console.note(options_.port + ": training goes on");
         return std::nullopt;
       } catch (const Failure& failure) {
