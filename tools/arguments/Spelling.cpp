@@ -18,7 +18,9 @@ bool beginsWith(std::string_view whole, std::string_view word) {
 
 std::size_t editDistance(std::string_view a, std::string_view b) {
   // Rows of the table of distances between the first letters of both: the last two of them are needed.
-  std::vector<std::size_t> before, last(b.size() + 1), row(b.size() + 1);
+  std::vector<std::size_t> before;
+  std::vector<std::size_t> last(b.size() + 1);
+  std::vector<std::size_t> row(b.size() + 1);
   for (std::size_t j = 0; j <= b.size(); ++j) last[j] = j;
   for (std::size_t i = 1; i <= a.size(); ++i) {
     row[0] = i;

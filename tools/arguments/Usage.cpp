@@ -32,8 +32,8 @@ Names optionNames(const CLI::App& app) {
 
 bool lacksCommand(const CLI::App& app) { return !app.get_subcommands({}).empty() && app.get_subcommands().empty(); }
 
-WrongUsage wrongUsage(const CLI::App& app, const std::string& text) {
-  return WrongUsage(text + " (" + fullName(app) + " --help tells more)");
+[[noreturn]] void refuse(const CLI::App& app, const std::string& text) {
+  throw WrongUsage(text + " (" + fullName(app) + " --help tells more)");
 }
 
 // `word` is the first that the program does not know.
@@ -63,7 +63,7 @@ std::string textOf(const CLI::App& app, const CLI::ParseError& error, const std:
 void refuseRepetition(const CLI::App& app) {
   for (const auto* option : app.get_options()) {
     const bool takesOne = option->get_items_expected_max() == 1;
-    if (takesOne && option->count() > 1) throw wrongUsage(app, option->get_name() + ": given more than once");
+    if (takesOne && option->count() > 1) refuse(app, option->get_name() + ": given more than once");
   }
 }
 
@@ -73,16 +73,16 @@ void parse(CLI::App& app, int argc, const char* const* argv) {
   for (const std::string word : std::span(argv, static_cast<std::size_t>(argc))) {
     if (word == "--") break;
     // It would take the next word for its value.
-    if (word.starts_with("--") && word.find('=') == word.size() - 1) throw wrongUsage(app, word + " has no value");
+    if (word.starts_with("--") && word.find('=') == word.size() - 1) refuse(app, word + " has no value");
   }
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success&) {
     const auto strangers = app.remaining();
-    if (lacksCommand(app) && !strangers.empty()) throw wrongUsage(app, strangerText(app, strangers.front()));
+    if (lacksCommand(app) && !strangers.empty()) refuse(app, strangerText(app, strangers.front()));
     throw;
   } catch (const CLI::ParseError& error) {
-    throw wrongUsage(chosen(app), textOf(app, error, argv[argc - 1]));
+    refuse(chosen(app), textOf(app, error, argv[argc - 1]));
   }
   refuseRepetition(app);
   if (&chosen(app) != &app) refuseRepetition(chosen(app));
@@ -99,7 +99,7 @@ std::string fullName(const CLI::App& app) {
 
 const CLI::App& commandOf(const CLI::App& app, const std::string& name) {
   const auto found = app.get_subcommands([&](const CLI::App* command) { return command->get_name() == name; });
-  if (found.empty()) throw wrongUsage(app, "no command " + name + suggestion(name, commandNames(app)));
+  if (found.empty()) refuse(app, "no command " + name + suggestion(name, commandNames(app)));
   return *found.front();
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t entrySize = 16 * 1024;  // of the user and group databases, members included
+constexpr std::size_t entrySize = 16'384;  // of the user and group databases, members included
 
 std::string programOf(const fs::path& process) {
   std::string name;
