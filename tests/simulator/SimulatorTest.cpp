@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "bx/BXSerialCom.h"
+#include "platform/OutputFile.h"
 #include "platform/codec/Frame.h"
 #include "simulator/DeviceWire.h"
 #include "simulator/Lane.h"
@@ -211,14 +212,23 @@ TEST_F(Disk, HoldsALinkAndATranscriptForEachLane) {
   ASSERT_TRUE(tellsLanesApart(pattern));
   const std::string link = laneName(pattern, 7);
   fs::create_symlink("/dev/pts/gone", link);
-  {
-    const Lane lane(7, {}, {pattern, pattern + ".txt"});
+  Lane::Files files{pattern, pattern + ".txt"};
+  const auto serve = [&] {
+    const Lane lane(7, {}, files);
     EXPECT_EQ(fs::read_symlink(link), lane.name());
     BXSerialCom host;
     ASSERT_TRUE(host.initializePort(link) && host.openPort() && host.sendStartupCommand());
-  }
+  };
+  serve();
   EXPECT_FALSE(fs::exists(fs::symlink_status(link)));
-  EXPECT_GT(fs::file_size(link + ".txt"), 0U);
+  const auto size = fs::file_size(link + ".txt");
+  EXPECT_GT(size, 0U);
+  EXPECT_THROW(serve(), platform::OutputError) << "a transcript of an earlier session";
+  EXPECT_EQ(fs::file_size(link + ".txt"), size);
+  std::string reasons;
+  files = {pattern, "/dev/full", false, [&](const std::string& reason) { reasons += reason; }};
+  serve();
+  EXPECT_EQ(reasons, "/dev/full: write: No space left on device; lines kept: 0");
 }
 
 TEST_F(Disk, KeepsWhatIsNotThePublishedLinksOwn) {
