@@ -56,9 +56,9 @@ TEST(Failures, TellWhatARefusedRequestAskedFor) {
 }
 
 TEST(Progress, BarFillsAndStopsAtTheEnd) {
-  EXPECT_EQ(progressBar(1, 4), "[##########..............................] 1 of 4 pages");
-  EXPECT_EQ(progressBar(5, 4), '[' + std::string(40, '#') + "] 4 of 4 pages");
-  EXPECT_EQ(progressBar(0, 0), '[' + std::string(40, '#') + "] 0 of 0 pages");
+  EXPECT_EQ(progressBar(1, 4, "pages"), "[##########..............................] 1 of 4 pages");
+  EXPECT_EQ(progressBar(5, 4, "pages"), '[' + std::string(40, '#') + "] 4 of 4 pages");
+  EXPECT_EQ(progressBar(0, 0, "pages"), '[' + std::string(40, '#') + "] 0 of 0 pages");
 }
 
 TEST(Screen, DrawsHitsAroundTheCentre) {
