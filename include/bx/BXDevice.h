@@ -271,7 +271,7 @@ class BX_DEVICE_API BXDevice {
   Json deviceSettings;
   Json target;
   Json sessionSettings;
-  // Guards what the listening thread changes beside the host, and what may be asked for from any thread: the four
+  // Guards what the listening thread changes beside the host, and what may be asked for from any thread: the five
   // members below, and the numbers of the targets in use while a stream is listened to. Of other locks only those of
   // the link are taken under it, and none of those is held while a handler runs.
   mutable boost::mutex trainingFramesMutex;
