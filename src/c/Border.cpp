@@ -1,0 +1,113 @@
+#include "c/Border.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string_view>
+
+#include "bx/DocumentKeys.h"
+#include "morva/KeyedAccess.h"
+#include "platform/Utf8.h"
+
+namespace BX::c {
+
+namespace {
+
+// Plain: a thread's object with a destructor would keep the library from being unloaded.
+thread_local std::array<char, 512> lastText{};
+
+std::int32_t statusOf(link::FailureKind kind) {
+  using enum link::FailureKind;
+  if (kind >= NoSuchPort && kind <= System) return BX_E_OPEN;
+  switch (kind) {
+    case Refused:
+      return BX_E_REFUSED;
+    case Cancelled:
+      return BX_E_CANCELLED;
+    case Memory:
+      return BX_E_MEMORY;
+    case BadRequest:
+    case Handler:
+      return BX_E_INTERNAL;
+    default:
+      return BX_E_LINK;
+  }
+}
+
+std::int32_t told(std::int32_t status, std::string_view text) noexcept {
+  std::size_t length = std::min(text.size(), lastText.size() - 1);
+  const auto isInside = [text](std::size_t at) { return at < text.size() && (text[at] & 0xC0) == 0x80; };
+  while (length > 0 && isInside(length)) --length;  // no character is cut in two
+  *std::copy_n(text.begin(), length, lastText.begin()) = '\0';
+  return status;
+}
+
+}  // namespace
+
+void require(bool condition, const char* otherwise) {
+  if (!condition) throw Failed{BX_E_ARGUMENT, otherwise};
+}
+
+void fail(const std::string& port, const link::Failure& failure) {
+  const bool noted = failure.kind != link::FailureKind::None;
+  throw Failed{statusOf(failure.kind), port + ": " + (noted ? textOf(failure) : "the device's answer is of no use")};
+}
+
+std::int32_t statusOfException() noexcept {
+  try {
+    throw;
+  } catch (const Failed& failed) {
+    return told(failed.status, failed.text);
+  } catch (const std::bad_alloc&) {
+    return told(BX_E_MEMORY, "out of memory");
+  } catch (const std::exception& unexpected) {
+    return told(BX_E_INTERNAL, unexpected.what());
+  } catch (...) {
+    return told(BX_E_INTERNAL, "an exception of an unknown kind");
+  }
+}
+
+const char* lastError() noexcept { return lastText.data(); }
+
+std::string textOf(const char* given) {
+  require(given != nullptr, "a text is NULL");
+  require(platform::validUtf8(given) == given, "a text is no UTF-8");
+  return given;
+}
+
+std::string portOf(const char* given) {
+  std::string port = textOf(given);
+  require(!port.empty(), "the port has no name");
+  return port;
+}
+
+std::string targetTypeOf(const char* given) {
+  std::string type = textOf(given);
+  require(type == text::ring || type == text::silhouette, "a target is RING or SILHOUETTE");
+  return type;
+}
+
+Json documentOf(const char* given) {
+  Json document;
+  const bool isObject = document.parseString(textOf(given)) && document.getDocument().IsObject();
+  if (!isObject) throw Failed{BX_E_JSON, "the text is no JSON object"};
+  return document;
+}
+
+void give(char** wanted, const std::string& text) {
+  if (wanted == nullptr) return;
+  const std::string clean = platform::validUtf8(text);  // a device's texts may be any bytes
+  *wanted = static_cast<char*>(std::malloc(clean.size() + 1));
+  if (*wanted == nullptr) throw std::bad_alloc();
+  std::memcpy(*wanted, clean.c_str(), clean.size() + 1);
+}
+
+std::string arrayOf(const std::vector<Json>& documents) {
+  Json array(MORVA::JSONType::Array);
+  for (const auto& document : documents) appendDocument(array, document);
+  return array.toString();
+}
+
+}  // namespace BX::c

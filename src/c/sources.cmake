@@ -1,0 +1,5 @@
+list(APPEND c_sources
+  c/Border.cpp
+  c/Calls.cpp
+  c/Interface.cpp
+  c/Records.cpp)

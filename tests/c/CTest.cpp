@@ -1,0 +1,42 @@
+// A host in C against simulated devices.
+#include <gtest/gtest.h>
+
+#include "tests/road/Dialogue.h"
+
+namespace BX::test {
+namespace {
+
+TEST(C, TravelsTheWholeRoad) {
+  expectDialogues(R"(
+    bx-sim --rate 2000
+    $BX travel $PORT | 0 | *** |
+    awk 'BEGIN { for (i = 0; i < 1000; ++i) { line = "CA" (i % 2 ? "6A" : "65"); for (j = 0; j < 28; ++j) line = line sprintf("%02X", rand() * 256); print line } }' >$FOLDER/random | 0 | |
+    bx-sim --rate 2000 --stream $FOLDER/random
+    $BX train $PORT | 0 | *** | ***
+    bx-sim --rate 2000 --fault to-host:stream:300:hangup
+    $BX lose $PORT | 0 | *** | ***
+    bx-sim --latency 30
+    $BX cancel $PORT | 0 | | ***)");
+}
+
+TEST(C, RefusesWhatIsNoManagerOrNoSense) {
+  expectDialogues(R"(
+    $BX version | 0 | $NUMBER $NUMBER |
+    $BX misuse | 0 | |)",
+                  {{"NUMBER", BX_VERSION_NUMBER}});
+}
+
+TEST(C, ConnectsManyLanesAtOnce) {
+  expectDialogues(R"(
+    bx-sim --rate 100 --lanes 32 --link $FOLDER/lane%d
+    $BX lanes $FOLDER/lane{0..31} | 0 | ***32 lanes connected in***destroyed, as they stream, in*** | ***)");
+}
+
+TEST(C, EndsAtAnyMoment) {
+  expectDialogues(R"(
+    bx-sim --rate 1000 --lanes 8 --link $FOLDER/lane%d
+    $BX end $FOLDER/lane{0..7} | 0 | ***the slowest end took*** | ***)");
+}
+
+}  // namespace
+}  // namespace BX::test

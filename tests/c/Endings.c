@@ -1,0 +1,127 @@
+/* Operations of some lanes, each ended at any moment: by its cancel, with its manager, or with all others. */
+#include <pthread.h>
+#include <stdatomic.h>
+#include <string.h>
+
+#include "Host.h"
+
+typedef struct Lane {
+  const char* port;
+  bx_manager* _Atomic manager;
+  bx_cancel* _Atomic cancel;
+  _Atomic double cancelledAt; /* 0: not */
+} Lane;
+
+static atomic_bool over;
+static _Atomic double slowestCancel;
+static Lane lanes[16];
+
+static int32_t operate(int which, bx_manager* m, const char* port, bx_cancel* c) {
+  char* json = NULL;
+  int32_t status = BX_OK;
+  switch (which) {
+    case 0:
+      status = bx_connect(m, port, 0, c, NULL);
+      break;
+    case 1:
+      status = bx_connect(m, NULL, 1, c, NULL);
+      break;
+    case 2:
+      status = bx_get_settings(m, port, c, &json);
+      break;
+    case 3:
+      status = bx_set_settings(m, port, "{}", c);
+      break;
+    case 4:
+      status = bx_start_training(m, port, c);
+      break;
+    case 5:
+      status = bx_stop_training(m, port, c);
+      break;
+    case 6:
+      status = bx_upload_target(m, port, "SILHOUETTE", "{\"SilhouetteTargetNumber\":1,\"Bitmap\":[]}", c);
+      break;
+    case 7:
+      status = bx_download_target(m, port, "SILHOUETTE", 1, c, &json);
+      break;
+    case 8:
+      status = bx_download_session(m, port, c);
+      break;
+    case 9:
+      status = bx_clear_session(m, port, c);
+      break;
+    case 10:
+      status = bx_set_mode(m, port, 2, c);
+      break;
+    case 11:
+      status = bx_disconnect(m, NULL);
+      break;
+    default:
+      break;
+  }
+  bx_free(json);
+  return status;
+}
+
+static void keepSlowest(_Atomic double* slowest, double since) {
+  const double took = secondsNow() - since;
+  if (took > *slowest) *slowest = took;
+}
+
+/* One operation after the other, whatever becomes of it. */
+static void* run(void* own) {
+  Lane* const lane = own;
+  int32_t status;
+  while (!over) {
+    if (!lane->cancel || lane->cancelledAt != 0) {
+      bx_cancel* c;
+      if (lane->cancel) bx_cancel_destroy(lane->cancel);
+      WORKS(bx_cancel_create(&c));
+      lane->cancel = c;
+      lane->cancelledAt = 0;
+    }
+    status = operate(rand() % 12, lane->manager, lane->port, lane->cancel);
+    if (status == BX_E_CANCELLED && lane->cancelledAt != 0) keepSlowest(&slowestCancel, lane->cancelledAt);
+    CHECK(status != BX_E_INTERNAL && status != BX_E_MEMORY && status != BX_E_ARGUMENT && status != BX_E_OPEN);
+    if (status == BX_E_HANDLE) {
+      lane->manager = newManager();
+      lane->cancel = NULL;
+    }
+    if (status == BX_E_HANDLE || status == BX_E_NO_DEVICE) bx_add(lane->manager, lane->port);
+  }
+  return NULL;
+}
+
+void endAtAnyMoment(char** ports, int count) {
+  _Atomic double slowest = 0;
+  pthread_t threads[16];
+  for (int i = 0; i < count; ++i) {
+    lanes[i].port = ports[i];
+    CHECK(pthread_create(&threads[i], NULL, run, &lanes[i]) == 0);
+  }
+  for (int moment = 0; moment < 60; ++moment) {
+    letPass(rand() % 200 / 1000.0);
+    Lane* const lane = &lanes[rand() % count];
+    const double now = secondsNow();
+    if (moment % 20 == 19) {
+      WORKS(bx_shutdown());
+    } else if (moment % 3 == 0) {
+      bx_destroy(lane->manager);
+    } else if (lane->cancelledAt == 0) {
+      lane->cancelledAt = now;
+      bx_cancel_signal(lane->cancel);
+      continue;
+    }
+    keepSlowest(&slowest, now);
+  }
+  over = 1;
+  WORKS(bx_shutdown());
+  for (int i = 0; i < count; ++i) pthread_join(threads[i], NULL);
+  WORKS(bx_shutdown());
+  bx_manager* const m = newManager();
+  for (int i = 0; i < count; ++i) WORKS(bx_add(m, ports[i]));
+  WORKS(bx_connect(m, NULL, 1, NULL, NULL));
+  WORKS(bx_shutdown());
+  printf("the slowest end took %.0f ms, the slowest cancel %.0f ms\n", slowest * 1e3, slowestCancel * 1e3);
+  CHECK(slowest < 5 && slowestCancel < 5);
+}

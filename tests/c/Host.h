@@ -1,0 +1,33 @@
+/* What the parts of the test program share. */
+#ifndef HOST_H
+#define HOST_H
+
+#include <stdio.h>
+#include <stdlib.h>
+
+#include "bx/bx_c.h"
+
+/* Ends the program when it does not hold. */
+#define CHECK(condition)                                                                    \
+  do {                                                                                      \
+    if (!(condition)) {                                                                     \
+      fprintf(stderr, "%s:%d: %s (%s)\n", __FILE__, __LINE__, #condition, bx_last_error()); \
+      exit(1);                                                                              \
+    }                                                                                       \
+  } while (0)
+#define WORKS(call) CHECK((call) == BX_OK)
+
+double secondsNow(void);
+void letPass(double seconds);
+bx_manager* newManager(void);
+/* Takes and compares the records that wait, two at a time; how many they were. */
+size_t takeAll(bx_manager* m, const char* port);
+
+void misuse(void);
+void travel(bx_manager* m, const char* port);
+void lose(bx_manager* m, const char* port);
+void cancel(bx_manager* m, char* port);
+void train(bx_manager* m, const char* port, size_t wanted);
+void endAtAnyMoment(char** ports, int count);
+
+#endif
