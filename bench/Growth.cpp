@@ -12,6 +12,7 @@
 #include "bench/Sections.h"
 #include "bench/Sessions.h"
 #include "bench/Stored.h"
+#include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 #include "tests/support/LoopbackDevice.h"
 
@@ -64,26 +65,20 @@ Row growthOfRecords(const Setting& setting) {
              interleave(setting.rounds, alternatives));
 }
 
-BXDevice::Json target(std::size_t number, bool silhouette) {
-  BXDevice::Json document;
-  MORVA::setInteger(document, silhouette ? "SilhouetteTargetNumber" : "RingTargetNumber",
-                    static_cast<std::int32_t>(number));
-  MORVA::setText(document, "TargetName", "target " + std::to_string(number));
-  return document;
-}
-
 Row growthOfTargets(const Setting& setting) {
   const std::vector<std::size_t> sizes{25, 50, 100, 250};
   const test::LoopbackDevice far(storing({}));
   BXDevice device;
   connect(device, far.port);
+  const auto whole = exampleDocument("ring-25m-precision-pistol.json");
   std::vector<std::function<double()>> alternatives;
   for (const std::size_t size : sizes) {
-    alternatives.emplace_back([&device, size] {
+    alternatives.emplace_back([&device, &whole, size] {
       device.clearTargetData();
       return processorSecondsOf([&] {
         for (std::size_t number = 0; number < size; ++number) {
-          auto ring = target(number, false);
+          auto ring = whole;
+          MORVA::setInteger(ring, key::ring::ringTargetNumber, static_cast<std::int32_t>(number));
           if (!device.uploadRingTarget(ring)) throw std::runtime_error("an upload failed");
         }
         if (device.getAllTargets().size() != size) throw std::runtime_error("a target is missing");

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -59,19 +58,10 @@ void stream(BXDevice& device) {
   device.stopThread();
 }
 
-MORVA::MORVADataTypeJSON readTarget(const std::string& path) {
-  std::ifstream file(path);
-  std::ostringstream text;
-  text << file.rdbuf();
-  MORVA::MORVADataTypeJSON target;
-  if (!target.parseString(text.str())) throw std::runtime_error(path + ": no JSON");
-  return target;
-}
-
 void upload(BXDevice& device) {
   constexpr int times = 10;
-  auto ring = readTarget("examples/ring-25m-precision-pistol.json");
-  auto silhouette = readTarget("examples/silhouette-torso.json");
+  auto ring = exampleDocument("ring-25m-precision-pistol.json");
+  auto silhouette = exampleDocument("silhouette-torso.json");
   CALLGRIND_START_INSTRUMENTATION;
   for (int i = 0; i < times; ++i) {
     if (!device.uploadRingTarget(ring) || !device.uploadSilhouetteTarget(silhouette)) {

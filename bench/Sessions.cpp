@@ -1,6 +1,9 @@
 #include "bench/Sessions.h"
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 
 #include "simulator/DeviceWire.h"
 #include "simulator/Shooter.h"
@@ -30,6 +33,14 @@ std::vector<sim::StoredRecord> storedSession(std::size_t count, std::size_t page
                       static_cast<std::uint8_t>(page % sim::wire::maxPages), std::move(record)});
   }
   return stored;
+}
+
+MORVA::MORVADataTypeJSON exampleDocument(const std::string& name) {
+  const std::string path = "examples/" + name;
+  std::ifstream file(path);
+  MORVA::MORVADataTypeJSON document;
+  if (!document.parseString({std::istreambuf_iterator<char>(file), {}})) throw std::runtime_error(path + ": no JSON");
+  return document;
 }
 
 }  // namespace BX::bench

@@ -1,8 +1,10 @@
-// Records as devices store and stream them, from the built-in shooter.
+// What is carried: records as devices store and stream them, from the built-in shooter, and targets.
 #pragma once
 
+#include <string>
 #include <vector>
 
+#include "morva/MORVADataTypeJSON.h"
 #include "simulator/Simulator.h"
 
 namespace BX::bench {
@@ -15,5 +17,9 @@ sim::Bytes shotRecord();
 
 // `count` records, spread evenly over `pages` pages.
 std::vector<sim::StoredRecord> storedSession(std::size_t count, std::size_t pages);
+
+// A document of examples/, read from the folder of the sources. A target is taken whole: of each key that one lacks the
+// library writes a line to standard error, which takes longer than all the rest.
+MORVA::MORVADataTypeJSON exampleDocument(const std::string& name);
 
 }  // namespace BX::bench

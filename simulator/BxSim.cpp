@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/OutputFile.h"
+#include "platform/StandardDescriptors.h"
 #include "platform/Utf8.h"
 #include "simulator/Lane.h"
 #include "simulator/Simulator.h"
@@ -54,6 +56,7 @@ void describe(CLI::App& app, Arguments& arguments) {
   addOption(app, "--transcript FILE", arguments.files.transcript,
             "Write every payload when it is delivered: '> HEX' from the host, '< HEX' to the host; %d as above")
       .transform(name());
+  app.add_flag("--overwrite", arguments.files.overwrite, "Let --transcript replace a file that is not empty");
   addOption(app, "--seed N", arguments.options.seed, "The built-in shooter's (default: 1); same seed, same bytes")
       .transform(wholeNumber(0, std::numeric_limits<decltype(arguments.options.seed)>::max()));
   addOption(app, "--rate HZ", arguments.options.rate, "Payloads a second in training (default: 50)")
@@ -91,13 +94,19 @@ void checkLanes(const Arguments& arguments) {
   }
 }
 
-void run(Arguments& arguments) {
+int fail(const std::string& reason, int status) {
+  std::cerr << "bx-sim: " + BX::platform::printable(reason) + '\n';
+  return status;
+}
+
+// Until a signal comes, or every line has hung up.
+void serve(const Arguments& arguments) {
   boost::asio::io_context context;
   boost::asio::signal_set signals(context, SIGINT, SIGTERM);
   signals.async_wait([](const boost::system::error_code&, int) {});
 
   std::atomic<unsigned> standing = arguments.lanes;
-  Options& options = arguments.options;
+  Options options = arguments.options;
   options.latency = std::chrono::milliseconds(arguments.latency);
   options.keepTranscript = false;
   options.hungUp = [&] {
@@ -111,14 +120,26 @@ void run(Arguments& arguments) {
   context.run();
 }
 
-int fail(const std::exception& error, int status) {
-  std::cerr << "bx-sim: " << BX::platform::printable(error.what()) << '\n';
+// Gives the exit status.
+int run(Arguments& arguments) {
+  std::signal(SIGPIPE, SIG_IGN);  // a transcript that nobody reads any more, or beyond a limit, is a failed write
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::atomic<int> status = 0;
+  arguments.files.transcriptFailed = [&](const std::string& reason) { status = fail(reason, statusFailed); };
+  try {
+    serve(arguments);
+  } catch (const BX::platform::OutputError& error) {
+    return fail(error.what(), statusBadInput);
+  } catch (const std::exception& error) {
+    return fail(error.what(), statusFailed);
+  }
   return status;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  BX::platform::ensureStandardDescriptors();
   Arguments arguments;
   CLI::App app("A simulated target device on a pseudo-terminal, whose name is printed; or several of them", "bx-sim");
   BX::arguments::prepare(app);
@@ -132,18 +153,13 @@ int main(int argc, char** argv) {
     std::cout << version.what() << '\n';
     return 0;
   } catch (const std::exception& usage) {
-    return fail(usage, statusBadInput);
+    return fail(usage.what(), statusBadInput);
   }
   try {
     checkLanes(arguments);
     readFiles(arguments);
   } catch (const std::exception& error) {
-    return fail(error, statusBadInput);
+    return fail(error.what(), statusBadInput);
   }
-  try {
-    run(arguments);
-  } catch (const std::exception& error) {
-    return fail(error, statusFailed);
-  }
-  return 0;
+  return run(arguments);
 }

@@ -2,6 +2,8 @@
 // Posix only.
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -20,18 +22,27 @@ class Lane {
   struct Files {
     std::string link;        // pattern of the symbolic link; empty: none
     std::string transcript;  // pattern of the file; empty: none
+    bool overwrite = false;  // a transcript that is not empty may be replaced
+    // Called on the simulator's thread with one line, once for each lane, when the transcript cannot be written any
+    // further. The device goes on without; what stands in the file has no gap.
+    std::function<void(const std::string& reason)> transcriptFailed = {};
   };
 
-  // Each lane has a seed of its own, counted from the one of `options`. Throws std::runtime_error.
-  Lane(unsigned number, const Options& options, const Files& files);
+  // Each lane has a seed of its own, counted from the one of `options`. Throws platform::OutputError when the
+  // transcript cannot be begun, and std::runtime_error.
+  Lane(unsigned number, Options options, const Files& files);
+  ~Lane();
+  Lane(const Lane&) = delete;
+  Lane& operator=(const Lane&) = delete;
   // The terminal's own name.
   const std::string& name() const { return name_; }
 
  private:
-  Lane(unsigned number, Options options, const Files& files, std::unique_ptr<PtyLine> line);
+  class TranscriptFile;
 
+  std::unique_ptr<TranscriptFile> transcript_;  // null: none
   std::string name_;
-  Simulator simulator_;
+  std::optional<Simulator> simulator_;
   std::optional<PublishedLink> link_;
 };
 

@@ -12,9 +12,10 @@
 //
 // Threads. One thread of the host uses a device at a time. While it streams, records arrive on the listening thread,
 // and beside it these may be called: getTrainingFrames, takeTrainingFrames, clearTrainingFrames, setDeviceMode,
-// stopThread and copying. Everything else waits until the stream has ended. isDownloading, downloadProgress, hasError,
-// trainingFrameCount and receivedFrameCount may be called from any thread at any time. When the port is hung up during
-// a stream, the listening thread closes it and changes nothing else: records, documents and targets stay as they are.
+// stopThread and copying. Everything else waits until the stream has ended. isDownloading, downloadProgress,
+// silhouetteProgress, hasError, trainingFrameCount and receivedFrameCount may be called from any thread at any time.
+// When the port is hung up during a stream, the listening thread closes it and changes nothing else: records, documents
+// and targets stay as they are.
 //
 // Documents are values: what is passed in or returned is copied. References from the getters are to the device's own
 // documents and end with the device; changing one sends nothing. docs/ tables keys, types and units. A missing
@@ -196,6 +197,13 @@ class BX_DEVICE_API BXDevice {
   bool uploadSilhouetteTarget(Json& document);
   // Fetches the silhouette target stored as the low 8 bits of `number`, 66 exchanges.
   bool downloadSilhouetteTarget(const int& number);
+  // How far the upload or download of a silhouette target is that runs, or how far the last one came, a download of
+  // stored results included: 0 of 0 before the first.
+  struct SilhouetteProgress {
+    std::size_t exchangesDone = 0;
+    std::size_t exchanges = 0;
+  };
+  SilhouetteProgress silhouetteProgress() const;
   // Copies of the kept targets: ring targets by number, then silhouette targets by number. Sends nothing.
   std::vector<Json> getAllTargets() const;
   // Tells which of the device's targets is in use when this object has not uploaded it: positions and distances of
@@ -241,6 +249,8 @@ class BX_DEVICE_API BXDevice {
   unsigned char createSilhouetteControlByte2(Json& document);
   void processSilhouetteControlByte1(const unsigned char& byte, Json& document);
   void processSilhouetteTarget(const Bytes& bytes);
+  void beginSilhouette(std::size_t exchanges);
+  bool countSilhouette(bool succeeded);
 
   Json processShotData(const Bytes& frame);
   Json processMeasurementData(const Bytes& frame);
@@ -261,7 +271,7 @@ class BX_DEVICE_API BXDevice {
   Json deviceSettings;
   Json target;
   Json sessionSettings;
-  // Guards what the listening thread changes beside the host, and what may be asked for from any thread: the four
+  // Guards what the listening thread changes beside the host, and what may be asked for from any thread: the five
   // members below, and the numbers of the targets in use while a stream is listened to. Of other locks only those of
   // the link are taken under it, and none of those is held while a handler runs.
   mutable boost::mutex trainingFramesMutex;
@@ -269,6 +279,7 @@ class BX_DEVICE_API BXDevice {
   std::uint64_t receivedFrames = 0;
   std::uint32_t aimTimerStart = 0;
   DownloadProgress progress;
+  SilhouetteProgress silhouetteTransfer;
   std::vector<Bytes> storedResultPages;
   std::vector<Bytes> storedDataFrames;
   std::vector<Bytes> storedShotFrames;

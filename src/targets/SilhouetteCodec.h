@@ -15,6 +15,7 @@ namespace BX::targets::silhouette {
 
 inline constexpr std::uint8_t settingsPart = 0x00;
 inline constexpr std::uint8_t namePart = 0x01;
+inline constexpr std::size_t partsBeforeRows = 2;
 // Added to the target number for bitmap rows; in place of it when rows are asked for.
 inline constexpr std::uint8_t rowSlot = 0x40;
 inline constexpr std::uint8_t lastRow = 63;

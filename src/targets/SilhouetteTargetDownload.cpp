@@ -15,8 +15,10 @@ namespace reply = targets::reply;
 bool BXDevice::downloadSilhouetteTarget(const int& number) {
   const auto ask = [this](std::int32_t slot, int part) {
     const auto index = platform::lowByte(part);
-    return wire::requestTarget(serialCom, targets::downloadRequest(wire::letter::silhouetteRequest, slot, index));
+    const auto request = targets::downloadRequest(wire::letter::silhouetteRequest, slot, index);
+    return countSilhouette(wire::requestTarget(serialCom, request));
   };
+  beginSilhouette(silhouette::partsBeforeRows + bitmapRows);
   serialCom.setCallBackFunction([this] { processTargetDownload(); });
   log("SIL - REQUEST CHUNK 1 - settings");
   if (!ask(number, silhouette::settingsPart)) return false;

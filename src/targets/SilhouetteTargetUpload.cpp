@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "bx/BXDevice.h"
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
@@ -16,13 +18,9 @@ void logValue(const char* label, std::int64_t value) {
   log(std::to_string(value));
 }
 
-bool sendRows(BXSerialCom& link, const MORVA::MORVADataTypeJSON& document, std::int32_t number) {
+std::size_t rowCount(const MORVA::MORVADataTypeJSON& document) {
   const auto* rows = silhouette::rowsOf(document);
-  if (rows == nullptr) return true;
-  for (rapidjson::SizeType i = 0; i < rows->Size(); ++i) {
-    if (!wire::sendForAcknowledgement(link, silhouette::rowFrame((*rows)[i], number, i))) return false;
-  }
-  return true;
+  return rows == nullptr ? 0 : rows->Size();
 }
 
 }  // namespace
@@ -45,9 +43,17 @@ bool BXDevice::uploadSilhouetteTarget(Json& document) {
   const auto control = createSilhouetteControlByte1(document);
   logValue("PX:", settings.prismPlaceX);
   logValue("PY:", settings.prismPlaceY);
-  return wire::sendForAcknowledgement(serialCom, silhouette::settingsFrame(settings, control)) &&
-         wire::sendForAcknowledgement(serialCom, silhouette::nameFrame(document, settings.number)) &&
-         sendRows(serialCom, document, settings.number);
+  const auto send = [this](Bytes frame) {
+    return countSilhouette(wire::sendForAcknowledgement(serialCom, std::move(frame)));
+  };
+  const auto rows = rowCount(document);
+  beginSilhouette(silhouette::partsBeforeRows + rows);
+  if (!send(silhouette::settingsFrame(settings, control))) return false;
+  if (!send(silhouette::nameFrame(document, settings.number))) return false;
+  for (rapidjson::SizeType i = 0; i < rows; ++i) {
+    if (!send(silhouette::rowFrame((*silhouette::rowsOf(document))[i], settings.number, i))) return false;
+  }
+  return true;
 }
 
 unsigned char BXDevice::createSilhouetteControlByte1(Json& document) {

@@ -25,4 +25,21 @@ void BXDevice::clearTargetData() {
   silhouetteTargets.clear();
 }
 
+BXDevice::SilhouetteProgress BXDevice::silhouetteProgress() const {
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  return silhouetteTransfer;
+}
+
+void BXDevice::beginSilhouette(std::size_t exchanges) {
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  silhouetteTransfer = {.exchangesDone = 0, .exchanges = exchanges};
+}
+
+// Gives `succeeded` on.
+bool BXDevice::countSilhouette(bool succeeded) {
+  const boost::unique_lock<boost::mutex> lock(trainingFramesMutex);
+  if (succeeded) ++silhouetteTransfer.exchangesDone;
+  return succeeded;
+}
+
 }  // namespace BX

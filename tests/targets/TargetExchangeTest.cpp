@@ -34,6 +34,7 @@ TEST(Upload, EndsAtTheFirstRefusalAndStaysInTheDeviceObject) {
     EXPECT_EQ(isRing ? transfer.uploadRing(target) : transfer.uploadSilhouette(target), accepted);
     EXPECT_NE(transfer.device.hasError(), accepted);
     EXPECT_THAT(transfer.sent(letter), SizeIs(std::stoul(row[2])));
+    EXPECT_EQ(transfer.device.silhouetteProgress().exchangesDone, isRing ? 0 : std::stoul(row[2]) - !accepted);
     EXPECT_THAT(transfer.targets(), ElementsAre(target.toString()));
     EXPECT_EQ(transfer.targetsInUse(), isRing ? "02FF01" : "FF0201");
   }
@@ -105,6 +106,7 @@ TEST(SilhouetteDownload, BringsWhatWentUpToSlotZeroBackWhole) {
   // The second time, all but the settings comes anew.
   for (int i = 0; i < 2; ++i) {
     ASSERT_TRUE(transfer.device.downloadSilhouetteTarget(0));
+    EXPECT_EQ(transfer.device.silhouetteProgress().exchanges, 66U);
     EXPECT_THAT(
         transfer.targets(),
         ElementsAre(

@@ -6,7 +6,6 @@
 #include "tools/bx/Documents.h"
 #include "tools/bx/PortLookup.h"
 #include "tools/bx/Ports.h"
-#include "tools/bx/Progress.h"
 
 namespace BX::tool {
 namespace {
@@ -53,12 +52,6 @@ TEST(Failures, TellWhatARefusedRequestAskedFor) {
   EXPECT_EQ(refused({0x67, 0x40, 5, 0xAC, 1}), "refused (request 67 40 05 AC ...)");
   EXPECT_EQ(refused({0x62, 3, 10, 0x6F}), "page 10 of block 3: refused (request 62 03 0A 6F)");
   EXPECT_EQ(refused({0x62, 3, 0xFF, 0x64}), "block 3: refused (request 62 03 FF 64)");
-}
-
-TEST(Progress, BarFillsAndStopsAtTheEnd) {
-  EXPECT_EQ(progressBar(1, 4), "[##########..............................] 1 of 4 pages");
-  EXPECT_EQ(progressBar(5, 4), '[' + std::string(40, '#') + "] 4 of 4 pages");
-  EXPECT_EQ(progressBar(0, 0), '[' + std::string(40, '#') + "] 0 of 0 pages");
 }
 
 TEST(Screen, DrawsHitsAroundTheCentre) {

@@ -1,5 +1,6 @@
 #include "Connection.h"
 #include "Documents.h"
+#include "Progress.h"
 
 namespace BX::tool {
 
@@ -24,6 +25,7 @@ void configure(Tool& tool, Connection& connection, Configuration& configuration)
   connection.begin();
   if (configuration.session) manager.setSessionSettings(port, *configuration.session);
   if (auto& target = configuration.target) {
+    const Progress progress(tool.console, connection);
     if (!manager.createTargetOnDevice(port, target->type, target->document)) connection.fail("upload target");
   }
   if (!configuration.device) {

@@ -23,7 +23,7 @@ Json downloadHeader(Connection& connection) {
 }  // namespace
 
 std::vector<Json> downloadSession(Tool& tool, Connection& connection) {
-  const DownloadProgress progress(tool.console, connection);
+  const Progress progress(tool.console, connection);
   connection.begin();
   auto session = connection.manager().downloadDeviceTrainingSession(connection.port());
   if (connection.failed()) connection.fail("download");

@@ -1,4 +1,4 @@
-// A progress bar for a download, drawn on a terminal while the object lives.
+// A progress bar for what takes long, drawn on a terminal while the object lives, and wiped at its end.
 #pragma once
 
 #include <condition_variable>
@@ -12,15 +12,16 @@
 namespace BX::tool {
 
 // "[#####.....] 5 of 10 pages"
-std::string progressBar(std::size_t done, std::size_t total);
+std::string progressBar(std::size_t done, std::size_t total, const std::string& units);
 
-class DownloadProgress {
+class Progress {
  public:
-  // Draws as far as the device object tells how many pages there are, when standard error is a terminal.
-  DownloadProgress(Console& console, Connection& connection);
-  ~DownloadProgress();
-  DownloadProgress(const DownloadProgress&) = delete;
-  DownloadProgress& operator=(const DownloadProgress&) = delete;
+  // Draws how many pages of the stored results, or frames of a silhouette target, have been transferred, as soon as the
+  // device object tells it, when standard error is a terminal.
+  Progress(Console& console, Connection& connection);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
 
  private:
   void draw();

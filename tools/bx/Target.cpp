@@ -1,5 +1,6 @@
 #include "Connection.h"
 #include "Documents.h"
+#include "Progress.h"
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 
@@ -11,8 +12,11 @@ void upload(Tool& tool, const TargetOptions& options) {
   TargetFile target = loadTarget(tool, options.file, options.type);
   Connection connection(tool, options.port);
   connection.begin();
-  if (!connection.manager().createTargetOnDevice(options.port, target.type, target.document)) {
-    connection.fail("upload target");
+  {
+    const Progress progress(tool.console, connection);
+    if (!connection.manager().createTargetOnDevice(options.port, target.type, target.document)) {
+      connection.fail("upload target");
+    }
   }
   tool.console.note("Target uploaded.");
 }
@@ -25,20 +29,24 @@ const Json* requestedTarget(const std::vector<Json>& targets) {
   return nullptr;
 }
 
+bool fetch(Tool& tool, Connection& connection, int number, bool ring) {
+  const Progress progress(tool.console, connection);
+  auto& device = connection.device();
+  device.setDeviceMode(BXSerialCom::TRANSFER, false);
+  const bool complete = ring ? device.downloadRingTarget(number) : device.downloadSilhouetteTarget(number);
+  device.setDeviceMode(BXSerialCom::RESTING, false);
+  return complete;
+}
+
 void download(Tool& tool, const TargetOptions& options) {
   Connection connection(tool, options.port);
-  auto& device = connection.device();
   const bool ring = options.type != text::silhouette;
   connection.begin();
-  device.setDeviceMode(BXSerialCom::TRANSFER, false);
-  const bool complete =
-      ring ? device.downloadRingTarget(options.number) : device.downloadSilhouetteTarget(options.number);
-  device.setDeviceMode(BXSerialCom::RESTING, false);
-  if (!complete) connection.fail("download target");
+  if (!fetch(tool, connection, options.number, ring)) connection.fail("download target");
   if (!ring && options.number != 0) {
     tool.console.warning(options.port + ": only slot 0 of the silhouettes downloads completely");
   }
-  const auto targets = device.getAllTargets();
+  const auto targets = connection.device().getAllTargets();
   if (const Json* target = requestedTarget(targets)) tool.console.data(target->toString());
 }
 
