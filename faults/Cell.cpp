@@ -24,9 +24,6 @@ constexpr auto aftermath = resendTime * 4;
 constexpr auto longestAftermath = std::chrono::seconds(1);
 
 constexpr std::array directions{Direction::ToDevice, Direction::ToHost};
-constexpr std::array effects{FaultEffect::Drop,   FaultEffect::Duplicate, FaultEffect::Corrupt,
-                             FaultEffect::Cut,    FaultEffect::Delay,     FaultEffect::Bytewise,
-                             FaultEffect::Refuse, FaultEffect::Restart,   FaultEffect::HangUp};
 
 bool leadUp(const Exchange& exchange, Rig& rig) {
   if (!rig.device.setDeviceMode(BXSerialCom::RESTING, true) || !exchange.prepare(rig)) return false;

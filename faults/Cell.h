@@ -1,6 +1,7 @@
 // One cell of the matrix: one exchange, one fault at one place, and the exchange once more.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -11,6 +12,10 @@
 namespace BX::faults {
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
+
+inline constexpr std::array effects{sim::FaultEffect::Drop,   sim::FaultEffect::Duplicate, sim::FaultEffect::Corrupt,
+                                    sim::FaultEffect::Cut,    sim::FaultEffect::Delay,     sim::FaultEffect::Bytewise,
+                                    sim::FaultEffect::Refuse, sim::FaultEffect::Restart,   sim::FaultEffect::HangUp};
 
 // What an exchange brings without a fault, and where it can be struck.
 struct Expected {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <chrono>
 #include <cstddef>
 #include <map>
 #include <string>
@@ -18,7 +17,6 @@ struct CallsResult {
   // By the call's name, counted by CallOutcome.
   std::map<std::string, std::array<std::size_t, 4>> outcomes;
   std::vector<std::string> broken;  // the call, its error, and what happened
-  std::chrono::duration<double> time{};
 };
 
 // Lets each system call of the road fail once with each of its errors, in another process of this program; the device

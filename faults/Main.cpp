@@ -1,4 +1,4 @@
-// bx-faults: the whole fault matrix, the soak and the failing calls; writes the page of all.
+// bx-faults: the whole fault matrix, the soak and the failing calls; writes the tables of the page of all.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -19,9 +19,6 @@ namespace {
 using namespace BX::faults;
 
 constexpr unsigned hangLimit = 60;  // seconds
-// What scripts/fuzz and others have written below it stays.
-constexpr auto endMark = "<!-- The end of what scripts/faults writes. -->\n";
-
 std::array<char, 200> current{};
 
 // A cell that hangs is named before the program ends.
@@ -42,7 +39,6 @@ void watch(const std::string& what) {
 }
 
 void runMatrix(Report& report) {
-  const auto start = std::chrono::steady_clock::now();
   useShortTimeouts({});
   for (const Exchange& exchange : exchanges()) {
     std::cerr << exchange.name << '\n';
@@ -56,7 +52,6 @@ void runMatrix(Report& report) {
     }
   }
   ::alarm(0);
-  report.matrixTime = std::chrono::steady_clock::now() - start;
 }
 
 void runSoak(Report& report, std::size_t records, std::size_t downloads) {
@@ -66,23 +61,16 @@ void runSoak(Report& report, std::size_t records, std::size_t downloads) {
   report.downloads = soakDownloads(downloads);
 }
 
-std::string keptOf(const std::string& path) {
-  const std::ifstream file(path);
-  const std::string text = (std::ostringstream() << file.rdbuf()).str();
-  const auto mark = text.find(endMark);
-  return mark == std::string::npos ? "" : text.substr(mark + std::strlen(endMark));
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::string page;
+  std::string page = "docs/reliability.md";
   std::size_t records = 1'000'000;
   std::size_t downloads = 200;
   std::vector<std::string> calls;
   CLI::App app("Every exchange under every fault, long runs on a bad line, and every system call failing.",
                "bx-faults");
-  app.add_option("--page", page, "The page to write (default: standard output)");
+  app.add_option("--page", page, "Whose tables to write anew")->capture_default_str();
   app.add_option("--records", records, "To stream in the soak")->capture_default_str();
   app.add_option("--downloads", downloads, "In the soak")->capture_default_str();
   app.add_option("--calls", calls, "PORT FIRST VARIANT: only the road with failing calls; for this program itself")
@@ -91,18 +79,14 @@ int main(int argc, char** argv) {
   if (!calls.empty()) return runFailingCalls(calls[0], std::stoul(calls[1]), std::stoul(calls[2]));
   std::signal(SIGALRM, onAlarm);
   try {
+    std::ostringstream text;
+    text << std::ifstream(page).rdbuf();
     Report report;
+    filled(text.str(), report);  // now, rather than when all is done
     runMatrix(report);
     runSoak(report, records, downloads);
     report.calls = failEachCall();
-    const std::string kept = page.empty() ? "" : keptOf(page);
-    std::ostringstream text;
-    writePage(text, report);
-    if (page.empty()) {
-      std::cout << text.str();
-    } else {
-      std::ofstream(page) << text.str() << '\n' << endMark << kept;
-    }
+    std::ofstream(page) << filled(text.str(), report);
     return wrongIn(report) == 0 ? 0 : 1;
   } catch (const std::exception& error) {
     std::cerr << "bx-faults: " << error.what() << '\n';

@@ -1,7 +1,7 @@
 // docs/reliability.md: what the matrix, the soak and the failing calls have shown.
 #pragma once
 
-#include <ostream>
+#include <string>
 #include <vector>
 
 #include "faults/Cell.h"
@@ -12,7 +12,6 @@ namespace BX::faults {
 
 struct Report {
   std::vector<Cell> cells;
-  std::chrono::duration<double> matrixTime{};
   SoakResult stream;
   SoakResult downloads;
   CallsResult calls;
@@ -21,6 +20,7 @@ struct Report {
 // Cells, soaks and failing calls whose outcome is wrong.
 std::size_t wrongIn(const Report& report);
 
-void writePage(std::ostream& out, const Report& report);
+// `page` with its tables anew. Throws std::runtime_error when it lacks one.
+std::string filled(std::string page, const Report& report);
 
 }  // namespace BX::faults
