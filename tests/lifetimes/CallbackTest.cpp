@@ -27,12 +27,7 @@ const std::vector<std::function<void(BXSerialCom&, const std::function<void()>& 
     },
 };
 
-struct Deed {
-  const char* name;
-  std::function<void(Com&)> happen;
-};
-
-const std::vector<Deed> deeds = {
+const std::vector<std::pair<const char*, std::function<void(Com&)>>> deeds = {
     {"close", [](auto& com) { com->closePort(); }},
     {"destroy", [](auto& com) { com.reset(); }},
     {"assign", [](auto& com) { *com = BXSerialCom(); }},
@@ -47,8 +42,7 @@ const std::vector<Deed> deeds = {
     {"throw", [](auto&) { throw std::runtime_error("thrown by a callback"); }},
 };
 
-void happen(const Deed& deed) {
-  SCOPED_TRACE(deed.name);
+void expectUsableAfter(const std::function<void(Com&)>& deed) {
   for (const auto& call : calls) {
     sim::Options options = streaming(20);
     options.stored.assign(3, {0, 0, {0xCA, 0x41}});
@@ -61,7 +55,7 @@ void happen(const Deed& deed) {
     call(*com, [&] {
       if (begun.test_and_set()) return;
       const std::shared_ptr<Event> finally(&done, [](Event* event) { event->set(); });
-      deed.happen(com);
+      deed(com);
     });
     ASSERT_TRUE(done.wait());
     if (com) {
@@ -75,7 +69,10 @@ void happen(const Deed& deed) {
 }
 
 TEST(ReplyHandler, MayDoAnything) {
-  for (const Deed& deed : deeds) happen(deed);
+  for (const auto& [name, deed] : deeds) {
+    SCOPED_TRACE(name);
+    expectUsableAfter(deed);
+  }
 }
 
 TEST(CallbackBytes, AreThoseThatTheCallbackIsCalledFor) {
@@ -108,56 +105,50 @@ TEST(CallbackBytes, AreThoseThatTheCallbackIsCalledFor) {
 
 // ---- Of the registry: in the stream handler of the host's own, beside a stop or not, and when a device hangs up.
 
-const std::vector<Operation> endings = {
-    {"Assign", true, [](auto& manager) { manager = BXDeviceManager(manager); }},
-    {"Destroy", true, [](auto& manager) { manager.~BXDeviceManager(), new (&manager) BXDeviceManager(); }},
-};
+// The first call of the callback does it.
+void expectUsableAfter(const Operation& deed, const std::string& place) {
+  SCOPED_TRACE(deed.name);
+  sim::Options options = streaming(100'000);
+  options.keepTranscript = true;
+  DisturbedDevice device(options);
+  BXDeviceManager manager;
+  connect(manager);
+  BXDevice& target = manager.getDevice(port);
+  Event begun;
+  Event done;
+  const auto call = [&, first = std::make_shared<std::atomic_flag>()] {
+    if (first->test_and_set()) return;
+    begun.set();
+    if (place == "StreamBesideAStop")
+      device.simulator.awaitTranscript("> 6F04", 2);  // the first one came of connecting
+    deed.run(manager);
+    done.set();
+  };
+  if (place == "Removal") target.setRemoveDeviceCallback([call](auto) { return call(), true; });
+  manager.startTraining(port);
+  if (place == "Removal") device.hostsLine.hangUp();
+  if (place != "Removal") target.getSerialCom().setProcessTrainingCallback(call);
+  ASSERT_TRUE(begun.wait());
+  if (place == "StreamBesideAStop") manager.stopTraining(port);
+  ASSERT_TRUE(done.wait());
+  manager = BXDeviceManager(manager);  // it may stream
+  expectUsable();
+}
 
-const Operation everything = {"Everything", true, [](auto& manager) {
-                                for (const Operation& operation : operations) operation.run(manager);
-                              }};
-
-class ManagerCallback : public testing::TestWithParam<const char*> {
- protected:
-  // The first call of the callback does it.
-  void happen(const Operation& deed) {
-    SCOPED_TRACE(deed.name);
-    const std::string place = GetParam();
-    sim::Options options = streaming(100'000);
-    options.keepTranscript = true;
-    DisturbedDevice device(options);
-    BXDeviceManager manager;
-    connect(manager);
-    BXDevice& target = manager.getDevice(port);
-    Event begun;
-    Event done;
-    const auto call = [&, first = std::make_shared<std::atomic_flag>()] {
-      if (first->test_and_set()) return;
-      begun.set();
-      if (place == "StreamBesideAStop")
-        device.simulator.awaitTranscript("> 6F04", 2);  // the first one came of connecting
-      deed.run(manager);
-      done.set();
-    };
-    if (place == "Removal") target.setRemoveDeviceCallback([call](auto) { return call(), true; });
-    manager.startTraining(port);
-    if (place == "Removal") device.hostsLine.hangUp();
-    if (place != "Removal") target.getSerialCom().setProcessTrainingCallback(call);
-    ASSERT_TRUE(begun.wait());
-    if (place == "StreamBesideAStop") manager.stopTraining(port);
-    ASSERT_TRUE(done.wait());
-    manager = BXDeviceManager(manager);  // it may stream
-    expectUsable();
-  }
-};
+class ManagerCallback : public testing::TestWithParam<const char*> {};
 
 TEST_P(ManagerCallback, MayDoAnything) {
   link::setOptions({.reply = std::chrono::milliseconds(200)});  // what a mode request waits for a handler at most
-  happen(everything);
+  std::vector<Operation> tried = {{"Everything", true, [](auto& manager) {
+                                     for (const Operation& operation : operations) operation.run(manager);
+                                   }}};
   if (GetParam() != std::string("StreamBesideAStop")) {  // nothing else may be called beside the endings
-    for (const Operation& operation : operations) happen(operation);
-    for (const Operation& ending : endings) happen(ending);
+    tried.insert(tried.end(), operations.begin(), operations.end());
+    tried.push_back({"Assign", true, [](auto& manager) { manager = BXDeviceManager(manager); }});
+    tried.push_back(
+        {"Destroy", true, [](auto& manager) { manager.~BXDeviceManager(), new (&manager) BXDeviceManager(); }});
   }
+  for (const Operation& deed : tried) expectUsableAfter(deed, GetParam());
   link::setOptions({});
 }
 

@@ -11,11 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-void prepare(BXDeviceManager& manager, const Operation& operation) {
-  manager.addDevice(port, "");
-  if (operation.isConnected) manager.connectDevice(port, true);
-}
-
 class Instants : public testing::TestWithParam<Operation> {
  protected:
   static sim::Options storing() {
@@ -24,33 +19,40 @@ class Instants : public testing::TestWithParam<Operation> {
     for (std::uint8_t page = 0; page < 3; ++page) options.stored.push_back({0, page, {0xCA, 0x41}});
     return options;
   }
-
-  std::thread later(Event& now, std::function<void()> deed) {
-    const auto pause = std::chrono::microseconds(std::uniform_int_distribution(0, 200)(random));
-    return std::thread([=, &now] {
-      now.wait();
-      if (pause > 100us) std::this_thread::sleep_for(pause);
-      deed();
-    });
+  static void prepare(BXDeviceManager& manager) {
+    manager.addDevice(port, "");
+    if (GetParam().isConnected) manager.connectDevice(port, true);
   }
 
   // The other one begins at once, or at some frame of the first one; more often at an early one.
   void runWith(const Operation& other, bool begins, bool hangsUp) {
     BXDeviceManager manager;
-    prepare(manager, GetParam());
+    prepare(manager);
     Event now;
     if (begins) now.set();
+    const auto later = [&](const std::function<void()>& deed) {
+      const auto pause = std::chrono::microseconds(std::uniform_int_distribution(0, 200)(random));
+      return std::thread([&now, pause, deed] {
+        now.wait();
+        if (pause > 100us) std::this_thread::sleep_for(pause);
+        deed();
+      });
+    };
     line.arm((1U << std::uniform_int_distribution(0U, 5U)(random)) - 1, [&] { now.set(); });
-    std::thread second = later(now, [&] { other.run(manager); });
-    std::thread unplugged = later(now, [&] {
+    std::thread second = later([&] { other.run(manager); });
+    std::thread unplugged = later([&] {
       if (hangsUp) line.hangUp();
     });
     GetParam().run(manager);
     now.set();  // it may have sent fewer frames
     second.join();
     unplugged.join();
+    expectUsableAfter(manager);
+  }
+  void expectUsableAfter(BXDeviceManager& manager) {
     line.arm(0, {});
     manager.disconnectDevices();
+    line.silence(false);
     expectUsable();
   }
 
@@ -80,7 +82,7 @@ TEST_P(Instants, OfTwoOperations) {
 TEST_P(Instants, OfACancel) {
   for (std::size_t frame = 0; frame < 20; ++frame) {
     BXDeviceManager manager;
-    prepare(manager, GetParam());
+    prepare(manager);
     link::Cancellation cancellation;
     line.arm(frame, [&] {
       line.silence(true);
@@ -90,25 +92,20 @@ TEST_P(Instants, OfACancel) {
       const link::Cancellation::Scope scope(cancellation);
       GetParam().run(manager);
     }
-    line.arm(0, {});
-    manager.disconnectDevices();
-    line.silence(false);
-    expectUsable();
+    expectUsableAfter(manager);
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Instants, testing::ValuesIn(operations), [](auto& tested) { return tested.param.name; });
 
-const std::vector<std::pair<const char*, std::function<void(BXDevice&)>>> uses = {
-    {"get", [](auto& device) { device.getTrainingFrames(); }},
-    {"take", [](auto& device) { device.takeTrainingFrames(); }},
-    {"mode", [](auto& device) { device.setDeviceMode(BXSerialCom::RESTING, true); }},
-    {"copy", [](auto& device) { const BXDevice copy(device); }},
-};
+const std::function<void(BXDevice&)> uses[] = {[](auto& device) { device.getTrainingFrames(); },
+                                               [](auto& device) { device.takeTrainingFrames(); },
+                                               [](auto& device) { device.setDeviceMode(BXSerialCom::RESTING, true); },
+                                               [](auto& device) { const BXDevice copy(device); }};
 
 TEST(Reference, IsUsedBesideAHangUpAndAfterIt) {
-  for (const auto& [name, use] : uses) {
-    SCOPED_TRACE(name);
+  for (const auto& use : uses) {
+    SCOPED_TRACE(&use - uses);
     DisturbedDevice device(streaming(100'000, 50'000));
     BXDeviceManager manager;
     connect(manager);

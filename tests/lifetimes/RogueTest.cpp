@@ -1,6 +1,5 @@
 // Devices that keep to the framing, if that, and to nothing else. An exchange with one fails before the device has sent
 // much, what waits is bounded, and the port serves once the device behaves.
-#include <random>
 #include <utility>
 
 #include "tests/lifetimes/Lifetimes.h"
@@ -16,6 +15,8 @@ constexpr std::size_t bound = std::size_t{1} << 20U;  // of an answer, and of wh
 constexpr std::size_t budget = 2 * bound;
 constexpr std::size_t endless = 3 * bound;
 constexpr std::size_t payloadSize = 200;
+
+using Exchange = bool (*)(BXSerialCom&);
 
 // What goes out instead of what the device says.
 using Change = std::function<sim::Bytes(const sim::Bytes& fromDevice)>;
@@ -43,8 +44,6 @@ class RogueEnd : public Around {
   Rogue& rogue_;
 };
 
-bool poll(BXSerialCom& com) { return com.poll(); }
-
 bool readPage(BXSerialCom& com) {
   std::vector<unsigned char> request{0x62, 0, 0, 0x62};
   return com.setDeviceMode(BXSerialCom::TRANSFER, false) && com.sendDownloadRequest(request, {});
@@ -56,15 +55,7 @@ bool leaveAStreamUnheard(BXSerialCom& com) {
   return !com.getError();
 }
 
-sim::Bytes garbage(const sim::Bytes& bytes) {
-  static std::mt19937 random(seed);
-  sim::Bytes noise(10 * bytes.size());
-  for (auto& byte : noise) byte = static_cast<std::uint8_t>(random());
-  return noise;
-}
-
-void misbehave(std::size_t payloads, std::size_t size, const Change& change, bool (*exchange)(BXSerialCom&),
-               FailureKind failure) {
+void misbehave(std::size_t payloads, std::size_t size, const Change& change, Exchange exchange, FailureKind failure) {
   sim::Options options = streaming(0, 1e6);
   options.stream.emplace(endless / payloadSize, sim::Bytes(payloadSize, 0xCA));
   options.stored.assign(payloads, {0, 0, sim::Bytes(size, 0xCA)});
@@ -92,12 +83,14 @@ void misbehave(std::size_t payloads, std::size_t size, const Change& change, boo
 
 TEST(Rogue, EndsAnExchangeSoonAndLeavesThePortUsable) {
   link::setOptions({.resend = 30ms});
+  const Exchange poll = [](BXSerialCom& com) { return com.poll(); };
+  const auto noise = [](const auto& bytes) { return garbage(10 * bytes.size()); };
   const auto deaf = [n = 0](const auto& bytes) mutable { return ++n == 1 ? bytes : sim::Bytes(); };
   misbehave(endless / payloadSize, payloadSize, {}, readPage, FailureKind::AnswerTooLong);
   misbehave(1, endless, {}, readPage, FailureKind::AnswerTooLong);
   misbehave(0, 0, {}, leaveAStreamUnheard, FailureKind::QueueFull);
   misbehave(0, 0, deaf, poll, FailureKind::NotAcknowledged);
-  misbehave(0, 0, garbage, poll, FailureKind::NoDevice);
+  misbehave(0, 0, noise, poll, FailureKind::NoDevice);
   link::setTransport(port, {});
   link::setOptions({});
 }
