@@ -10,7 +10,6 @@
 #include <array>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -38,11 +37,6 @@ Folder::Folder() {
 Folder::~Folder() {
   std::error_code error;
   std::filesystem::remove_all(path_, error);
-}
-
-std::string Folder::write(const std::string& name, const std::string& text) const {
-  std::ofstream(path_ / name, std::ios::binary) << text;
-  return path(name);
 }
 
 Program::Program(std::vector<std::string> command) {
@@ -115,12 +109,6 @@ std::vector<std::string> bxCommand(const std::string& words) {
   std::istringstream stream(words);
   command.insert(command.end(), std::istream_iterator<std::string>(stream), {});
   return command;
-}
-
-Outcome bx(const std::string& words) { return Program(bxCommand(words)).await(); }
-
-std::string withoutAimingTime(const std::string& records) {
-  return std::regex_replace(records, std::regex(R"x(,"(aimingTime|received)":[-+.e0-9]+)x"), "");
 }
 
 }  // namespace BX::test

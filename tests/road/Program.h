@@ -20,8 +20,6 @@ class Folder {
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
   std::string path(const std::string& name) const { return (path_ / name).string(); }
-  // Writes a file and gives its path.
-  std::string write(const std::string& name, const std::string& text) const;
 
  private:
   std::filesystem::path path_;
@@ -70,11 +68,7 @@ class Device {
   std::string port_;
 };
 
-// bx with --skip-startup and these words, from its start to its end. Programs run in the folder of the sources.
-Outcome bx(const std::string& words);
+// Starts bx with --skip-startup and these words.
 std::vector<std::string> bxCommand(const std::string& words);
-
-// Records as they are printed, without what the host's clock has measured: the aiming time, and when they came.
-std::string withoutAimingTime(const std::string& records);
 
 }  // namespace BX::test
