@@ -22,16 +22,6 @@ constexpr std::size_t streamLength = 20'000;  // more than any cell takes
 constexpr double streamRate = 2000;
 constexpr std::size_t recordsBeforeStop = 10;
 
-Json& ring() {
-  static Json document = example("ring-25m-precision-pistol.json");
-  return document;
-}
-
-Json& silhouette() {
-  static Json document = example("silhouette-torso.json");
-  return document;
-}
-
 // The exchange itself begins the session.
 bool freshSession(Rig& rig) {
   rig.com().closePort();
@@ -52,8 +42,6 @@ bool withSettings(Rig& rig) {
   rig.device.setSessionSettings(sessionSettings);
   return transferMode(rig);
 }
-std::string noResult(Rig&) { return ""; }
-std::string anyState(Rig&) { return ""; }
 
 std::string targets(Rig& rig) {
   std::string text;
@@ -136,8 +124,14 @@ std::string modeUnchanged(Rig& rig) {
   return mode == BXSerialCom::NO_MODE || mode == BXSerialCom::RESTING ? "" : "the mode counts as set";
 }
 
-bool uploadedRing(Rig& rig) { return transferMode(rig) && rig.device.uploadRingTarget(ring()); }
-bool uploadedSilhouette(Rig& rig) { return transferMode(rig) && rig.device.uploadSilhouetteTarget(silhouette()); }
+bool uploadRing(Rig& rig) {
+  static Json ring = example("ring-25m-precision-pistol.json");
+  return rig.device.uploadRingTarget(ring);
+}
+bool uploadSilhouette(Rig& rig) {
+  static Json silhouette = example("silhouette-torso.json");
+  return rig.device.uploadSilhouetteTarget(silhouette);
+}
 
 }  // namespace
 
@@ -158,28 +152,25 @@ Json fieldMode() {
 
 const std::vector<Exchange>& exchanges() {
   static const std::vector<Exchange> all{
-      {"startup", FrameKind::Startup, freshSession, [](Rig& rig) { return rig.com().sendStartupCommand(); }, noResult,
-       anyState},
+      {"startup", FrameKind::Startup, freshSession, [](Rig& rig) { return rig.com().sendStartupCommand(); }},
       {"mode", FrameKind::Mode, freshSession,
-       [](Rig& rig) { return rig.device.setDeviceMode(BXSerialCom::INFORMATION, false); }, noResult, modeUnchanged},
+       [](Rig& rig) { return rig.device.setDeviceMode(BXSerialCom::INFORMATION, false); }, nothing, modeUnchanged},
       {"information", FrameKind::Information, withoutSettings,
-       [](Rig& rig) { return rig.device.setupDeviceSettings(); }, settings, anyState},
+       [](Rig& rig) { return rig.device.setupDeviceSettings(); }, settings},
       {"frame read", FrameKind::FrameRead, withoutSettings, [](Rig& rig) { return rig.device.getParameterSetFrames(); },
        settings, [](Rig& rig) { return settings(rig) == "{}" ? "" : "settings of frames that were not all read"; }},
-      {"frame write", FrameKind::FrameWrite, withSettings, [](Rig& rig) { return rig.device.setParameterSetFrames(); },
-       noResult, anyState},
-      {"ring upload", FrameKind::RingUpload, transferMode, [](Rig& rig) { return rig.device.uploadRingTarget(ring()); },
-       noResult, anyState},
-      {"ring download", FrameKind::RingDownload, uploadedRing,
-       [](Rig& rig) { return rig.device.downloadRingTarget(ringNumber); }, targets, anyState},
-      {"silhouette upload", FrameKind::SilhouetteUpload, transferMode,
-       [](Rig& rig) { return rig.device.uploadSilhouetteTarget(silhouette()); }, noResult, anyState},
-      {"silhouette download", FrameKind::SilhouetteDownload, uploadedSilhouette,
-       [](Rig& rig) { return rig.device.downloadSilhouetteTarget(silhouetteNumber); }, targets, anyState},
+      {"frame write", FrameKind::FrameWrite, withSettings, [](Rig& rig) { return rig.device.setParameterSetFrames(); }},
+      {"ring upload", FrameKind::RingUpload, transferMode, uploadRing},
+      {"ring download", FrameKind::RingDownload, [](Rig& rig) { return transferMode(rig) && uploadRing(rig); },
+       [](Rig& rig) { return rig.device.downloadRingTarget(ringNumber); }, targets},
+      {"silhouette upload", FrameKind::SilhouetteUpload, transferMode, uploadSilhouette},
+      {"silhouette download", FrameKind::SilhouetteDownload,
+       [](Rig& rig) { return transferMode(rig) && uploadSilhouette(rig); },
+       [](Rig& rig) { return rig.device.downloadSilhouetteTarget(silhouetteNumber); }, targets},
       {"stored page", FrameKind::Page, transferMode, download, records, afterDownload},
       {"clear", FrameKind::Clear, transferMode, [](Rig& rig) { return rig.device.clearTrainingDataOnDevice(); },
-       records, anyState},
-      {"stream start", FrameKind::Mode, freshSession, startStream, noResult, afterStream},
+       records},
+      {"stream start", FrameKind::Mode, freshSession, startStream, nothing, afterStream},
       {"stream", FrameKind::Stream, freshSession, stream, gapOf, afterStream},
       {"stream stop", FrameKind::Mode, startedStream, stopStream, gapOf, afterStream},
   };

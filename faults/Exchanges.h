@@ -13,6 +13,8 @@ namespace BX::faults {
 // That the exchange "stream" waits for.
 inline constexpr std::size_t streamedRecords = 60;
 
+inline std::string nothing(Rig&) { return ""; }
+
 struct Exchange {
   std::string name;
   sim::FrameKind kind;
@@ -21,9 +23,9 @@ struct Exchange {
   // What it reports.
   std::function<bool(Rig&)> run;
   // What it brought, to be compared with what it brings without a fault.
-  std::function<std::string(Rig&)> result;
+  std::function<std::string(Rig&)> result = nothing;
   // What is wrong with the device object after a failure; empty when nothing is.
-  std::function<std::string(Rig&)> stateAfterFailure;
+  std::function<std::string(Rig&)> stateAfterFailure = nothing;
 };
 
 const std::vector<Exchange>& exchanges();

@@ -24,7 +24,8 @@ namespace {
 constexpr std::size_t errorsOfACall = 10;
 constexpr unsigned hangLimit = 15;  // seconds
 const std::string hangs = "hangs";
-constexpr Patience patience{.resend = std::chrono::milliseconds(20)};
+constexpr link::Options patience{
+    .baud = 0, .resend = std::chrono::milliseconds(20), .sends = 5, .reply = replyTime, .keepAlive = replyTime};
 
 // One process, from call number `next` on to its end or the last call; false after the last.
 bool runProcess(CallsResult& result, const std::string& port, std::size_t& next, std::size_t variant) {
@@ -102,7 +103,7 @@ int runFailingCalls(const std::string& port, std::size_t first, std::size_t vari
   const auto fail = reinterpret_cast<Fail*>(::dlsym(RTLD_DEFAULT, "bxFailCall"));
   if (fail == nullptr) return 2;
   std::cerr.setstate(std::ios::failbit);  // the library's warnings
-  useShortTimeouts(patience);
+  useTimeouts(patience);
   BXDeviceManager manager;
   std::string sound = goTheRoad(manager, port, true);
   for (std::size_t number = first; sound.empty(); ++number) {

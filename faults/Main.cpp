@@ -5,6 +5,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -22,24 +23,15 @@ constexpr unsigned hangLimit = 60;  // seconds
 std::array<char, 200> current{};
 
 // A cell that hangs is named before the program ends.
-void onAlarm(int) {
-  constexpr std::string_view text = "bx-faults: hangs in ";
-  if (::write(STDERR_FILENO, text.data(), text.size()) < 0 ||
-      ::write(STDERR_FILENO, current.data(), std::strlen(current.data())) < 0) {
-    _exit(2);
-  }
-  _exit(1);
-}
+void onAlarm(int) { _exit(::write(STDERR_FILENO, current.data(), std::strlen(current.data())) < 0 ? 2 : 1); }
 
 void watch(const std::string& what) {
-  current.fill('\0');
-  what.copy(current.data(), current.size() - 2);
-  current[std::strlen(current.data())] = '\n';
+  std::snprintf(current.data(), current.size(), "bx-faults: hangs in %s\n", what.c_str());
   ::alarm(hangLimit);
 }
 
 void runMatrix(Report& report) {
-  useShortTimeouts({});
+  useTimeouts();
   for (const Exchange& exchange : exchanges()) {
     std::cerr << exchange.name << '\n';
     watch(exchange.name);
@@ -52,13 +44,6 @@ void runMatrix(Report& report) {
     }
   }
   ::alarm(0);
-}
-
-void runSoak(Report& report, std::size_t records, std::size_t downloads) {
-  std::cerr << "soak: a stream of " << records << " records\n";
-  report.stream = soakStream(records);
-  std::cerr << "soak: " << downloads << " downloads of a full memory\n";
-  report.downloads = soakDownloads(downloads);
 }
 
 }  // namespace
@@ -84,7 +69,9 @@ int main(int argc, char** argv) {
     Report report;
     filled(text.str(), report);  // now, rather than when all is done
     runMatrix(report);
-    runSoak(report, records, downloads);
+    std::cerr << "soak\n";
+    report.stream = soakStream(records);
+    report.downloads = soakDownloads(downloads);
     report.calls = failEachCall();
     std::ofstream(page) << filled(text.str(), report);
     return wrongIn(report) == 0 ? 0 : 1;

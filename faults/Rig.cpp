@@ -8,28 +8,7 @@
 
 namespace BX::faults {
 
-namespace {
-
-// The link's last errors are kept by port.
-std::string newPort() {
-  static std::atomic<int> count = 0;
-  return "faults" + std::to_string(++count);
-}
-
-sim::Options patient(sim::Options options) {
-  options.resend = link::getOptions().resend;
-  return options;
-}
-
-}  // namespace
-
-void useShortTimeouts(const Patience& patience) {
-  link::Options options;
-  options.baud = 0;
-  options.resend = patience.resend;
-  options.sends = patience.sends;
-  options.reply = patience.reply;
-  options.keepAlive = patience.reply;
+void useTimeouts(const link::Options& options) {
   link::setOptions(options);
   platform::replaceTime({[](std::chrono::milliseconds) {}, {}});
 }
@@ -45,7 +24,13 @@ std::size_t indexOf(const MORVA::MORVADataTypeJSON& document) {
   return std::size_t{high} << 16U | low;
 }
 
-Rig::Rig(sim::Options options) : options_(patient(std::move(options))), port_(newPort()) {
+// The link's last errors are kept by port: each rig has its own.
+Rig::Rig(sim::Options options)
+    : options_(std::move(options)), port_([] {
+        static std::atomic<int> count = 0;
+        return "faults" + std::to_string(++count);
+      }()) {
+  options_.resend = link::getOptions().resend;
   simulator = std::make_unique<sim::Simulator>(options_, line_.deviceEnd());
   link::setTransport(port_, [this](const std::string&) { return line_.hostEnd(); });
   device.setDevicePort(port_);

@@ -17,13 +17,11 @@ namespace BX::faults {
 
 inline constexpr std::chrono::milliseconds resendTime{5};
 
+inline constexpr std::chrono::milliseconds replyTime{250};
+
 // For every rig of the process, from now on.
-struct Patience {
-  std::chrono::milliseconds resend = resendTime;
-  int sends = 5;
-  std::chrono::milliseconds reply{250};
-};
-void useShortTimeouts(const Patience& patience);
+void useTimeouts(const link::Options& options = {
+                     .baud = 0, .resend = resendTime, .sends = 5, .reply = replyTime, .keepAlive = replyTime});
 
 // Measurement number `index` of a stream or memory; its document tells the index again.
 sim::Bytes measurement(std::size_t index);
@@ -50,7 +48,7 @@ class Rig {
   std::vector<MORVA::MORVADataTypeJSON> streamed;  // what an exchange has taken from the stream
 
  private:
-  const sim::Options options_;
+  sim::Options options_;
   sim::LoopbackLine line_;
   const std::string port_;
   std::size_t transcriptRead_ = 0;

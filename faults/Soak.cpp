@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr double asFastAsItGoes = 1e6;
 constexpr auto pollInterval = std::chrono::milliseconds(2);
 // A line this bad loses a frame more often in a row, and a soak outlasts a machine that is busy elsewhere.
-constexpr Patience patience{.sends = 10, .reply = std::chrono::milliseconds(2000)};
+constexpr link::Options patience{.baud = 0, .resend = resendTime, .sends = 10};
 
 std::size_t residentBytes() {
   std::ifstream file("/proc/self/statm");
@@ -55,7 +55,7 @@ bool inOrder(const std::vector<MORVA::MORVADataTypeJSON>& documents, std::size_t
 }  // namespace
 
 SoakResult soakStream(std::size_t records) {
-  useShortTimeouts(patience);
+  useTimeouts(patience);
   sim::Options options = noisy();
   options.stream.emplace();
   for (std::size_t i = 0; i < records; ++i) options.stream->push_back(measurement(i));
@@ -82,7 +82,7 @@ SoakResult soakStream(std::size_t records) {
 }
 
 SoakResult soakDownloads(std::size_t downloads) {
-  useShortTimeouts(patience);
+  useTimeouts(patience);
   sim::Options options = noisy();
   constexpr std::size_t recordsPerPage = 13;
   for (std::size_t i = 0; i < recordsInMemory; ++i) {

@@ -66,7 +66,7 @@ std::size_t sweep(const std::string& name, std::size_t stride, const Deed& deed,
 
 TEST(Allocations, OfTheRoadFailOnceAndTheSameDeviceWorksAfterwards) {
   constexpr auto port = "allocations";
-  faults::useShortTimeouts({});
+  faults::useTimeouts();
   const LoopbackDevice device(faults::roadOptions(), port);
   BXDeviceManager manager;
   ASSERT_EQ(faults::goTheRoad(manager, port, true), "");

@@ -1,7 +1,7 @@
 // A slice of the fault matrix; scripts/faults runs the whole of it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <regex>
 #include <string>
 
 #include "faults/Cell.h"
@@ -15,7 +15,7 @@ constexpr std::size_t stride = 7;
 class Matrix : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(Matrix, EndsInTheSameResultOrACleanFailure) {
-  useShortTimeouts({});
+  useTimeouts();
   const Exchange& exchange = exchanges()[GetParam()];
   const Expected expected = expectedOf(exchange);
   ASSERT_FALSE(expected.rules.empty());
@@ -26,24 +26,20 @@ TEST_P(Matrix, EndsInTheSameResultOrACleanFailure) {
 }
 
 TEST(FaultMatrix, NoticesThatNoFaultStrikesAndThatNothingIsRepeated) {
-  useShortTimeouts({});
+  useTimeouts();
   const Exchange& exchange = exchanges().front();
   const Expected expected = expectedOf(exchange);
   const auto lossOf = [](std::size_t number) {
     return sim::FaultRule{sim::Direction::ToDevice, sim::FrameKind::Startup, number, sim::FaultEffect::Drop};
   };
   EXPECT_EQ(runCell(exchange, expected, lossOf(1000)).outcome, Outcome::Wrong);
-  useShortTimeouts({.resend = std::chrono::milliseconds(250), .sends = 1});
+  useTimeouts({.baud = 0, .resend = replyTime, .sends = 1, .reply = replyTime, .keepAlive = replyTime});
   EXPECT_EQ(runCell(exchange, expected, lossOf(1)).outcome, Outcome::Wrong);
 }
 
-std::string testName(const testing::TestParamInfo<std::size_t>& test) {
-  std::string name = exchanges()[test.param].name;
-  std::replace(name.begin(), name.end(), ' ', '_');
-  return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Exchanges, Matrix, testing::Range(std::size_t{0}, exchanges().size()), testName);
+INSTANTIATE_TEST_SUITE_P(Exchanges, Matrix, testing::Range(std::size_t{0}, exchanges().size()), [](auto& test) {
+  return std::regex_replace(exchanges()[test.param].name, std::regex(" "), "_");
+});
 
 }  // namespace
 }  // namespace BX::faults
