@@ -12,10 +12,7 @@ namespace BX::faults {
 
 namespace {
 
-using sim::Direction;
-using sim::FaultEffect;
-using sim::FaultRule;
-using sim::FrameKind;
+using sim::Direction, sim::FaultEffect, sim::FaultRule, sim::FrameKind;
 
 constexpr int maxTries = 5;
 // The last acknowledgement leaves some time after its exchange.

@@ -16,8 +16,6 @@ namespace {
 using sim::FrameKind;
 using Json = MORVA::MORVADataTypeJSON;
 
-constexpr int ringNumber = 1;  // of the examples
-constexpr int silhouetteNumber = 0;
 constexpr std::size_t streamLength = 20'000;  // more than any cell takes
 constexpr double streamRate = 2000;
 constexpr std::size_t recordsBeforeStop = 10;
@@ -133,6 +131,16 @@ bool uploadSilhouette(Rig& rig) {
   return rig.device.uploadSilhouetteTarget(silhouette);
 }
 
+using Run = std::function<bool(Rig&)>;
+
+Run run(bool (BXDevice::*member)()) {
+  return [member](Rig& rig) { return (rig.device.*member)(); };
+}
+
+Run inTransferMode(const Run& deed) {
+  return [deed](Rig& rig) { return transferMode(rig) && deed(rig); };
+}
+
 }  // namespace
 
 Json example(const std::string& name) {
@@ -155,21 +163,18 @@ const std::vector<Exchange>& exchanges() {
       {"startup", FrameKind::Startup, freshSession, [](Rig& rig) { return rig.com().sendStartupCommand(); }},
       {"mode", FrameKind::Mode, freshSession,
        [](Rig& rig) { return rig.device.setDeviceMode(BXSerialCom::INFORMATION, false); }, nothing, modeUnchanged},
-      {"information", FrameKind::Information, withoutSettings,
-       [](Rig& rig) { return rig.device.setupDeviceSettings(); }, settings},
-      {"frame read", FrameKind::FrameRead, withoutSettings, [](Rig& rig) { return rig.device.getParameterSetFrames(); },
-       settings, [](Rig& rig) { return settings(rig) == "{}" ? "" : "settings of frames that were not all read"; }},
-      {"frame write", FrameKind::FrameWrite, withSettings, [](Rig& rig) { return rig.device.setParameterSetFrames(); }},
+      {"information", FrameKind::Information, withoutSettings, run(&BXDevice::setupDeviceSettings), settings},
+      {"frame read", FrameKind::FrameRead, withoutSettings, run(&BXDevice::getParameterSetFrames), settings,
+       [](Rig& rig) { return settings(rig) == "{}" ? "" : "settings of frames that were not all read"; }},
+      {"frame write", FrameKind::FrameWrite, withSettings, run(&BXDevice::setParameterSetFrames)},
       {"ring upload", FrameKind::RingUpload, transferMode, uploadRing},
-      {"ring download", FrameKind::RingDownload, [](Rig& rig) { return transferMode(rig) && uploadRing(rig); },
-       [](Rig& rig) { return rig.device.downloadRingTarget(ringNumber); }, targets},
+      {"ring download", FrameKind::RingDownload, inTransferMode(uploadRing),
+       [](Rig& rig) { return rig.device.downloadRingTarget(1); }, targets},
       {"silhouette upload", FrameKind::SilhouetteUpload, transferMode, uploadSilhouette},
-      {"silhouette download", FrameKind::SilhouetteDownload,
-       [](Rig& rig) { return transferMode(rig) && uploadSilhouette(rig); },
-       [](Rig& rig) { return rig.device.downloadSilhouetteTarget(silhouetteNumber); }, targets},
+      {"silhouette download", FrameKind::SilhouetteDownload, inTransferMode(uploadSilhouette),
+       [](Rig& rig) { return rig.device.downloadSilhouetteTarget(0); }, targets},
       {"stored page", FrameKind::Page, transferMode, download, records, afterDownload},
-      {"clear", FrameKind::Clear, transferMode, [](Rig& rig) { return rig.device.clearTrainingDataOnDevice(); },
-       records},
+      {"clear", FrameKind::Clear, transferMode, run(&BXDevice::clearTrainingDataOnDevice), records},
       {"stream start", FrameKind::Mode, freshSession, startStream, nothing, afterStream},
       {"stream", FrameKind::Stream, freshSession, stream, gapOf, afterStream},
       {"stream stop", FrameKind::Mode, startedStream, stopStream, gapOf, afterStream},

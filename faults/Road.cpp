@@ -59,22 +59,19 @@ const std::vector<Step>& road() {
   static const std::vector<Step> steps{
       {"connect", connect},
       {"write settings",
-       [](Manager& manager, const Port& port) {
+       [](auto& manager, auto& port) {
          return manager.setSessionSettings(port, session) && manager.setupDeviceSettings(port, settings);
        }},
-      {"read settings",
-       [](Manager& manager, const Port& port) { return manager.getDeviceSettings(port).toString() != "{}"; }, false},
-      {"upload ring",
-       [](Manager& manager, const Port& port) { return manager.createTargetOnDevice(port, "RING", ring); }},
-      {"upload silhouette",
-       [](Manager& manager, const Port& port) { return manager.createTargetOnDevice(port, "SILHOUETTE", torso); },
+      {"read settings", [](auto& manager, auto& port) { return manager.getDeviceSettings(port).toString() != "{}"; },
        false},
+      {"upload ring", [](auto& manager, auto& port) { return manager.createTargetOnDevice(port, "RING", ring); }},
+      {"upload silhouette",
+       [](auto& manager, auto& port) { return manager.createTargetOnDevice(port, "SILHOUETTE", torso); }, false},
       {"train", train},
-      {"download",
-       [](Manager& manager, const Port& port) { return !manager.downloadDeviceTrainingSession(port).empty(); }},
+      {"download", [](auto& manager, auto& port) { return !manager.downloadDeviceTrainingSession(port).empty(); }},
       {"clear", clear, false},
       {"download targets", readTargets, false},
-      {"disconnect", [](Manager& manager, const Port& port) { return manager.removeDevice(port); }, false}};
+      {"disconnect", [](auto& manager, auto& port) { return manager.removeDevice(port); }, false}};
   return steps;
 }
 

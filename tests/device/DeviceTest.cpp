@@ -8,10 +8,6 @@ namespace BX::test {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 TEST(Connect, SendsTheSequenceWithItsWaits) {
   std::vector<std::chrono::milliseconds> waits;

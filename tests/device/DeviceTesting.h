@@ -14,6 +14,8 @@
 
 namespace BX::test {
 
+using testing::ElementsAre, testing::HasSubstr, testing::IsEmpty, testing::SizeIs, testing::StartsWith;
+
 // What the simulated device reports of itself when it is connected.
 inline const std::string simulatedInformation =
     R"({"SerialNumber":"SIM-000001","DeviceID":"BX-SIM","Program":"V1.00","Date":"21.11.26","Time":"12:00:00")";

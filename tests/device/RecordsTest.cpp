@@ -1,6 +1,8 @@
 // Records by literal bytes.
 #include <gmock/gmock.h>
 
+#include <tuple>
+
 #include "morva/KeyedAccess.h"
 #include "records/RecordDecoder.h"
 #include "records/RecordFormat.h"
@@ -70,15 +72,12 @@ TEST(Records, TakeLittleMemoryAndSoDoTheirCopies) {
 }
 
 TEST(Records, ScaleByTheDistanceOfTheTargetInUseOrAsMeasured) {
-  const struct {
-    TargetInUse target;
-    double shot;         // shotFrame measures 10.0 m
-    double measurement;  // measurementFrame measures 30.0 m
-    double stored;       // the measurement again, from a stored session
-  } table[] = {{{10, "Meters", 0}, 9.25, 9.25, 9.25},       {{10, "Yards", 254}, 8.394, 8.394, 8.394},
-               {{10, "yd", 1}, 8.394, 8.394, 8.394},        {{10, "yards", 1}, 9.25, 9.25, 9.25},
-               {{0, "", 1}, -0.75, -0.75, -0.75},           {{10, "Meters", noTarget}, 10.0, 30.0, 10.0},
-               {{10, "Yards", noTarget}, 10.0, 30.0, 9.144}};
+  // What a shot, a measurement and one of a stored session are scaled by. They measure 10, 30 and 30 m.
+  const std::tuple<TargetInUse, double, double, double> table[] = {
+      {{10, "Meters", 0}, 9.25, 9.25, 9.25},       {{10, "Yards", 254}, 8.394, 8.394, 8.394},
+      {{10, "yd", 1}, 8.394, 8.394, 8.394},        {{10, "yards", 1}, 9.25, 9.25, 9.25},
+      {{0, "", 1}, -0.75, -0.75, -0.75},           {{10, "Meters", noTarget}, 10.0, 30.0, 10.0},
+      {{10, "Yards", noTarget}, 10.0, 30.0, 9.144}};
   for (const auto& [target, shotDistance, measurementDistance, storedDistance] : table) {
     SCOPED_TRACE(target.distanceUnit);
     const Aim shot = decodeShot(shotFrame, target).aim;

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <iostream>
 #include <memory>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -38,13 +37,6 @@ inline const bool quiet = (std::cout.setstate(std::ios::failbit), true);
 
 // How often something is repeated; instrumented programs are several times slower.
 constexpr std::size_t scaled(std::size_t count) { return BX_SANITIZED ? (count + 9) / 10 : count; }
-
-inline sim::Bytes garbage(std::size_t size) {
-  static std::mt19937 random(seed);
-  sim::Bytes bytes(size);
-  for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
-  return bytes;
-}
 
 inline sim::Options streaming(std::size_t count, double rate = 5000) {
   sim::Options options;

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <random>
 
 #include "tests/lifetimes/Lifetimes.h"
 
@@ -26,6 +27,13 @@ namespace BX::test {
 namespace {
 
 using namespace std::chrono_literals;
+
+sim::Bytes garbage(std::size_t size) {
+  static std::mt19937 random(seed);
+  sim::Bytes bytes(size);
+  for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
+  return bytes;
+}
 
 // A terminal that says something to the next host before it is a device, and noise with all that it sends as one.
 class NoisyTerminal : public Around {

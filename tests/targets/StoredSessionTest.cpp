@@ -4,10 +4,6 @@
 namespace BX::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
-
 // A shot without faults and its targets; a measurement with 30 m measured.
 sim::Bytes shot(std::uint8_t number, std::uint8_t ring, std::uint8_t silhouette) {
   sim::Bytes frame = bytesOf("CA6A" + std::string(2 * 28, '0'));

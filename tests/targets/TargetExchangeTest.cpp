@@ -1,15 +1,11 @@
 // Targets up to a device and down again: what is kept on either side, and what a refusal leaves.
+#include <regex>
+
 #include "morva/KeyedAccess.h"
 #include "tests/targets/TargetTesting.h"
 
 namespace BX::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
-using testing::StartsWith;
 
 TEST(Upload, EndsAtTheFirstRefusalAndStaysInTheDeviceObject) {
   // What is refused, the bitmap, and the frames that are sent, of 4 or of 2 and the rows.
@@ -117,14 +113,8 @@ TEST(SilhouetteDownload, BringsWhatWentUpToSlotZeroBackWhole) {
   }
   const auto up = transfer.sent("66");
   ASSERT_THAT(up, SizeIs(66));
-  for (const auto& row : rowsOf(R"(
-    0  | 660000000101F400000000000001F40000000051
-    1  | 660001746F72736F00000000000000000000009E
-    2  | 66400000000000000000000000000000000000A6
-    40 | 6640260000015556AABFFFFFFEAA9555400000B1
-    65 | 6640BF0000000555555555555555555000000062)")) {
-    EXPECT_EQ(up[std::stoul(row[0])], row[1]);
-  }
+  EXPECT_EQ(up[40], "6640260000015556AABFFFFFFEAA9555400000B1");
+  EXPECT_EQ(up[65], "6640BF0000000555555555555555555000000062");
   const auto down = transfer.sent("67");
   ASSERT_THAT(down, SizeIs(2 * 66));
   EXPECT_EQ(down[0] + down[1] + down[2] + down[65], "6700006767000168674000A767403FE6");
@@ -144,6 +134,38 @@ TEST(SilhouetteDownload, ReadsEveryReplyOfAnotherSlotAsARow) {
       ElementsAre(R"({"SilhouetteTarget":)" + getDocument(target, "SilhouetteTarget").toString() + "}",
                   R"({"TargetType":"SILHOUETTE"})",
                   testing::AllOf(StartsWith(R"({"SilhouetteTarget":[[0,0,0,0,0,0,0,1,)"), HasSubstr("],[1,3,1,0,"))));
+}
+
+using Names = std::vector<std::string>;
+
+// ---- What docs/ says about documents and payloads, held against the code.
+
+// The first group of every match.
+Names matches(const std::string& text, const std::string& pattern) {
+  const std::regex expression(pattern);
+  Names names;
+  for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match) {
+    names.push_back((*match)[1]);
+  }
+  return names;
+}
+
+TEST(Documents, NameEveryKeyOfTheCode) {
+  const auto page = sourceText("docs/documents.md");
+  const auto keys = matches(sourceText("include/bx/DocumentKeys.h"), "constexpr auto \\w+ = \"(\\w+)\"");
+  EXPECT_GE(keys.size(), 60U);
+  for (const auto& key : keys) EXPECT_NE(page.find('`' + key), std::string::npos) << key;
+}
+
+TEST(Payloads, OfTheRingExampleAreAsDocumented) {
+  const auto block = matches(sourceText("docs/wire.md"), "\n([<>] [0-9A-F]+)");
+  Transfer transfer;
+  ASSERT_TRUE(transfer.uploadRing(example("ring-25m-precision-pistol.json")));
+  ASSERT_TRUE(transfer.device.downloadRingTarget(1));
+  ASSERT_TRUE(transfer.simulator.awaitTranscript(block.back(), 1));
+  const auto transcript = transfer.simulator.transcript();
+  ASSERT_GE(transcript.size(), block.size());
+  EXPECT_EQ(Names(transcript.end() - static_cast<std::ptrdiff_t>(block.size()), transcript.end()), block);
 }
 
 }  // namespace

@@ -11,11 +11,7 @@
 namespace BX::tool {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::Contains;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::StartsWith;
+using ::testing::AllOf, ::testing::Contains, ::testing::HasSubstr, ::testing::IsEmpty, ::testing::StartsWith;
 
 using Texts = std::vector<std::string>;
 
