@@ -20,26 +20,16 @@ thread_local std::array<char, 512> lastText{};
 
 std::int32_t statusOf(link::FailureKind kind) {
   using enum link::FailureKind;
-  if (kind >= NoSuchPort && kind <= System) return BX_E_OPEN;
-  switch (kind) {
-    case Refused:
-      return BX_E_REFUSED;
-    case Cancelled:
-      return BX_E_CANCELLED;
-    case Memory:
-      return BX_E_MEMORY;
-    case BadRequest:
-    case Handler:
-      return BX_E_INTERNAL;
-    default:
-      return BX_E_LINK;
-  }
+  if (kind == Refused) return BX_E_REFUSED;
+  if (kind == Cancelled) return BX_E_CANCELLED;
+  if (kind == Memory) return BX_E_MEMORY;
+  if (kind == BadRequest || kind == Handler) return BX_E_INTERNAL;
+  return kind >= NoSuchPort && kind <= System ? BX_E_OPEN : BX_E_LINK;
 }
 
 std::int32_t told(std::int32_t status, std::string_view text) noexcept {
   std::size_t length = std::min(text.size(), lastText.size() - 1);
-  const auto isInside = [text](std::size_t at) { return at < text.size() && (text[at] & 0xC0) == 0x80; };
-  while (length > 0 && isInside(length)) --length;  // no character is cut in two
+  while (length < text.size() && length > 0 && (text[length] & 0xC0) == 0x80) --length;  // no character is cut in two
   *std::copy_n(text.begin(), length, lastText.begin()) = '\0';
   return status;
 }
@@ -72,15 +62,13 @@ std::int32_t statusOfException() noexcept {
 const char* lastError() noexcept { return lastText.data(); }
 
 std::string textOf(const char* given) {
-  require(given != nullptr, "a text is NULL");
-  require(platform::validUtf8(given) == given, "a text is no UTF-8");
+  require(given != nullptr && platform::validUtf8(given) == given, "a text is NULL, or no UTF-8");
   return given;
 }
 
 std::string portOf(const char* given) {
-  std::string port = textOf(given);
-  require(!port.empty(), "the port has no name");
-  return port;
+  require(given == nullptr || *given != '\0', "the port has no name");
+  return textOf(given);
 }
 
 std::string targetTypeOf(const char* given) {

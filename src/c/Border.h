@@ -1,10 +1,12 @@
-// What crosses the interface: texts, documents, and failures, which are exceptions inside and a status outside.
+// What crosses the interface: texts, documents, records, and failures, which are exceptions inside and a status
+// outside.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "bx/BXDeviceManager.h"
 #include "bx/BXSerialLink.h"
 #include "bx/bx_c.h"
 #include "morva/MORVADataTypeJSON.h"
@@ -12,6 +14,8 @@
 namespace BX::c {
 
 using Json = MORVA::MORVADataTypeJSON;
+
+inline constexpr auto* noDevice = ": no device is registered";
 
 struct Failed {
   std::int32_t status;
@@ -27,13 +31,11 @@ const char* lastError() noexcept;
 
 // Runs the body of a function of the interface: no exception leaves it.
 template <typename Body>
-std::int32_t guarded(const Body& body) noexcept {
-  try {
-    body();
-    return BX_OK;
-  } catch (...) {
-    return statusOfException();
-  }
+std::int32_t guarded(const Body& body) noexcept try {
+  body();
+  return BX_OK;
+} catch (...) {
+  return statusOfException();
 }
 
 // What a host passes in; throws Failed when it is not what it should be.
@@ -45,5 +47,10 @@ Json documentOf(const char* given);
 // What a host gets, to free it; nothing when it does not want any.
 void give(char** wanted, const std::string& text);
 std::string arrayOf(const std::vector<Json>& documents);
+
+bx_record recordOf(const Json& document);
+// The records as lines; `structures`, of the same records, learn where each line stands.
+std::string linesOf(const std::vector<Json>& records, bx_record* structures);
+bx_state stateOf(const BXDeviceManager::DeviceState& device, const link::Statistics& counted);
 
 }  // namespace BX::c

@@ -24,11 +24,6 @@ struct Library {
   std::map<bx_cancel*, bool> cancels GUARDED_BY(mutex);  // whether they are signalled
   std::set<Call*> calls GUARDED_BY(mutex);
 
-  template <typename Key>
-  Key* newKey() REQUIRES(mutex) {
-    return reinterpret_cast<Key*>(++lastKey);
-  }
-
   template <typename Which>
   void cancel(const Which& which) REQUIRES(mutex) {
     for (Call* call : calls) {
@@ -38,7 +33,8 @@ struct Library {
   }
 
   template <typename Which>
-  void awaitEnd(MutexLock& lock, const Which& which) REQUIRES(mutex) {
+  void end(MutexLock& lock, const Which& which) REQUIRES(mutex) {
+    cancel(which);
     while (std::ranges::any_of(calls, [&](const Call* call) { return which(*call); })) changed.wait(lock.native());
   }
 };
@@ -56,26 +52,19 @@ auto& find(Map& map, typename Map::key_type key) {
   return found->second;
 }
 
-// Closes the ports without the half second that a device is given otherwise.
-template <typename Owner>
-void destroyAtOnce(Owner owner) {
+// Without the half second that a device is given otherwise.
+void destroyAtOnce(Sessions managers) {
   link::Cancellation atOnce;
   atOnce.request();
   const link::Cancellation::Scope scope(atOnce);
-  owner = {};
+  managers.clear();
 }
 
 }  // namespace
 
-Call::Call() {
+Call::Call(std::optional<bx_manager*> manager, bx_cancel* withCancel) : cancel(withCancel) {
   const MutexLock lock(library().mutex);
-  number = ++library().lastCall;
-  library().calls.insert(this);
-}
-
-Call::Call(bx_manager* manager, bx_cancel* withCancel) : cancel(withCancel) {
-  const MutexLock lock(library().mutex);
-  session = find(library().sessions, manager);
+  if (manager) session = find(library().sessions, *manager);
   if (cancel != nullptr && find(library().cancels, cancel)) cancellation.request();
   number = ++library().lastCall;
   library().calls.insert(this);
@@ -95,7 +84,7 @@ Turn::Turn(const Call& call, const std::string& port) : call_(call), port_(port)
   while (!call.cancellation.isRequested() && call.session->taken.contains(port)) library().changed.wait(lock.native());
   if (call.cancellation.isRequested()) throw Failed{BX_E_CANCELLED, port + ": cancelled"};
   device = call.manager().shareDevice(port);
-  if (!device) throw Failed{BX_E_NO_DEVICE, port + ": no device is registered"};
+  if (!device) throw Failed{BX_E_NO_DEVICE, port + noDevice};
   call.session->taken.insert(port);
 }
 
@@ -107,8 +96,6 @@ Turn::~Turn() {
   library().changed.notify_all();
 }
 
-bool Turn::isRegistered() const { return call_.manager().shareDevice(port_) == own_.front().second; }
-
 void destroyRemoved(Session& session, const std::string& port) {
   Session::Devices found;
   const MutexLock lock(library().mutex);
@@ -118,53 +105,44 @@ void destroyRemoved(Session& session, const std::string& port) {
   }
 }
 
-bool tellLoss(Session& session, const std::string& port) {
+bool setLossTold(Session& session, const std::string& port, bool told) {
   const MutexLock lock(library().mutex);
-  return session.lossesTold.insert(port).second;
-}
-
-void forgetLoss(Session& session, const std::string& port) {
-  const MutexLock lock(library().mutex);
-  session.lossesTold.erase(port);
+  return told ? session.lossesTold.insert(port).second : session.lossesTold.erase(port) > 0;
 }
 
 bx_manager* createManager() {
   auto session = std::make_shared<Session>();
   const MutexLock lock(library().mutex);
-  return library().sessions.emplace(library().newKey<bx_manager>(), std::move(session)).first->first;
+  return library()
+      .sessions.emplace(reinterpret_cast<bx_manager*>(++library().lastKey), std::move(session))
+      .first->first;
 }
 
 void destroyManager(bx_manager* manager) {
   const Call inside;
-  std::shared_ptr<Session> session;
-  {
-    MutexLock lock(library().mutex);
-    session = find(library().sessions, manager);
-    library().sessions.erase(manager);
-    const auto isOfIt = [&](const Call& call) { return call.session == session; };
-    library().cancel(isOfIt);
-    library().awaitEnd(lock, isOfIt);
-  }
-  destroyAtOnce(std::move(session));
+  Sessions one;
+  MutexLock lock(library().mutex);
+  const auto& session = one[manager] = find(library().sessions, manager);
+  library().sessions.erase(manager);
+  library().end(lock, [&](const Call& call) { return call.session == session; });
+  lock.unlock();
+  destroyAtOnce(std::move(one));
 }
 
 void shutDown() {
   const MutexLock alone(library().shuttingDown);
-  Sessions sessions;
-  {
-    MutexLock lock(library().mutex);
-    sessions.swap(library().sessions);
-    library().cancels.clear();
-    const auto isInside = [latest = library().lastCall](const Call& call) { return call.number <= latest; };
-    library().cancel(isInside);
-    library().awaitEnd(lock, isInside);
-  }
-  destroyAtOnce(std::move(sessions));
+  Sessions all;
+  MutexLock lock(library().mutex);
+  all.swap(library().sessions);
+  library().cancels.clear();
+  library().end(lock, [latest = library().lastCall](const Call& call) { return call.number <= latest; });
+  lock.unlock();
+  destroyAtOnce(std::move(all));
 }
 
 bx_cancel* createCancel() {
   const MutexLock lock(library().mutex);
-  return library().cancels.emplace(library().newKey<bx_cancel>(), false).first->first;
+  return library().cancels.emplace(reinterpret_cast<bx_cancel*>(++library().lastKey), false).first->first;
 }
 
 void signalCancel(bx_cancel* cancel) {

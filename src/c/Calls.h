@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -26,9 +27,8 @@ struct Session {
 // A call of the host, from its begin to its end.
 class Call {
  public:
-  Call();
-  // Throws Failed when there is no such manager or cancel; the cancel may be null.
-  explicit Call(bx_manager* manager, bx_cancel* cancel = nullptr);
+  // Of a manager, or of none. Throws Failed when there is no such manager or cancel; the cancel may be null.
+  explicit Call(std::optional<bx_manager*> manager = {}, bx_cancel* cancel = nullptr);
   ~Call();
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
@@ -52,7 +52,7 @@ class Turn {
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
   BXDevice& device() const { return *own_.front().second; }
-  bool isRegistered() const;
+  bool isRegistered() const { return call_.manager().shareDevice(port_) == own_.front().second; }
 
  private:
   const Call& call_;
@@ -61,9 +61,8 @@ class Turn {
 };
 
 void destroyRemoved(Session& session, const std::string& port);
-// A hang-up is told once: whether this is the time. Adding the port anew takes it back.
-bool tellLoss(Session& session, const std::string& port);
-void forgetLoss(Session& session, const std::string& port);
+// A hang-up is told once. Whether this is news.
+bool setLossTold(Session& session, const std::string& port, bool told);
 
 bx_manager* createManager();
 void destroyManager(bx_manager* manager);

@@ -1,9 +1,8 @@
 // The functions of the interface. Each is one operation of the manager.
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <exception>
-#include <functional>
-#include <map>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -11,32 +10,29 @@
 
 #include "bx/Waiting.h"
 #include "c/Calls.h"
-#include "c/Records.h"
 #include "morva/KeyedAccess.h"
 
 namespace BX::c {
 
 namespace {
 
-// Which failure of an operation counts: what fails first in connecting may count for nothing.
-constexpr auto first = &link::FailureWatch::first;
-constexpr auto last = &link::FailureWatch::last;
-
-// What an operation works on.
+// What an operation works on, and the text that it gives.
 struct Lane {
   BXDeviceManager& manager;
   const std::string& port;
   BXDevice& device;
+  std::string text;
 };
 
-// `work` tells whether it was done, or nothing where each failure of the link counts.
+// `work` tells whether it was done, or nothing where each failure of the link counts. The first failure is the reason,
+// but in connecting the last one: what fails before may count for nothing there.
 template <typename Work>
-void operate(const Call& call, const std::string& port, const Work& work, decltype(first) reason = first) {
+std::string operate(const Call& call, const std::string& port, const Work& work, bool lastCounts = false) {
   const Turn turn(call, port);
   const link::FailureWatch watch;
   const link::Cancellation::Scope scope(call.cancellation);
-  const link::Failure& failure = (watch.*reason)();
-  Lane lane{call.manager(), port, turn.device()};
+  const link::Failure& failure = lastCounts ? watch.last() : watch.first();
+  Lane lane{call.manager(), port, turn.device(), {}};
   if constexpr (std::is_void_v<std::invoke_result_t<Work, Lane&>>) {
     work(lane);
     if (failure.kind != link::FailureKind::None) fail(port, failure);
@@ -44,45 +40,34 @@ void operate(const Call& call, const std::string& port, const Work& work, declty
   } else if (!work(lane)) {
     fail(port, failure);
   }
+  return std::move(lane.text);
 }
 
 template <typename Work>
-int32_t operate(bx_manager* m, const char* port, bx_cancel* c, const Work& work) {
-  return guarded([&] { operate(Call(m, c), portOf(port), work); });
+int32_t operate(bx_manager* m, const char* port, bx_cancel* c, const Work& work, char** given = nullptr) {
+  if (given != nullptr) *given = nullptr;
+  return guarded([&] { give(given, operate(Call(m, c), portOf(port), work)); });
 }
 
-// `work` also gets a text to fill, which the host gets when the operation was done.
-template <typename Work>
-int32_t operateGiving(bx_manager* m, const char* port, bx_cancel* c, char** json, const Work& work) {
-  if (json != nullptr) *json = nullptr;
-  return guarded([&] {
-    std::string text;
-    operate(Call(m, c), portOf(port), [&](Lane& lane) { return work(lane, text); });
-    give(json, text);
-  });
-}
-
-// The operation for one port, or when none is given for all, each on a thread of its own. Throws what the first port by
-// name has thrown.
-void forEach(const Call& call, const char* port, const std::function<void(const std::string&)>& operation) {
-  if (port != nullptr) return operation(portOf(port));
-  const auto ports = call.manager().getPorts();
+// The operation for one port, or when none is given for all, each on a thread of its own. What the first port by name
+// has thrown.
+template <typename Operation>
+std::exception_ptr forEach(const Call& call, const char* port, const Operation& operation) {
+  const auto ports = port == nullptr ? call.manager().getPorts() : std::vector{portOf(port)};
   std::vector<std::exception_ptr> failures(ports.size());
-  {
-    std::vector<std::jthread> threads;
-    for (std::size_t i = 0; i < ports.size(); ++i) {
-      threads.emplace_back([&operation, &name = ports[i], &failure = failures[i]] {
-        try {
-          operation(name);
-        } catch (...) {
-          failure = std::current_exception();
-        }
-      });
+  const auto run = [&](std::size_t i) {
+    try {
+      operation(ports[i]);
+    } catch (...) {
+      failures[i] = std::current_exception();
     }
-  }
-  for (const auto& failure : failures) {
-    if (failure) std::rethrow_exception(failure);
-  }
+  };
+  std::vector<std::jthread> threads;
+  for (std::size_t i = 1; i < ports.size(); ++i) threads.emplace_back(run, i);
+  if (!ports.empty()) run(0);
+  threads.clear();
+  const auto failure = std::ranges::find_if(failures, [](const auto& one) { return one != nullptr; });
+  return failure == failures.end() ? nullptr : *failure;
 }
 
 // A mode that the device is in already is not commanded: nothing else would tell that the port is closed.
@@ -90,27 +75,21 @@ void requireOpen(const Lane& lane) {
   if (!lane.device.getSerialCom().isConnected()) fail(lane.port, {link::FailureKind::NotOpen, {}, "it is not open"});
 }
 
+// No records wait. A hang-up is told once, and then that there is no device.
+void tellLoss(const Call& call, const std::string& port) {
+  const auto state = call.manager().getDeviceState(port);
+  if (state && (!state->hungUp || state->recordsWaiting > 0)) return;
+  if (!state || !setLossTold(*call.session, port, true)) throw Failed{BX_E_NO_DEVICE, port + noDevice};
+  const link::Failure failure = link::lastFailure(port);
+  const bool isIt = failure.kind == link::FailureKind::HungUp;
+  throw Failed{BX_E_LINK, port + ": " + (isIt ? textOf(failure) : "the port was hung up")};
+}
+
 // Empties what a function gives.
 template <typename Value>
 void clear(Value* place, const char* otherwise) {
   require(place != nullptr, otherwise);
   *place = {};
-}
-
-void takeRecords(const Call& call, const std::string& port, std::span<bx_record> out, std::size_t& count, char** json) {
-  const auto records = call.manager().takeTrainingFrames(port, out.size());
-  if (records.empty()) {
-    const auto state = call.manager().getDeviceState(port);
-    const bool isLost = state && state->hungUp && state->recordsWaiting == 0;
-    if (isLost && tellLoss(*call.session, port)) {
-      const link::Failure failure = link::lastFailure(port);
-      const bool isIt = failure.kind == link::FailureKind::HungUp;
-      throw Failed{BX_E_LINK, port + ": " + (isIt ? link::textOf(failure) : "the port was hung up")};
-    }
-    if (!state || isLost) throw Failed{BX_E_NO_DEVICE, port + ": no device is registered"};
-  }
-  for (const auto& record : records) out[count++] = recordOf(record);
-  if (json != nullptr) give(json, linesOf(records, out));
 }
 
 }  // namespace
@@ -179,16 +158,13 @@ int32_t bx_list_ports(char** json) {
     const Call inside;
     clear(json, "there is no place for the ports");
     std::vector<Json> ports;
-    for (const auto& port : BX::link::listPorts()) {
+    for (const auto& [port, stableName, manufacturer, product, serialNumber] : BX::link::listPorts()) {
       Json& document = ports.emplace_back();
-      const auto set = [&document](const char* key, const std::string& text) {
-        if (!text.empty()) setText(document, key, text);
-      };
-      set("port", port.port);
-      set("stableName", port.stableName);
-      set("manufacturer", port.manufacturer);
-      set("product", port.product);
-      set("serialNumber", port.serialNumber);
+      setText(document, "port", port);
+      if (!stableName.empty()) setText(document, "stableName", stableName);
+      if (!manufacturer.empty()) setText(document, "manufacturer", manufacturer);
+      if (!product.empty()) setText(document, "product", product);
+      if (!serialNumber.empty()) setText(document, "serialNumber", serialNumber);
     }
     give(json, arrayOf(ports));
   });
@@ -204,7 +180,7 @@ int32_t bx_add(bx_manager* m, const char* given) {
       require(!call.manager().shareDevice(port), (port + ": a device is registered already").c_str());
       throw std::bad_alloc();
     }
-    forgetLoss(*call.session, port);
+    setLossTold(*call.session, port, false);
   });
 }
 
@@ -213,43 +189,34 @@ int32_t bx_connect(bx_manager* m, const char* port, uint32_t skip_startup, bx_ca
   return guarded([=] {
     const Call call(m, c);
     std::mutex mutex;
-    std::map<std::string, Json> connected;
+    Json connected;
     const auto connect = [&](const Lane& lane) {
-      if (lane.manager.connectDevice(lane.port, skip_startup != 0).getDocument().ObjectEmpty()) return false;
+      const Json settingsOfLane = lane.manager.connectDevice(lane.port, skip_startup != 0);
+      if (settingsOfLane.getDocument().ObjectEmpty()) return false;
       const std::scoped_lock lock(mutex);
-      connected[lane.port] = lane.device.getDeviceSettings();
-      return true;
+      return setDocument(connected, lane.port, getDocument(settingsOfLane, lane.port));
     };
-    const auto giveSettings = [&] {
-      Json all;
-      for (const auto& [name, document] : connected) setDocument(all, name, document);
-      give(settings, all.toString());
-    };
-    try {
-      forEach(call, port, [&](const std::string& name) { operate(call, name, connect, last); });
-    } catch (...) {
-      if (port == nullptr) giveSettings();
-      throw;
-    }
-    giveSettings();
+    const auto failure = forEach(call, port, [&](const std::string& name) { operate(call, name, connect, true); });
+    if (!failure || port == nullptr) give(settings, connected.toString());
+    if (failure) std::rethrow_exception(failure);
   });
 }
 
 int32_t bx_disconnect(bx_manager* m, const char* port) {
   return guarded([=] {
     const Call call(m);
-    forEach(call, port, [&](const std::string& name) {
+    const auto failure = forEach(call, port, [&](const std::string& name) {
       const BX::link::Cancellation::Scope scope(call.cancellation);
-      if (!call.manager().removeDevice(name)) throw Failed{BX_E_NO_DEVICE, name + ": no device is registered"};
+      if (!call.manager().removeDevice(name)) throw Failed{BX_E_NO_DEVICE, name + noDevice};
       destroyRemoved(*call.session, name);
     });
+    if (failure) std::rethrow_exception(failure);
   });
 }
 
 int32_t bx_get_settings(bx_manager* m, const char* port, bx_cancel* c, char** json) {
-  return operateGiving(m, port, c, json, [](const Lane& lane, std::string& text) {
-    text = lane.manager.getDeviceSettings(lane.port).toString();
-  });
+  const auto get = [](Lane& lane) { lane.text = lane.manager.getDeviceSettings(lane.port).toString(); };
+  return operate(m, port, c, get, json);
 }
 
 int32_t bx_set_settings(bx_manager* m, const char* port, const char* json, bx_cancel* c) {
@@ -281,9 +248,9 @@ int32_t bx_start_training(bx_manager* m, const char* port, bx_cancel* c) {
 int32_t bx_stop_training(bx_manager* m, const char* port, bx_cancel* c) {
   return guarded([=] {
     const Call call(m, c);
-    forEach(call, port, [&](const std::string& name) {
-      operate(call, name, [](const Lane& lane) { lane.manager.stopTraining(lane.port); });
-    });
+    const auto stop = [](const Lane& lane) { lane.manager.stopTraining(lane.port); };
+    const auto failure = forEach(call, port, [&](const std::string& name) { operate(call, name, stop); });
+    if (failure) std::rethrow_exception(failure);
   });
 }
 
@@ -295,13 +262,13 @@ int32_t bx_upload_target(bx_manager* m, const char* port, const char* type, cons
 }
 
 int32_t bx_download_target(bx_manager* m, const char* port, const char* type, int32_t n, bx_cancel* c, char** json) {
-  return operateGiving(m, port, c, json, [=](const Lane& lane, std::string& text) {
+  const auto download = [=](Lane& lane) {
     require(n >= 0 && n < 255, "a target has a number from 0 to 254");
     Json target;
-    const bool done = lane.manager.downloadTarget(lane.port, targetTypeOf(type), n, target);
-    text = target.toString();
-    return done;
-  });
+    if (!lane.manager.downloadTarget(lane.port, targetTypeOf(type), n, target)) return false;
+    return !(lane.text = target.toString()).empty();
+  };
+  return operate(m, port, c, download, json);
 }
 
 int32_t bx_use_target(bx_manager* m, const char* port, const char* type, int32_t n) {
@@ -312,8 +279,8 @@ int32_t bx_use_target(bx_manager* m, const char* port, const char* type, int32_t
 }
 
 int32_t bx_get_targets(bx_manager* m, const char* port, char** json) {
-  return operateGiving(m, port, nullptr, json,
-                       [](const Lane& lane, std::string& text) { text = arrayOf(lane.manager.getTargets(lane.port)); });
+  const auto get = [](Lane& lane) { lane.text = arrayOf(lane.manager.getTargets(lane.port)); };
+  return operate(m, port, nullptr, get, json);
 }
 
 int32_t bx_clear_targets(bx_manager* m, const char* port) {
@@ -328,13 +295,17 @@ int32_t bx_clear_session(bx_manager* m, const char* port, bx_cancel* c) {
   return operate(m, port, c, [](const Lane& lane) { lane.manager.clearTrainingData(lane.port); });
 }
 
-int32_t bx_take_records(bx_manager* m, const char* port, bx_record* out, size_t capacity, size_t* count, char** json) {
+int32_t bx_take_records(bx_manager* m, const char* given, bx_record* out, size_t capacity, size_t* count, char** json) {
   if (json != nullptr) *json = nullptr;
   return guarded([=] {
     const Call call(m);
+    const std::string port = portOf(given);
     clear(count, "there is no place for the count");
     require(out != nullptr || capacity == 0, "there is no place for the records");
-    takeRecords(call, portOf(port), {out, capacity}, *count, json);
+    const auto records = call.manager().takeTrainingFrames(port, capacity);
+    if (records.empty()) tellLoss(call, port);
+    for (const auto& record : records) out[(*count)++] = recordOf(record);
+    if (json != nullptr) give(json, linesOf(records, out));
   });
 }
 
@@ -344,7 +315,7 @@ int32_t bx_get_state(bx_manager* m, const char* port, bx_state* out) {
     clear(out, "there is no place for the state");
     const std::string name = portOf(port);
     const auto device = call.manager().getDeviceState(name);
-    if (!device) throw Failed{BX_E_NO_DEVICE, name + ": no device is registered"};
+    if (!device) throw Failed{BX_E_NO_DEVICE, name + noDevice};
     *out = stateOf(*device, BX::link::statistics(name));
   });
 }

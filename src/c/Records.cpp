@@ -1,4 +1,4 @@
-#include "c/Records.h"
+#include "c/Border.h"
 
 #include <array>
 #include <cstring>
@@ -11,7 +11,7 @@ namespace {
 
 namespace record = key::record;
 
-// Where the value of a key goes: into one of the members, or into the flags.
+// Where the value of a key goes: into one of the members, the flags, or both.
 struct Place {
   const char* key;
   double bx_record::*number = nullptr;
@@ -20,7 +20,7 @@ struct Place {
 };
 
 // In the order of a shot's document, so that each key is found next to the last one.
-constexpr std::array<Place, 20> places = {{
+constexpr std::array<Place, 21> places = {{
     {.key = key::ring::ringTargetNumber, .integer = &bx_record::ring_target},
     {.key = key::silhouette::silhouetteTargetNumber, .integer = &bx_record::silhouette_target},
     {.key = record::functionMode, .integer = &bx_record::function_mode},
@@ -41,13 +41,8 @@ constexpr std::array<Place, 20> places = {{
     {.key = record::measureError, .flag = BX_MEASURE_ERROR},
     {.key = record::angleError, .flag = BX_ANGLE_ERROR},
     {.key = record::fsiError, .flag = BX_FSI_ERROR},
+    {.key = record::aimingTime, .number = &bx_record::aiming_time, .flag = BX_HAS_AIMING_TIME},
 }};
-
-void put(bx_record& to, const Place& place, const rapidjson::Value& value) {
-  if (place.number != nullptr) to.*place.number = value.GetDouble();
-  if (place.integer != nullptr) to.*place.integer = value.GetInt();
-  if (place.flag != 0 && value.GetInt() != 0) to.flags |= place.flag;
-}
 
 }  // namespace
 
@@ -56,22 +51,20 @@ bx_record recordOf(const Json& document) {
   std::size_t at = 0;
   for (const auto& member : document.getDocument().GetObject()) {
     const char* const name = member.name.GetString();
-    if (std::strcmp(name, record::aimingTime) == 0) {
-      result.aiming_time = member.value.GetDouble();
-      result.flags |= BX_HAS_AIMING_TIME;
-      continue;
-    }
     result.kind = result.kind == BX_SHOT || std::strcmp(name, record::shotNumber) == 0 ? BX_SHOT : BX_MEASUREMENT;
-    for (std::size_t tried = 0; tried < places.size(); ++tried, at = (at + 1) % places.size()) {
-      if (std::strcmp(name, places[at].key) != 0) continue;
-      put(result, places[at], member.value);
-      break;
+    for (std::size_t tried = 0; tried < places.size() && std::strcmp(name, places[at].key) != 0; ++tried) {
+      at = (at + 1) % places.size();
     }
+    const Place& place = places[at];
+    if (std::strcmp(name, place.key) != 0) continue;
+    if (place.number != nullptr) result.*place.number = member.value.GetDouble();
+    if (place.integer != nullptr) result.*place.integer = member.value.GetInt();
+    if (place.number != nullptr || member.value.GetInt() != 0) result.flags |= place.flag;
   }
   return result;
 }
 
-std::string linesOf(const std::vector<Json>& records, std::span<bx_record> structures) {
+std::string linesOf(const std::vector<Json>& records, bx_record* structures) {
   std::string lines;
   for (std::size_t i = 0; i < records.size(); ++i) {
     structures[i].json_offset = static_cast<std::uint32_t>(lines.size());
@@ -84,19 +77,13 @@ std::string linesOf(const std::vector<Json>& records, std::span<bx_record> struc
 
 bx_state stateOf(const BXDeviceManager::DeviceState& device, const link::Statistics& counted) {
   const auto flag = [](bool is, int bit) { return is ? static_cast<std::uint32_t>(bit) : 0U; };
-  return {.frames_sent = counted.framesSent,
-          .frames_resent = counted.framesResent,
-          .frames_received = counted.framesReceived,
-          .frames_damaged = counted.framesDamaged,
-          .answers_late = counted.answersLate,
-          .records = device.recordsReceived,
-          .records_dropped = counted.payloadsDropped,
-          .flags = flag(device.connected, BX_CONNECTED) | flag(device.streaming, BX_STREAMING) |
-                   flag(device.downloading, BX_DOWNLOADING) | flag(device.error, BX_ERROR) |
-                   flag(device.hungUp, BX_LOST),
-          .records_waiting = static_cast<std::uint32_t>(device.recordsWaiting),
-          .pages_done = static_cast<std::uint32_t>(device.progress.pagesDone),
-          .pages_total = static_cast<std::uint32_t>(device.progress.pages)};
+  const std::uint32_t flags = flag(device.connected, BX_CONNECTED) | flag(device.streaming, BX_STREAMING) |
+                              flag(device.downloading, BX_DOWNLOADING) | flag(device.error, BX_ERROR) |
+                              flag(device.hungUp, BX_LOST);
+  const auto cut = [](std::size_t count) { return static_cast<std::uint32_t>(count); };
+  return {counted.framesSent,         counted.framesResent,           counted.framesReceived,    counted.framesDamaged,
+          counted.answersLate,        device.recordsReceived,         counted.payloadsDropped,   flags,
+          cut(device.recordsWaiting), cut(device.progress.pagesDone), cut(device.progress.pages)};
 }
 
 }  // namespace BX::c
