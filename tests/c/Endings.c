@@ -17,50 +17,16 @@ static _Atomic double slowestCancel;
 static Lane lanes[16];
 
 static int32_t operate(int which, bx_manager* m, const char* port, bx_cancel* c) {
-  char* json = NULL;
-  int32_t status = BX_OK;
-  switch (which) {
-    case 0:
-      status = bx_connect(m, port, 0, c, NULL);
-      break;
-    case 1:
-      status = bx_connect(m, NULL, 1, c, NULL);
-      break;
-    case 2:
-      status = bx_get_settings(m, port, c, &json);
-      break;
-    case 3:
-      status = bx_set_settings(m, port, "{}", c);
-      break;
-    case 4:
-      status = bx_start_training(m, port, c);
-      break;
-    case 5:
-      status = bx_stop_training(m, port, c);
-      break;
-    case 6:
-      status = bx_upload_target(m, port, "SILHOUETTE", "{\"SilhouetteTargetNumber\":1,\"Bitmap\":[]}", c);
-      break;
-    case 7:
-      status = bx_download_target(m, port, "SILHOUETTE", 1, c, &json);
-      break;
-    case 8:
-      status = bx_download_session(m, port, c);
-      break;
-    case 9:
-      status = bx_clear_session(m, port, c);
-      break;
-    case 10:
-      status = bx_set_mode(m, port, 2, c);
-      break;
-    case 11:
-      status = bx_disconnect(m, NULL);
-      break;
-    default:
-      break;
-  }
-  bx_free(json);
-  return status;
+  if (which < 3) return bx_connect(m, which == 0 ? NULL : port, which != 1, c, NULL);
+  if (which == 3) return bx_get_settings(m, port, c, NULL);
+  if (which == 4) return bx_set_settings(m, port, "{}", c);
+  if (which == 5) return bx_start_training(m, port, c);
+  if (which == 6) return bx_stop_training(m, port, c);
+  if (which == 7) return bx_upload_target(m, port, "SILHOUETTE", "{\"SilhouetteTargetNumber\":1,\"Bitmap\":[]}", c);
+  if (which == 8) return bx_download_target(m, port, "SILHOUETTE", 1, c, NULL);
+  if (which == 9) return bx_download_session(m, port, c);
+  if (which == 10) return bx_clear_session(m, port, c);
+  return which == 11 ? bx_set_mode(m, port, 2, c) : bx_disconnect(m, NULL);
 }
 
 static void keepSlowest(_Atomic double* slowest, double since) {
@@ -80,7 +46,7 @@ static void* run(void* own) {
       lane->cancel = c;
       lane->cancelledAt = 0;
     }
-    status = operate(rand() % 12, lane->manager, lane->port, lane->cancel);
+    status = operate(rand() % 13, lane->manager, lane->port, lane->cancel);
     if (status == BX_E_CANCELLED && lane->cancelledAt != 0) keepSlowest(&slowestCancel, lane->cancelledAt);
     CHECK(status != BX_E_INTERNAL && status != BX_E_MEMORY && status != BX_E_ARGUMENT && status != BX_E_OPEN);
     if (status == BX_E_HANDLE) {
@@ -100,7 +66,7 @@ void endAtAnyMoment(char** ports, int count) {
     CHECK(pthread_create(&threads[i], NULL, run, &lanes[i]) == 0);
   }
   for (int moment = 0; moment < 60; ++moment) {
-    letPass(rand() % 200 / 1000.0);
+    letPass(rand() % 200);
     Lane* const lane = &lanes[rand() % count];
     const double now = secondsNow();
     if (moment % 20 == 19) {

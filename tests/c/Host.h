@@ -18,16 +18,8 @@
 #define WORKS(call) CHECK((call) == BX_OK)
 
 double secondsNow(void);
-void letPass(double seconds);
+void letPass(int milliseconds); /* less than a second */
 bx_manager* newManager(void);
-/* Takes and compares the records that wait, two at a time; how many they were. */
-size_t takeAll(bx_manager* m, const char* port);
-
-void misuse(void);
-void travel(bx_manager* m, const char* port);
-void lose(bx_manager* m, const char* port);
-void cancel(bx_manager* m, char* port);
-void train(bx_manager* m, const char* port, size_t wanted);
 void endAtAnyMoment(char** ports, int count);
 
 #endif

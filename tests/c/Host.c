@@ -1,8 +1,117 @@
-/* The whole road with one device, and what is done wrong on it. */
-#include <pthread.h>
-#include <string.h>
-
+/* A host in C: `c-host TASK PORT...` ends with 1 when something is not as it should be. */
+#define _POSIX_C_SOURCE 200809L
 #include "Host.h"
+
+#include <pthread.h>
+#include <stddef.h>
+#include <string.h>
+#include <time.h>
+
+_Static_assert(sizeof(bx_record) == 104 && offsetof(bx_record, result_x) == 16 && offsetof(bx_record, distance) == 32 &&
+                   offsetof(bx_record, kind) == 48 && offsetof(bx_record, shot_number) == 64 &&
+                   offsetof(bx_record, rotation_degrees) == 76 && offsetof(bx_record, fsi) == 88 &&
+                   offsetof(bx_record, flags) == 92 && offsetof(bx_record, json_length) == 100,
+               "hosts in other languages lay it out by hand");
+_Static_assert(sizeof(bx_state) == 72 && offsetof(bx_state, records_dropped) == 48 && offsetof(bx_state, flags) == 56 &&
+                   offsetof(bx_state, pages_total) == 68,
+               "the same");
+
+static bx_manager* m;
+
+double secondsNow(void) {
+  struct timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return (double)now.tv_sec + (double)now.tv_nsec / 1e9;
+}
+
+void letPass(int milliseconds) { nanosleep(&(struct timespec){0, milliseconds * 1000000L}, NULL); }
+
+bx_manager* newManager(void) {
+  bx_manager* created;
+  WORKS(bx_create(BX_C_VERSION, &created));
+  return created;
+}
+
+static void compare(const bx_record* r, const char* line) {
+  const char* const keys[] = {"PositionX",
+                              "PositionY",
+                              "ResultX",
+                              "ResultY",
+                              "Distance",
+                              "aimingTime",
+                              "RingTargetNumber",
+                              "SilhouetteTargetNumber",
+                              "FunctionMode",
+                              "ShotNumber",
+                              "Tilt",
+                              "Rotation",
+                              "RotationInDegrees",
+                              "TiltInDegrees",
+                              "Time",
+                              "FSI",
+                              "LowSignal",
+                              "HighSignal",
+                              "MeasureError",
+                              "AngleError",
+                              "FSIError"};
+  const double values[] = {r->position_x,    r->position_y,  r->result_x,          r->result_y,       r->distance,
+                           r->aiming_time,   r->ring_target, r->silhouette_target, r->function_mode,  r->shot_number,
+                           r->tilt,          r->rotation,    r->rotation_degrees,  r->tilt_degrees,   r->time,
+                           r->fsi,           r->flags & 1,   r->flags >> 1 & 1,    r->flags >> 4 & 1, r->flags >> 5 & 1,
+                           r->flags >> 6 & 1};
+  for (size_t i = 0; i < sizeof keys / sizeof *keys; ++i) {
+    char key[32];
+    snprintf(key, sizeof key, "\"%s\":", keys[i]);
+    const char* const found = strstr(line, key);
+    CHECK(values[i] == (found ? strtod(found + strlen(key), NULL) : 0));
+  }
+  CHECK(!(r->flags & BX_HAS_AIMING_TIME) == !strstr(line, "aimingTime"));
+  CHECK(r->kind == (strstr(line, "ShotNumber") ? BX_SHOT : strstr(line, "Tilt") ? BX_MEASUREMENT : BX_OTHER));
+}
+
+/* Takes the records that wait, two at a time; how many they were. */
+static size_t takeAll(const char* port) {
+  bx_record records[2];
+  size_t count, all = 0;
+  char* json;
+  do {
+    WORKS(bx_take_records(m, port, records, 2, &count, &json));
+    for (size_t i = 0; i < count; ++i) {
+      char* const line = json + records[i].json_offset;
+      CHECK(line[records[i].json_length] == '\n');
+      line[records[i].json_length] = '\0';
+      compare(&records[i], line);
+    }
+    bx_free(json);
+    all += count;
+  } while (count > 0);
+  return all;
+}
+
+static void* addLane(void* port) {
+  WORKS(bx_add(m, port));
+  return NULL;
+}
+
+/* All ports at once, each operation in one call. */
+static void connectAll(char** ports, int count) {
+  pthread_t threads[32];
+  char* settings;
+  for (int i = 0; i < count; ++i) CHECK(pthread_create(&threads[i], NULL, addLane, ports[i]) == 0);
+  for (int i = 0; i < count; ++i) pthread_join(threads[i], NULL);
+  double begin = secondsNow();
+  WORKS(bx_connect(m, NULL, 0, NULL, &settings));
+  printf("%d lanes connected in %.2f s\n", count, secondsNow() - begin);
+  for (int i = 0; i < count; ++i) CHECK(strstr(settings, ports[i]));
+  bx_free(settings);
+  for (int i = 0; i < count; ++i) WORKS(bx_start_training(m, ports[i], NULL));
+  for (int i = 0; i < count; ++i) {
+    while (takeAll(ports[i]) == 0) letPass(10);
+  }
+  begin = secondsNow();
+  WORKS(bx_destroy(m));
+  printf("and destroyed, as they stream, in %.3f s\n", secondsNow() - begin);
+}
 
 static char* contentOf(const char* path) {
   static char content[4096];
@@ -14,21 +123,21 @@ static char* contentOf(const char* path) {
 }
 
 /* Trains until so many records have come. */
-void train(bx_manager* m, const char* port, size_t wanted) {
+static void train(const char* port, size_t wanted) {
   bx_state state;
   WORKS(bx_start_training(m, port, NULL));
   WORKS(bx_get_state(m, port, &state));
   CHECK(state.flags == (BX_CONNECTED | BX_STREAMING));
   size_t count = 0;
-  while (count < wanted) count += takeAll(m, port);
+  while (count < wanted) count += takeAll(port);
   WORKS(bx_stop_training(m, port, NULL));
-  count += takeAll(m, port);
+  count += takeAll(port);
   WORKS(bx_get_state(m, port, &state));
   CHECK(state.flags == BX_CONNECTED && state.records == count && state.records_waiting == 0);
   CHECK(state.frames_sent > 0 && state.frames_received >= count);
 }
 
-static void storeTargets(bx_manager* m, const char* port) {
+static void storeTargets(const char* port) {
   char *target, *all;
   WORKS(bx_upload_target(m, port, "RING", contentOf("examples/ring-300m-rifle.json"), NULL));
   WORKS(bx_clear_targets(m, port));
@@ -44,7 +153,7 @@ static void storeTargets(bx_manager* m, const char* port) {
   WORKS(bx_use_target(m, port, "RING", 2));
 }
 
-void travel(bx_manager* m, const char* port) {
+static void travel(const char* port) {
   char* json;
   CHECK(bx_start_training(m, port, NULL) == BX_E_LINK);
   WORKS(bx_connect(m, port, 1, NULL, &json));
@@ -55,20 +164,20 @@ void travel(bx_manager* m, const char* port) {
   WORKS(bx_set_session(m, port, contentOf("examples/session-settings.json")));
   WORKS(bx_set_settings(m, port, contentOf("examples/device-settings.json"), NULL));
   bx_free(json);
-  storeTargets(m, port);
+  storeTargets(port);
   WORKS(bx_set_mode(m, port, 4, NULL));
-  train(m, port, 500);
+  train(port, 500);
   WORKS(bx_download_session(m, port, NULL));
-  CHECK(takeAll(m, port) > 0);
+  CHECK(takeAll(port) > 0);
   WORKS(bx_clear_session(m, port, NULL));
   WORKS(bx_download_session(m, port, NULL));
-  CHECK(takeAll(m, port) == 0);
+  CHECK(takeAll(port) == 0);
   WORKS(bx_disconnect(m, NULL));
   CHECK(bx_disconnect(m, port) == BX_E_NO_DEVICE);
 }
 
 /* Trains until the line is lost. */
-void lose(bx_manager* m, const char* port) {
+static void lose(const char* port) {
   bx_record record;
   bx_state state;
   size_t count, all = 0;
@@ -85,22 +194,20 @@ void lose(bx_manager* m, const char* port) {
 }
 
 static void* signalSoon(void* cancel) {
-  letPass(0.05);
+  letPass(50);
   WORKS(bx_cancel_signal(cancel));
   return NULL;
 }
 
-static bx_manager* slow;
 static void* getSettings(void* port) {
   char* json;
-  WORKS(bx_get_settings(slow, port, NULL, &json));
+  WORKS(bx_get_settings(m, port, NULL, &json));
   bx_free(json);
   return NULL;
 }
 
 /* Cancels what talks to the device, or waits for its turn with it: neither harms what comes after or beside it. */
-void cancel(bx_manager* m, char* port) {
-  slow = m;
+static void cancel(char* port) {
   for (int beside = 0; beside < 2; ++beside) {
     bx_cancel* c;
     pthread_t signaller, other;
@@ -152,13 +259,13 @@ static void expectNoManager(bx_manager* m) {
   CHECK(bx_add(m, "port") == BX_E_HANDLE && bx_destroy(m) == BX_E_HANDLE);
 }
 
-static void expectNoCancel(bx_manager* m, bx_cancel* c) {
+static void expectNoCancel(bx_cancel* c) {
   if (c) expectOfAll(BX_E_HANDLE, m, "port", c);
   CHECK(bx_cancel_signal(c) == BX_E_HANDLE && bx_cancel_destroy(c) == BX_E_HANDLE);
 }
 
 void misuse(void) {
-  bx_manager *m = newManager(), *other = newManager();
+  bx_manager* const other = newManager();
   bx_cancel *c, *ended;
   char* json;
   int foreign = 0;
@@ -168,7 +275,7 @@ void misuse(void) {
   WORKS(bx_destroy(other));
   bx_manager* const noManagers[] = {NULL, (bx_manager*)&foreign, (bx_manager*)c, other};
   bx_cancel* const noCancels[] = {NULL, (bx_cancel*)&foreign, (bx_cancel*)m, ended};
-  for (int i = 0; i < 4; ++i) expectNoManager(noManagers[i]), expectNoCancel(m, noCancels[i]);
+  for (int i = 0; i < 4; ++i) expectNoManager(noManagers[i]), expectNoCancel(noCancels[i]);
 
   WORKS(bx_add(m, "port"));
   CHECK(bx_add(m, "port") == BX_E_ARGUMENT);
@@ -195,5 +302,24 @@ void misuse(void) {
   WORKS(bx_create(0, &m));
   WORKS(bx_shutdown());
   expectNoManager(m);
-  expectNoCancel(m, c);
+  expectNoCancel(c);
+}
+
+int main(int count, char** words) {
+  CHECK(count > 1);
+  const char* const task = words[1];
+  char* const port = words[count - 1];
+  m = newManager();
+  if (strcmp(task, "version") == 0) printf("%u %u\n", bx_version(), BX_C_VERSION);
+  if (strcmp(task, "misuse") == 0) misuse();
+  if (strcmp(task, "lanes") == 0) connectAll(words + 2, count - 2);
+  if (strcmp(task, "end") == 0) endAtAnyMoment(words + 2, count - 2);
+  if (count != 3) return 0;
+  addLane(port);
+  if (strcmp(task, "travel") == 0) return travel(port), 0;
+  WORKS(bx_connect(m, port, 1, NULL, NULL));
+  if (strcmp(task, "train") == 0) train(port, 1000);
+  if (strcmp(task, "cancel") == 0) cancel(port);
+  if (strcmp(task, "lose") == 0) lose(port);
+  return 0;
 }
