@@ -37,15 +37,6 @@ void leadUpSurely(const Exchange& exchange, Rig& rig) {
   throw std::runtime_error(exchange.name + " cannot be led up to: " + rig.error());
 }
 
-void addRules(std::vector<FaultRule>& rules, Direction direction, FrameKind kind, std::size_t count, bool refusals) {
-  if (count == 0) return;
-  for (const std::size_t number : std::set<std::size_t>{1, (count + 1) / 2, count}) {
-    for (const FaultEffect effect : effects) {
-      if ((effect == FaultEffect::Refuse) == refusals) rules.push_back({direction, kind, number, effect});
-    }
-  }
-}
-
 // The places of an exchange; an acknowledgement more or less is a matter of timing.
 using Counts = std::map<std::pair<Direction, FrameKind>, std::size_t>;
 
@@ -62,10 +53,15 @@ void keepFewest(Counts& counts, const Exchange& exchange, const sim::Simulator& 
 std::vector<FaultRule> rulesFor(const Exchange& exchange, const Counts& counts) {
   std::vector<FaultRule> rules;
   for (const auto& [place, count] : counts) {
-    addRules(rules, place.first, place.second, count, false);
-    // A request travels in one frame, its answer in any number.
-    if (place.second != exchange.kind || exchange.kind == FrameKind::Stream) continue;
-    addRules(rules, place.first, place.second, counts.at({Direction::ToDevice, exchange.kind}), true);
+    for (const FaultEffect effect : effects) {
+      const bool refusal = effect == FaultEffect::Refuse;
+      if (refusal && (place.second != exchange.kind || exchange.kind == FrameKind::Stream)) continue;
+      // A request travels in one frame, its answer in any number.
+      const std::size_t last = refusal && count > 0 ? counts.at({Direction::ToDevice, exchange.kind}) : count;
+      for (const std::size_t number : std::set<std::size_t>{1, (last + 1) / 2, last}) {
+        if (last > 0) rules.push_back({place.first, place.second, number, effect});
+      }
+    }
   }
   return rules;
 }

@@ -31,8 +31,6 @@ class Rig {
  public:
   explicit Rig(sim::Options options);
   ~Rig();
-  Rig(const Rig&) = delete;
-  Rig& operator=(const Rig&) = delete;
 
   // The device is there again after its line was cut, without faults.
   void powerOn();

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iostream>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -29,51 +29,34 @@ std::size_t residentBytes() {
   return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-sim::Options noisy() {
-  sim::Options options;
-  options.noise = sim::Noise{noiseEvery, 1};
-  options.keepTranscript = false;
-  options.rate = asFastAsItGoes;
-  return options;
-}
-
-void finish(SoakResult& result, Rig& rig, Clock::time_point start) {
-  result.time = Clock::now() - start;
-  result.residentLate = residentBytes();
-  const auto statistics = link::statistics(rig.port());
-  result.framesReceived = statistics.framesReceived;
-  result.framesResent = statistics.framesResent;
-  result.framesDamaged = statistics.framesDamaged;
-}
-
 // Whether the documents are the records that follow number `next`; counts them.
 bool inOrder(const std::vector<MORVA::MORVADataTypeJSON>& documents, std::size_t& next) {
   return std::all_of(documents.begin(), documents.end(),
                      [&next](const auto& document) { return indexOf(document) == next++; });
 }
 
-}  // namespace
-
-SoakResult soakStream(std::size_t records) {
+// Begins, and runs `step` until `count` are done or something is wrong.
+SoakResult soak(sim::Options options, std::size_t SoakResult::*done, std::size_t count,
+                const std::function<void(Rig&)>& begin, const std::function<void(Rig&, SoakResult&)>& step) {
   useTimeouts(patience);
-  sim::Options options = noisy();
-  options.stream.emplace();
-  for (std::size_t i = 0; i < records; ++i) options.stream->push_back(measurement(i));
+  options.noise = sim::Noise{noiseEvery, 1};
+  options.keepTranscript = false;
+  options.rate = asFastAsItGoes;
   Rig rig(std::move(options));
   SoakResult result;
   const auto start = Clock::now();
-  if (rig.com().openPort()) rig.device.startThread();
-  while (result.records < records && result.wrong.empty()) {
-    const bool over = !rig.com().getStreaming();
-    if (!inOrder(rig.device.takeTrainingFrames(), result.records)) {
-      result.wrong = "record " + std::to_string(result.records) + " is missing or comes twice";
-    } else if (over && result.records < records) {
-      result.wrong = "the stream ended after " + std::to_string(result.records) + " records: " + rig.error();
-    }
-    if (result.residentEarly == 0 && result.records >= records / 10) result.residentEarly = residentBytes();
-    std::this_thread::sleep_for(pollInterval);
+  if (rig.com().openPort()) begin(rig);
+  result.wrong = rig.error();
+  while (result.*done < count && result.wrong.empty()) {
+    step(rig, result);
+    if (result.residentEarly == 0 && result.*done * 10 >= count) result.residentEarly = residentBytes();
   }
-  finish(result, rig, start);
+  result.time = Clock::now() - start;
+  result.residentLate = residentBytes();
+  const auto statistics = link::statistics(rig.port());
+  result.framesReceived = statistics.framesReceived;
+  result.framesResent = statistics.framesResent;
+  result.framesDamaged = statistics.framesDamaged;
   rig.device.setDeviceMode(BXSerialCom::RESTING, true);
   rig.device.stopThread();
   while (rig.com().getStreaming()) std::this_thread::sleep_for(pollInterval);
@@ -81,36 +64,45 @@ SoakResult soakStream(std::size_t records) {
   return result;
 }
 
+}  // namespace
+
+SoakResult soakStream(std::size_t records) {
+  sim::Options options;
+  options.stream.emplace();
+  for (std::size_t i = 0; i < records; ++i) options.stream->push_back(measurement(i));
+  const auto begin = [](Rig& rig) { rig.device.startThread(); };
+  return soak(std::move(options), &SoakResult::records, records, begin, [records](Rig& rig, SoakResult& result) {
+    const bool over = !rig.com().getStreaming();
+    if (!inOrder(rig.device.takeTrainingFrames(), result.records)) {
+      result.wrong = "record " + std::to_string(result.records) + " is missing or comes twice";
+    } else if (over && result.records < records) {
+      result.wrong = "the stream ended after " + std::to_string(result.records) + " records: " + rig.error();
+    }
+    std::this_thread::sleep_for(pollInterval);
+  });
+}
+
 SoakResult soakDownloads(std::size_t downloads) {
-  useTimeouts(patience);
-  sim::Options options = noisy();
+  sim::Options options;
   constexpr std::size_t recordsPerPage = 13;
   for (std::size_t i = 0; i < recordsInMemory; ++i) {
     const std::size_t page = i / recordsPerPage;
     options.stored.push_back(
         {static_cast<std::uint8_t>(page / 255), static_cast<std::uint8_t>(page % 255), measurement(i)});
   }
-  Rig rig(std::move(options));
-  SoakResult result;
-  const auto start = Clock::now();
-  if (!rig.com().openPort() || !rig.device.setDeviceMode(BXSerialCom::TRANSFER, false)) result.wrong = rig.error();
-  while (result.downloads < downloads && result.wrong.empty()) {
+  const auto begin = [](Rig& rig) { rig.device.setDeviceMode(BXSerialCom::TRANSFER, false); };
+  return soak(std::move(options), &SoakResult::downloads, downloads, begin, [](Rig& rig, SoakResult& result) {
     rig.device.sendDownloadFrame();
     std::size_t next = 0;
-    const bool sound = inOrder(rig.device.getTrainingFrames(), next);
+    const bool sound = inOrder(rig.device.takeTrainingFrames(), next) && next == recordsInMemory;
+    const std::string download = "download " + std::to_string(++result.downloads) + ": ";
     if (rig.device.hasError()) {
-      result.wrong = rig.error();
-    } else if (!sound || next != recordsInMemory) {
-      result.wrong = "reported done, but record " + std::to_string(next) + " is missing or comes twice";
-    } else {
-      ++result.downloads;
-      result.records += next;
+      result.wrong = download + rig.error();
+    } else if (!sound) {
+      result.wrong = download + "reported done, but record " + std::to_string(next) + " is missing or comes twice";
     }
-    if (result.residentEarly == 0 && result.downloads * 10 >= downloads) result.residentEarly = residentBytes();
-  }
-  if (!result.wrong.empty()) result.wrong = "download " + std::to_string(result.downloads + 1) + ": " + result.wrong;
-  finish(result, rig, start);
-  return result;
+    result.records += next;
+  });
 }
 
 }  // namespace BX::faults

@@ -29,25 +29,15 @@ class Harness {
   void act(std::uint8_t what) {
     const std::size_t count = what % 16U;
     const std::size_t size = 4 + (count < 12 ? count : count * 60);
-    switch (what / 16) {
-      case 0:  // a request and the end of an answer
-      case 1:
-        return line_.host.send(1, false, size, line_.now);
-      case 2:
-      case 3:
-        return line_.device.send(1, what / 16 == 3, size, line_.now);
-      case 4:  // a stream
-      case 5:
-        for (std::size_t i = 0; i < count; ++i) line_.device.send(link::streamTag, false, 4 + i, line_.now);
-        return;
-      case 6:
-        for (std::size_t i = 0; i < count; ++i) line_.host.send(2, false, 4 + i, line_.now);
-        return;
-      case 7:
-        return breakOff(count);
-      default:
-        line_.run(std::chrono::milliseconds(count * 40));
+    const unsigned kind = what / 16U;
+    if (kind < 2) line_.host.send(1, false, size, line_.now);  // a request, and a part or the end of an answer
+    if (kind == 2 || kind == 3) line_.device.send(1, kind == 3, size, line_.now);
+    for (std::size_t i = 0; i < count && kind < 7; ++i) {
+      if (kind == 4 || kind == 5) line_.device.send(link::streamTag, false, 4 + i, line_.now);
+      if (kind == 6) line_.host.send(2, false, 4 + i, line_.now);
     }
+    if (kind == 7) breakOff(count);
+    if (kind > 7) line_.run(std::chrono::milliseconds(count * 40));
   }
 
   void breakOff(std::size_t how) {
@@ -74,9 +64,7 @@ class Harness {
     if (fate % 8 == 3) frame[at] = static_cast<std::uint8_t>(frame[at] ^ 1U << fate % 7U);
     if (fate % 8 == 4) frame.resize(at);
     if (fate % 8 == 6) frame.insert(frame.begin(), at, fate);  // noise before it
-    return {.copies = fate % 8 == 1   ? 0
-                      : fate % 8 == 2 ? 2
-                                      : 1,
+    return {.copies = fate % 8 == 1 ? 0 : 1 + (fate % 8 == 2 ? 1 : 0),
             .delay = std::chrono::milliseconds(fate % 8 == 5 ? fate * 5 : 0)};
   }
 

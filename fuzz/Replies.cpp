@@ -34,11 +34,9 @@ void readRecord(fuzz::Input& input) {
   const records::TargetInUse target{distance, units[input.byte() % 4], input.byte()};
   const Payload frame = input.rest();
   if (!records::isDecodable(frame)) return;
-  if (records::kindOf(frame) == records::RecordKind::Shot) {
-    isJson(records::shotDocument(records::decodeShot(frame, target)));
-  } else {
-    isJson(records::measurementDocument(records::decodeMeasurement(frame, target, stored)));
-  }
+  isJson(records::kindOf(frame) == records::RecordKind::Shot
+             ? records::shotDocument(records::decodeShot(frame, target))
+             : records::measurementDocument(records::decodeMeasurement(frame, target, stored)));
 }
 
 void readInformation(fuzz::Input& input) try {

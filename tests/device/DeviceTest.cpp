@@ -3,6 +3,7 @@
 
 #include "bx/DebugHook.h"
 #include "platform/DebugLog.h"
+#include "tests/support/Table.h"
 
 namespace BX::test {
 namespace {
@@ -90,22 +91,23 @@ TEST(ParameterSets, PassOverAnswersThatAreNone) {
 }
 
 TEST(ParameterSets, AreWrittenFromSettingsAndTargetsInUseAndFailWithAnyOfThem) {
-  Connection connection(refusing("6483"));
-  ASSERT_TRUE(connection.connect());
-  ASSERT_TRUE(connection.enter(BXSerialCom::TRANSFER));
-  Json ring = parsed(R"({"RingTargetNumber":263,"NumberOfPrisms":258})");
-  ASSERT_TRUE(connection.device.uploadRingTarget(ring));  // target 7 of the device, 2 prisms
-  connection.device.setDeviceSettings(
-      parsed(R"({"Mounting":"BELOW","ArrowButtonsEnabled":false,"UseZeroing":true,"RegisterAllTriggers":false,)"
-             R"("TargetReceiverHitIndicationBeam":false,"SleepWakeUp":false,"GraphicDisplay":false,)"
-             R"("HitSoundBuzzer":true,"LockArrows":true})"));
-  connection.device.setSessionSettings(
-      parsed(R"({"isInFieldMode":false,"NumberOfBullets":10,"WakeupAngle":300,"ShotRejectionAngle":-1,)"
-             R"("SleepTimeout":2.9,"TriggerSensitivity":5,"CockingDelay":1.25})"));
-  EXPECT_FALSE(connection.device.setParameterSetFrames());
-  EXPECT_THAT(connection.sent("64"),
-              ElementsAre("64000301010000000000000000000000000069", "6401022007FF020A2CFF02050C0000000000D7",
-                          "6402022007FF020A2CFF02050C0000000000D8", "6483FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFD7"));
+  // Device and session settings, and the frames. In the last row a ring target is in use: 7 of the device, 2 prisms.
+  for (const auto& row : rowsOf(R"(
+    {} | {} | 64001001020000000000000000000000000077 64011C21FFFF00FFFFFFFFFF0000000000009B 64021C21FFFF00FFFFFFFFFF0000000000009C
+    [{"Mounting":"LEFT"}] | [{"NumberOfBullets":1}] | 64001001020000000000000000000000000077 64011C21FFFF00FFFFFFFFFF0000000000009B 64021C21FFFF00FFFFFFFFFF0000000000009C
+    {"Mounting":{}} | {"CockingDelay":"1"} | 64001001020000000000000000000000000077 64011C21FFFF00FFFFFFFFFF0000000000009B 64021C21FFFF00FFFFFFFFFF0000000000009C
+    {"Mounting":"BELOW","ArrowButtonsEnabled":false,"UseZeroing":true,"RegisterAllTriggers":false,"TargetReceiverHitIndicationBeam":false,"SleepWakeUp":false,"GraphicDisplay":false,"HitSoundBuzzer":true,"LockArrows":true} | {"isInFieldMode":false,"NumberOfBullets":10,"WakeupAngle":300,"ShotRejectionAngle":-1,"SleepTimeout":2.9,"TriggerSensitivity":5,"CockingDelay":1.25} | 64000301010000000000000000000000000069 6401022007FF020A2CFF02050C0000000000D7 6402022007FF020A2CFF02050C0000000000D8)")) {
+    Connection connection(refusing("6483"));
+    ASSERT_TRUE(connection.connect() && connection.enter(BXSerialCom::TRANSFER));
+    Json ring = parsed(R"({"RingTargetNumber":263,"NumberOfPrisms":258})");
+    if (row[0].size() > 30) connection.device.uploadRingTarget(ring);
+    connection.device.setDeviceSettings(parsed(row[0]));
+    connection.device.setSessionSettings(parsed(row[1]));
+    EXPECT_FALSE(connection.device.setParameterSetFrames());
+    std::string frames;
+    for (const auto& frame : connection.sent("64")) frames += frame + ' ';
+    EXPECT_EQ(frames, row[2] + " 6483FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFD7 ");
+  }
 }
 
 TEST(Stream, AddsARecordForEachPayloadAndStopsWhenTold) {

@@ -29,13 +29,10 @@ TEST(Document, StaysAsItWasWhenParsingFails) {
   for (const auto& text : {std::string("{}\0", 3), std::string("[\"\0\"]", 5), "1" + zeros}) {
     EXPECT_FALSE(document.parseString(text)) << text;
   }
-  for (const auto* text :
-       {"",        " ",      "{",      "nul", "{} x", "[1,]",    R"({"a":1,})", R"(["\ud800"])", "NaN",   "1e5e5",
-        "0e300.3", "00e300", "0.e300", "0e",  "-",    "--0e300", "0e300 0",     "\"0e300",       "1e400", "10e308"}) {
-    EXPECT_FALSE(document.parseString(text)) << text;
-  }
-  // RapidJSON alone takes these.
-  for (const auto* text : {R"("\udc00")", R"("\ud83d\ude00\ude00")", "\xEF\xBB{}", "\xEF{}"}) {
+  for (const auto* text : {"", " ", "{", "nul", "{} x", "[1,]", R"({"a":1,})", R"(["\ud800"])", "NaN", "1e5e5",
+                           "0e300.3", "00e300", "0.e300", "0e", "-", "--0e300", "0e300 0", "\"0e300", "1e400", "10e308",
+                           // RapidJSON alone takes these.
+                           R"("\udc00")", R"("\ud83d\ude00\ude00")", "\xEF\xBB{}", "\xEF{}"}) {
     EXPECT_FALSE(document.parseString(text)) << text;
   }
   EXPECT_EQ(document.toString(), R"({"a":1})");

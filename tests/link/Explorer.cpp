@@ -11,9 +11,7 @@
 namespace BX {
 
 using namespace std::chrono_literals;
-using test::End;
-using test::require;
-using test::Time;
+using test::End, test::require, test::Time;
 
 namespace link {
 

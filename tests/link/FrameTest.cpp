@@ -10,8 +10,7 @@
 namespace BX::link {
 namespace {
 
-using test::bytesOf;
-using test::hexOf;
+using test::bytesOf, test::hexOf;
 
 TEST(Frame, travelsAsPinnedInEverySplit) {
   std::string stream = "FF 73 00";  // is dropped

@@ -15,15 +15,8 @@ namespace BX {
 namespace {
 
 using namespace std::chrono_literals;
-using test::await;
-using test::bytesOf;
-using test::Event;
-using test::hexOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
-using testing::StartsWith;
+using test::await, test::bytesOf, test::Event, test::hexOf, testing::ElementsAre, testing::HasSubstr, testing::IsEmpty,
+    testing::SizeIs, testing::StartsWith;
 
 using Texts = std::vector<std::string>;
 

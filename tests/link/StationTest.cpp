@@ -12,8 +12,7 @@ namespace BX::link {
 namespace {
 
 using namespace std::chrono_literals;
-using test::bytesOf;
-using test::Line;
+using test::bytesOf, test::Line;
 
 constexpr auto ToDevice = Line::ToDevice;
 constexpr auto ToHost = Line::ToHost;

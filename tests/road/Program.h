@@ -35,8 +35,6 @@ class Program {
  public:
   explicit Program(std::vector<std::string> command);
   ~Program();  // ends it
-  Program(const Program&) = delete;
-  Program& operator=(const Program&) = delete;
 
   void send(int signal) const;
   // Blocks until standard output has `count` lines, and gives them; fewer when the program ended before.

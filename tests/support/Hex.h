@@ -5,7 +5,6 @@
 
 namespace BX::test {
 
-using platform::bytesOf;
-using platform::hexOf;
+using platform::bytesOf, platform::hexOf;
 
 }  // namespace BX::test

@@ -93,18 +93,15 @@ TEST(StoredSession, FailsWithoutRecords) {
 }
 
 TEST(StoredSession, IsClearedInSevenBlocksUpToTheFirstRefusal) {
-  const std::vector<std::string> clears = {"6200FF61", "6201FF62", "6202FF63", "6203FF64",
-                                           "6204FF65", "6205FF66", "6206FF67"};
-  for (const auto& [refused, sent] : {std::pair("6207", 7), std::pair("6203FF", 4)}) {
+  for (const auto& [refused, sent] : {std::pair("6207", 7U), std::pair("6203FF", 4U)}) {
     StoredSession session(storing({{0, 0, shot(1, 4, 255)}}, refusing(refused)));
     ASSERT_TRUE(session.uploadRing(parsed(R"({"RingTargetNumber":4})")));
     EXPECT_EQ(session.download(), "1");
     EXPECT_EQ(session.device.clearTrainingDataOnDevice(), sent == 7);
     EXPECT_THAT(session.device.getTrainingFrames(), IsEmpty());
     EXPECT_EQ(session.download(), "");
-    auto expected = std::vector(clears.begin(), clears.begin() + sent);
-    expected.insert(expected.begin(), "62000062");
-    EXPECT_EQ(session.sent("62"), expected);
+    EXPECT_THAT(session.sent("62"), SizeIs(1 + sent));
+    EXPECT_EQ(session.sent("62").back(), sent == 7 ? "6206FF67" : "6203FF64");
     EXPECT_THAT(session.sent("6D"), SizeIs(4));  // for the first download alone
   }
 }

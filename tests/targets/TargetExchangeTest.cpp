@@ -51,19 +51,6 @@ TEST(TargetStore, ListsRingsThenSilhouettesByNumberAndForgetsAll) {
   EXPECT_EQ(transfer.targetsInUse(), "FFFF02");
 }
 
-TEST(Settings, OfWhichNothingIsSaidAreOnAndAtTheirHighest) {
-  for (const auto* nothing :
-       {"{}", R"([{"Mounting":"LEFT","NumberOfBullets":1}])", R"({"Mounting":{},"CockingDelay":"1"})"}) {
-    Transfer transfer;
-    transfer.device.setDeviceSettings(parsed(nothing));
-    transfer.device.setSessionSettings(parsed(nothing));
-    EXPECT_EQ(transfer.targetsInUse(), "FFFF00");
-    EXPECT_THAT(transfer.sent("64"),
-                ElementsAre("64001001020000000000000000000000000077", "64011C21FFFF00FFFFFFFFFF0000000000009B",
-                            "64021C21FFFF00FFFFFFFFFF0000000000009C", StartsWith("6483")));
-  }
-}
-
 TEST(RingDownload, KeepsTheHeaderOfATargetThatIsThereAndScalesByItsUnit) {
   Transfer transfer(withScript({scripted("6D0700", "596D0700 F1 02 07D0 00DC 0A 05 5A 48 48 0000 0000")}));
   const std::string header = R"({"RingTargetNumber":7,"NominalDistance":25,"RingGapUnitType":"mm","TargetWidth":170)";
