@@ -40,8 +40,12 @@ TEST(Train, TellsWhichTargetIsMissingAndTakesTheStoredOne) {
     bx train $PORT --shots 2 --target-number 1 --output $FOLDER/stored | 0 | | ... records, 2 shots in $FOLDER/stored
     head -1 $FOLDER/stored | 0 | {..."target":{"RingTargetNumber":1,...,"NominalDistance":25,...}} |
     [[ $(tail -1 $FOLDER/own) == *'"Distance":24.25,'* && $(tail -1 $FOLDER/stored) == *'"Distance":24.25,'* ]] | 0 | |
+    bx train $PORT --quiet --seconds 0.1 --device examples/device-settings.json --output $FOLDER/off; bx info $PORT --all | 0 | ..."ringTargetInUse":null,... |
+    bx train $PORT --seconds 0.1 --target-number 1 --output $FOLDER/on | 0 | | bx: warning: $PORT: the device tells of no ring target in use, not of 1\n... in $FOLDER/on
     bx train $PORT --target-number 9 | 1 | | bx: $PORT: download target: ring target 9: refused...
-    bx train $PORT --quiet --shots 2 --shots-only --target-number 1 \p grep -c ShotNumber | 0 | 2 |)");
+    bx train $PORT --quiet --shots 2 --shots-only --target-number 1 \p grep -c ShotNumber | 0 | 2 |
+    bx-sim --script <(echo '6D01 = 596D')
+    bx train $PORT --target-number 1 | 1 | | bx: $PORT: download target: the device's answer is no ring target)");
 }
 
 TEST(Train, TakesNoOtherFilesPlaceAndTellsWhatWasKept) {
@@ -51,6 +55,7 @@ TEST(Train, TakesNoOtherFilesPlaceAndTellsWhatWasKept) {
     bx train $PORT --quiet --shots 1 --output $FOLDER/s | 2 | | bx: $FOLDER/s: open: exists and is not empty (--overwrite replaces it)
     bx train $PORT --quiet --shots 1 --output $FOLDER/s --overwrite; grep -c '^{' $FOLDER/s | 0 | ... |
     bx train /dev/none --output $FOLDER/never; ls $FOLDER | 0 | s | bx: /dev/none: open: no such port
+    bx train $PORT --output $FOLDER/x --trace $FOLDER/x | 2 | | bx: $FOLDER/x: is given as --output and as --trace
     bx train $PORT --quiet --output /dev/full | 1 | | bx: /dev/full: write: No space left on device; kept 0 records, 0 shots in /dev/full
     bx train $PORT --quiet >/dev/full | 1 | | bx: standard output: write: No space left on device; kept 0 records, 0 shots
     ulimit -f 8; bx train $PORT --quiet --output $FOLDER/big | 1 | | bx: $FOLDER/big: write: File too large; kept ... records, 0 shots in $FOLDER/big
@@ -63,6 +68,7 @@ TEST(Train, ShowsATableOnATerminalWhenTheRecordsGoElsewhere) {
   expectDialogues(R"(
     bx-sim --rate 2000
     on-terminal train $PORT --shots 2 --output $FOLDER/s | 0 | ***Connecting...***  shot   ***\n     1  ***     2  ***2 shots in $FOLDER/s... |
+    (printf '\x13'; until grep -qs 'ShotNumber":3,' $FOLDER/t; do sleep 0.1; done; printf '\x11'; sleep 1) \p on-terminal train $PORT --shots 3 --output $FOLDER/t | 0 | ***3 shots in $FOLDER/t... |
     on-terminal train $PORT --shots 2 --output $FOLDER/q --quiet | 0 | |
     on-terminal train $PORT --shots 2 '>$FOLDER/o' | 0 | ***Connecting...***2 shots... |
     bx train $PORT --shots 1 --output $FOLDER/p | 0 | | bx: warning: ...\n... records, 1 shot in $FOLDER/p)");
@@ -125,7 +131,7 @@ TEST(Train, GoesOnAfterALossAndTellsTheGap) {
   device.reset();
   const Outcome outcome = lost.await();
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.err, StartsWith("bx: " + lane + ": training: the port was hung up; not within 0.1 s: "));
+  EXPECT_THAT(outcome.err, StartsWith("bx: " + lane + ": training: the port was hung up; not back within "));
   EXPECT_THAT(outcome.err, HasSubstr("; kept " + std::to_string(linesOf(outcome.out).size()) + " records, "));
 }
 

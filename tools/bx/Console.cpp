@@ -1,5 +1,6 @@
 #include "Console.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -63,6 +64,12 @@ bool Console::data(const std::string& line) {
   isRead_ = code != EPIPE;
   if (code == 0 || !isRead_) return isRead_;
   throw Failure(deviceFailed, "standard output: write: " + std::generic_category().message(code));
+}
+
+bool Console::isRead() {
+  pollfd output = {STDOUT_FILENO, 0, 0};
+  isRead_ = isRead_ && (::poll(&output, 1, 0) <= 0 || (output.revents & POLLERR) == 0);
+  return isRead_;
 }
 
 void Console::error(const std::string& text) { line("bx: " + text); }

@@ -44,6 +44,8 @@ class Console {
   // One line of data, valid UTF-8 and flushed. False when nobody reads standard output any more; throws Failure when it
   // cannot be written for another reason.
   bool data(const std::string& line);
+  // Whether somebody still reads standard output, as far as the system tells.
+  bool isRead();
   void error(const std::string& text);
   void warning(const std::string& text);
   void note(const std::string& text);

@@ -3,6 +3,7 @@
 #include "DemoScreen.h"
 #include "Documents.h"
 #include "Examples.h"
+#include "Interrupt.h"
 #include "Records.h"
 #include "Session.h"
 #include "ShotTable.h"
@@ -73,7 +74,7 @@ class Demo {
       }
       return shots_.size() < wanted_;
     });
-    if (loss) connection.fail("training");
+    if (loss || interrupted()) connection.fail("training");
     say("");
     for (const auto& row : drawHits(shots_)) say("        " + row);
     say("");

@@ -1,8 +1,10 @@
 #include "Connection.h"
+#include "Interrupt.h"
 #include "Progress.h"
 #include "Records.h"
 #include "Session.h"
 #include "morva/KeyedAccess.h"
+#include "platform/AtExit.h"
 
 namespace BX::tool {
 
@@ -32,9 +34,17 @@ std::vector<Json> downloadSession(Tool& tool, Connection& connection) {
 
 void runDownload(Tool& tool, const DownloadOptions& options) {
   Records records(tool.console, {options.output, tool.global.overwrite});
-  Connection connection(tool, options.port);
-  const auto session = downloadSession(tool, connection);
-  records.begin(downloadHeader(connection));
+  std::vector<Json> session;
+  Json header;
+  {
+    Connection connection(tool, options.port);
+    records.open();
+    session = downloadSession(tool, connection);
+    header = downloadHeader(connection);
+  }  // the port is free while a slow reader takes the records
+  setLastWords([&] { return "bx: ended at once" + records.kept() + " of " + std::to_string(session.size()); });
+  const platform::AtExit forget([] { setLastWords({}); });
+  records.begin(header);
   for (const auto& record : session) {
     if (!records.add(record)) break;
   }

@@ -45,8 +45,9 @@ void awaitSignal() {
 // Not by the console, which may be in the hands of a thread that waits for a stopped terminal.
 void say(const std::string& text) {
   pollfd terminal = {STDERR_FILENO, POLLOUT, 0};
-  if (!text.empty() && ::poll(&terminal, 1, 0) == 1)
-    platform::writeAll(STDERR_FILENO, platform::printable(text) + '\n');
+  if (text.empty() || ::poll(&terminal, 1, 0) != 1) return;
+  const char* const wipe = ::isatty(STDERR_FILENO) == 1 ? "\r\x1b[K" : "";  // the status line
+  platform::writeAll(STDERR_FILENO, wipe + platform::printable(text) + '\n');
 }
 
 [[noreturn]] void endAtOnce() {

@@ -46,8 +46,8 @@ bool hasJoined(const struct passwd& user, gid_t group) {
 
 std::string stableName(const std::string& port) {
   std::error_code error;
-  for (const auto& entry : fs::directory_iterator("/dev/serial/by-id", error)) {
-    if (fs::equivalent(entry.path(), port, error)) return entry.path();
+  for (fs::directory_iterator entry("/dev/serial/by-id", error); entry != end(entry); entry.increment(error)) {
+    if (fs::equivalent(entry->path(), port, error)) return entry->path();
   }
   return {};
 }
@@ -58,16 +58,16 @@ std::string describe(const Holder& holder) {
 
 Holders::Holders() {
   std::error_code error;
-  for (const auto& process : fs::directory_iterator("/proc", error)) {
-    const std::string number = process.path().filename();
+  for (fs::directory_iterator process("/proc", error); process != end(process); process.increment(error)) {
+    const std::string number = process->path().filename();
     if (number.find_first_not_of("0123456789") != std::string::npos) continue;
-    fs::directory_iterator descriptors(process.path() / "fd", error);
+    fs::directory_iterator descriptors(process->path() / "fd", error);
     if (error == std::errc::permission_denied) sawAll_ = false;
     if (error) continue;
     for (; descriptors != fs::directory_iterator(); descriptors.increment(error)) {
       const std::string file = fs::read_symlink(descriptors->path(), error);
       if (!file.starts_with("/dev/") || holders_.contains(file)) continue;
-      holders_[file] = {programOf(process.path()), std::stoi(number)};
+      holders_[file] = {programOf(process->path()), std::stoi(number)};
     }
   }
 }

@@ -15,16 +15,22 @@ std::int32_t targetNumber(const Json& document, const char* key) {
   return root.IsObject() && root.HasMember(key) ? MORVA::getInteger(document, key) : noTarget;
 }
 
+// What waits to be shown on a terminal that stands still; what comes then is not shown.
+constexpr std::size_t mostShown = 1000;
+
+bool showsTable(const Console& console, const Output& output) {
+  return console.drawsProgress() && (!output.path.empty() || !console.isOutputTerminal());
+}
+
 }  // namespace
 
 Recorder::Recorder(Console& console, std::string port, const Output& output)
     : console_(console),
       port_(std::move(port)),
       records_(console, output),
+      table_(showsTable(console, output) ? std::optional<LiveTable>(console) : std::nullopt),
       ringTarget_(noTarget),
-      silhouetteTarget_(noTarget) {
-  if (console.drawsProgress() && (!output.path.empty() || !console.isOutputTerminal())) table_.emplace(console);
-}
+      silhouetteTarget_(noTarget) {}
 
 void Recorder::begin(Json header, const std::optional<Json>& target) {
   auto& root = header.getDocument();
@@ -37,7 +43,7 @@ void Recorder::begin(Json header, const std::optional<Json>& target) {
   }
   records_.begin(header);
   start_ = Clock::now();
-  isBegun_ = true;
+  showsTime_ = true;
 }
 
 void Recorder::add(Json record) {
@@ -52,13 +58,47 @@ void Recorder::endGap() {
   });
 }
 
+void Recorder::warn(const std::string& text) {
+  show([this, text] { console_.warning(text); });
+}
+
+void Recorder::note(const std::string& text) {
+  show([this, text] { console_.note(text); });
+}
+
+void Recorder::showConnecting() {
+  if (!table_) return;
+  showsTime_ = false;
+  show([this] { console_.progress("Connecting..."); });
+}
+
+void Recorder::finish() {
+  writer_.finish();
+  screen_.finish();
+}
+
+void Recorder::show(std::function<void()> task) {
+  if (screen_.waiting() >= mostShown) return;
+  screen_.add([task = std::move(task)] {
+    task();
+    return true;
+  });
+}
+
 // ---- On the writer's thread
 
 bool Recorder::write(const Json& record, Milliseconds received) {
   if (!records_.add(record, received)) return false;
+  if (table_ || isShot(record)) show([this, record, received] { showRecord(record, received); });
+  return true;
+}
+
+// ---- On the screen's thread
+
+void Recorder::showRecord(const Json& record, Milliseconds received) {
+  showsTime_ = true;
   if (table_) table_->show(record, received);
   if (isShot(record)) look(record);
-  return true;
 }
 
 void Recorder::look(const Json& shot) {
@@ -82,7 +122,7 @@ void Recorder::look(const Json& shot) {
 }
 
 void Recorder::showTime() {
-  if (table_ && isBegun_) table_->showStatus(now());
+  if (showsTime_ && table_) table_->showStatus(now());
 }
 
 }  // namespace BX::tool

@@ -1,6 +1,8 @@
-// What becomes of a training's records: they are written, shown, and looked at, on a thread of their own.
+// What becomes of a training's records: they are written on a thread of their own, and shown on another one. Neither a
+// reader nor a terminal that stands still keeps the device waiting, and no terminal keeps the file waiting.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -19,21 +21,25 @@ class Recorder {
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 
-  bool showsTable() const { return table_.has_value(); }
-
+  // Makes the session file, empty. Throws Failure.
+  void open() { records_.open(); }
   // The time counts from here. `target`, when it is known, is the one that shots are decoded with. Throws Failure.
   void begin(Json header, const std::optional<Json>& target);
   // These return at once.
   void add(Json record);
   // Since the last record something may have been missed.
   void endGap();
+  void warn(const std::string& text);
+  void note(const std::string& text);
+  // From now on until the next record or text.
+  void showConnecting();
 
   // Records that are not written yet.
   std::size_t waiting() const { return writer_.waiting(); }
   // Whether nothing is written any more: nobody reads, or it has failed.
   bool isOver() const { return writer_.isOver(); }
-  // Blocks until all is written. Throws Failure when something could not be.
-  void finish() { writer_.finish(); }
+  // Blocks until all is written, and then until all is shown. Throws Failure when something could not be written.
+  void finish();
   // What was written until now.
   std::string summary() const { return records_.summary(); }
   std::string kept() const { return records_.kept(); }
@@ -43,20 +49,23 @@ class Recorder {
 
   Milliseconds now() const { return std::chrono::duration_cast<Milliseconds>(Clock::now() - start_); }
   bool write(const Json& record, Milliseconds received);
+  void show(std::function<void()> task);
+  void showRecord(const Json& record, Milliseconds received);
   void look(const Json& shot);
   void showTime();
 
   Console& console_;
   const std::string port_;
   Records records_;
-  std::optional<LiveTable> table_;
+  std::optional<LiveTable> table_;  // of the screen's thread
   Clock::time_point start_ = Clock::now();
   Milliseconds latest_{0};  // when the last record was received
   std::int32_t ringTarget_;
   std::int32_t silhouetteTarget_;
   bool isWarned_ = false;
-  std::atomic<bool> isBegun_ = false;
-  WriterThread writer_{[this] { showTime(); }};
+  std::atomic<bool> showsTime_ = false;
+  WriterThread screen_{[this] { showTime(); }};
+  WriterThread writer_{[] {}};
 };
 
 }  // namespace BX::tool

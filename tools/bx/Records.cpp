@@ -49,20 +49,21 @@ Records::Records(Console& console, const Output& output) try : console_(console)
   throw Failure(wrongUsage, error.what());
 }
 
+void Records::open() try {
+  if (file_) file_->begin();
+} catch (const platform::OutputError& error) {
+  throw Failure(wrongUsage, error.what());
+}
+
 void Records::begin(const Json& header) {
-  if (!file_) return;
-  try {
-    file_->begin();
-  } catch (const platform::OutputError& error) {
-    throw Failure(wrongUsage, error.what());
-  }
-  write(header.toString());
+  if (file_) write(header.toString());
 }
 
 bool Records::add(Json record, std::optional<Milliseconds> received) {
   const bool shot = isShot(record);
   if (file_ && received) setTime(record, "received", *received);
-  if ((file_ || shot || !shotsOnly_) && !write(record.toString())) return false;
+  const bool isLeftOut = !file_ && !shot && shotsOnly_;
+  if (!(isLeftOut ? console_.isRead() : write(record.toString()))) return false;
   ++count_;
   if (shot) ++shots_;
   return true;

@@ -37,7 +37,9 @@ class Records {
   // Throws Failure when the session file could not be begun; makes and changes nothing.
   Records(Console& console, const Output& output);
 
-  // Makes the session file, with `header` as its first line; standard output gets none. Throws Failure.
+  // Makes the session file, empty, and locks it. Throws Failure.
+  void open();
+  // The first line of the session file; standard output gets none. Throws Failure.
   void begin(const Json& header);
   // One line. False when nobody reads standard output any more; throws Failure when it cannot be written.
   bool add(Json record, std::optional<Milliseconds> received = {});
@@ -45,7 +47,7 @@ class Records {
   void addGap(Milliseconds from, Milliseconds to);
 
   std::size_t count() const { return count_; }
-  // What was written: "12 records, 3 shots in FILE; a gap of 1.5 s". Any thread.
+  // What was written, or left out as was asked for: "12 records, 3 shots in FILE; a gap of 1.5 s". Any thread.
   std::string summary() const;
   // "; kept 12 records, ...", for the end of a failure's text.
   std::string kept() const;

@@ -19,6 +19,7 @@ using Clock = std::chrono::steady_clock;
 
 // A record takes about 1.3 KB: a reader that stands still shall not take all of the memory.
 constexpr std::size_t mostWaiting = 100'000;
+constexpr std::size_t manyWaiting = 1000;   // more than a reader is behind that reads
 constexpr Milliseconds retryInterval{250};  // between the end of a try and the next one
 
 Clock::time_point after(Clock::time_point start, double seconds) {
@@ -37,7 +38,11 @@ class TrainSession {
       : tool_(tool),
         options_(options),
         configuration_(loadConfiguration(tool, options.files)),
-        recorder_(tool.console, options.port, {options.output, tool.global.overwrite, options.shotsOnly}) {}
+        recorder_(tool.console, options.port, {options.output, tool.global.overwrite, options.shotsOnly}) {
+    if (!options.output.empty() && options.output == tool.global.trace) {
+      throw Failure(wrongUsage, options.output + ": is given as --output and as --trace");
+    }
+  }
 
   ~TrainSession() { setLastWords({}); }
   TrainSession(const TrainSession&) = delete;
@@ -47,7 +52,7 @@ class TrainSession {
     begin();
     const std::string problem = record();
     connection_.reset();  // the port is free while a slow reader takes the rest
-    if (!problem.empty() && recorder_.waiting() != 0) tool_.console.error(problem);
+    if (recorder_.waiting() >= manyWaiting) tellWaiting(problem);
     recorder_.finish();
     if (!problem.empty()) throw Failure(deviceFailed, problem + recorder_.kept());
     tool_.console.note(recorder_.summary());
@@ -56,42 +61,63 @@ class TrainSession {
  private:
   void begin() {
     connect();
-    if (!target_) warnOfTarget();
-    start();
+    warnOfTarget();
+    recorder_.open();
+    setLastWords([this] {
+      return "bx: ended at once" + recorder_.kept() + "; " + std::to_string(recorder_.waiting()) + " more were waiting";
+    });
+    startTraining(*connection_);
     Json header;
     MORVA::setText(header, "start", timeNow());
     MORVA::setText(header, "port", options_.port);
-    MORVA::setDocument(header, "device", connection_->settings());
+    MORVA::setDocument(header, "device", settingsNow());
     MORVA::setDocument(header, "session", configuration_.session.value_or(Json()));
     // After a loss the same settings are written again, those that were read included.
     if (configuration_.any() && !configuration_.device) configuration_.device = connection_->settings();
     recorder_.begin(std::move(header), target_);
-    setLastWords([this] {
-      return "bx: ended at once" + recorder_.kept() + "; " + std::to_string(recorder_.waiting()) + " more were waiting";
-    });
+  }
+
+  // What the device has reported, as far as it has not been written since.
+  Json settingsNow() const {
+    Json settings = connection_->settings();
+    if (!configuration_.device) return settings;
+    auto& root = settings.getDocument();
+    const auto& written = configuration_.device->getDocument();
+    for (auto& member : root.GetObject()) {
+      const auto found = written.FindMember(member.name);
+      if (found != written.MemberEnd()) member.value.CopyFrom(found->value, root.GetAllocator());
+    }
+    return settings;
   }
 
   void warnOfTarget() {
-    // Settings that are written without a target say that none is in use.
-    const std::int32_t inUse = configuration_.any() ? noTarget : connection_->device().reportedTargets().ring;
-    const std::string number = std::to_string(inUse);
-    tool_.console.warning(
-        options_.port +
-        (inUse == noTarget
-             ? ": no target is given, and the device tells of none in use: --target FILE uploads one"
-             : ": no target is given, but the device has ring target " + number +
-                   " in use: positions and distances are wrong from the second shot on; --target-number " + number +
-                   " or --target FILE tells it"));
-  }
-
-  void start() {
-    startTraining(*connection_);
-    if (recorder_.showsTable()) tool_.console.progress("");
+    const auto inUse = connection_->device().reportedTargets();
+    const std::string ring = std::to_string(inUse.ring);
+    const std::string silhouette = std::to_string(inUse.silhouette);
+    std::string text;
+    if (configuration_.target || (options_.targetNumber && configuration_.any())) return;
+    if (options_.targetNumber) {
+      if (inUse.ring == *options_.targetNumber) return;
+      text = "the device tells of " + (inUse.ring == noTarget ? "no ring target" : "ring target " + ring) +
+             " in use, not of " + std::to_string(*options_.targetNumber);
+    } else if (configuration_.any()) {
+      text = "no target is given, so none is in use from now on: --target FILE or --target-number N puts one in use";
+    } else if (inUse.ring != noTarget) {
+      text = "no target is given, but the device has ring target " + ring +
+             " in use: positions and distances are wrong from the second shot on; --target-number " + ring +
+             " or --target FILE tells it";
+    } else if (inUse.silhouette != noTarget) {
+      text = "no target is given, but the device has silhouette target " + silhouette +
+             " in use: the session does not tell it; --target FILE does";
+    } else {
+      text = "no target is given, and the device tells of none in use: --target FILE uploads one";
+    }
+    recorder_.warn(options_.port + ": " + text);
   }
 
   // As far as a device that has all settings.
   void connect() {
-    if (recorder_.showsTable()) tool_.console.progress("Connecting...");
+    recorder_.showConnecting();
     connection_.emplace(tool_, options_.port);
     if (options_.targetNumber) useStoredTarget(*options_.targetNumber);
     if (configuration_.target) target_ = configuration_.target->document;
@@ -106,8 +132,17 @@ class TrainSession {
     const bool complete = device.downloadRingTarget(number);
     device.setDeviceMode(BXSerialCom::RESTING, false);
     if (!complete) connection_->fail("download target");
-    device.setTargetInUse(text::ring, number);
     target_ = device.getAllTargets().front();
+    if (MORVA::getInteger(*target_, key::ring::ringTargetNumber) != number) {
+      throw Failure(deviceFailed, options_.port + ": download target: the device's answer is no ring target");
+    }
+    device.setTargetInUse(text::ring, number);
+  }
+
+  void tellWaiting(const std::string& problem) {
+    if (!problem.empty()) return tool_.console.error(problem);
+    recorder_.note(options_.port + ": training is over; " + std::to_string(recorder_.waiting()) +
+                   " records wait for their reader (an interrupt drops them)");
   }
 
   // Trains until it is over, and gives what went wrong; empty when nothing did.
@@ -129,17 +164,18 @@ class TrainSession {
           options_.port + (loss->atEnd ? ": stop training: " : ": training: ") + explain(loss->failure);
       if (loss->atEnd || options_.retry <= 0) return problem;
       const auto obstacle = comeBack(problem, end);
+      if (!obstacle || interrupted()) recorder_.endGap();
       if (obstacle) return interrupted() ? std::string() : problem + "; " + *obstacle;
-      recorder_.endGap();
     }
     if (recorder_.waiting() < mostWaiting) return {};
     return options_.port + ": training: ended: " + std::to_string(mostWaiting) + " records wait for their reader";
   }
 
-  // Tries until it trains again. The result is why it could not.
+  // Tries until it trains again, or until `end`. The result is why it could not.
   std::optional<std::string> comeBack(const std::string& problem, std::optional<Clock::time_point> end) {
-    tool_.console.warning(problem + "; trying again for " + secondsText(options_.retry));
-    auto until = after(Clock::now(), options_.retry);
+    recorder_.warn(problem + "; trying again for " + secondsText(options_.retry));
+    const auto begun = Clock::now();
+    auto until = after(begun, options_.retry);
     if (end) until = std::min(until, *end);
     const link::Cancellation::Scope cancelled(interruption());
     for (;;) {
@@ -147,13 +183,18 @@ class TrainSession {
       std::string obstacle;
       try {
         connect();
-        start();
-        tool_.console.note(options_.port + ": training goes on");
+        startTraining(*connection_);
+        recorder_.note(options_.port + ": training goes on");
         return std::nullopt;
       } catch (const Failure& failure) {
+        connection_.reset();
         obstacle = failure.what();
       }
-      if (Clock::now() >= until || interrupted()) return "not within " + secondsText(options_.retry) + ": " + obstacle;
+      const auto now = Clock::now();
+      if (now >= until || interrupted()) {
+        const auto tried = std::chrono::round<std::chrono::duration<long long, std::deci>>(now - begun);
+        return "not back within " + secondsText(static_cast<double>(tried.count()) / 10) + ": " + obstacle;
+      }
       link::wait(retryInterval);
     }
   }

@@ -16,14 +16,16 @@ class Stream {
  public:
   Stream(BXDevice& device, const std::function<bool(Json)>& take) : device_(device), take_(take) {}
 
-  void follow(const std::function<bool()>& goesOn) {
+  // Whether the stream ended by itself.
+  bool follow(const std::function<bool()>& goesOn) {
     while (wantsMore_ && !interrupted() && goesOn()) {
       const bool streams =
           device_.getSerialCom().getStreaming();  // asked first: what came before the end is taken below
       takeArrived();
-      if (!streams) return;
+      if (!streams) return true;
       std::this_thread::sleep_for(pollInterval);
     }
+    return false;
   }
 
   void takeArrived() {
@@ -55,8 +57,8 @@ void startTraining(Connection& connection) {
 std::optional<TrainingLoss> followTraining(Connection& connection, const std::function<bool(Json)>& take,
                                            const std::function<bool()>& goesOn) {
   Stream stream(connection.device(), take);
-  stream.follow(goesOn);
-  const bool lost = connection.failed();
+  // A failure that ends no stream, such as a full queue, is told at the end.
+  const bool lost = stream.follow(goesOn) && connection.failed();
   if (!lost) connection.manager().stopTraining(connection.port());
   stream.takeArrived();
   if (!connection.failed()) return std::nullopt;

@@ -10,7 +10,7 @@ namespace BX::tool {
 
 struct TrainingLoss {
   link::Failure failure;
-  bool atEnd = false;  // it was over already, and could not be ended on the device
+  bool atEnd = false;  // not what ended it: it could not be ended on the device, or has not delivered everything
 };
 
 // Throws Failure. From now on the connection's operations are no longer cancelled by an interrupt.

@@ -1,5 +1,7 @@
 // bx: the command-line tool for target devices.
+#include <cerrno>
 #include <exception>
+#include <system_error>
 
 #include "CommandLine.h"
 #include "TraceWatch.h"
@@ -14,7 +16,9 @@ using namespace BX::tool;
 
 void startTrace(const GlobalOptions& global) try {
   if (BX::link::setTraceFile(global.trace, global.overwrite)) return;
-  const BX::platform::OutputFile refused(global.trace, global.overwrite);  // throws the reason
+  const int code = errno;
+  const BX::platform::OutputFile refused(global.trace, global.overwrite);  // throws the reason, if it still stands
+  throw BX::platform::OutputError(global.trace, "open", code, std::generic_category().message(code));
 } catch (const BX::platform::OutputError& failure) {
   throw Failure(wrongUsage, failure.what());
 }
