@@ -21,10 +21,11 @@ struct Section {
   const char* name;
   Rows (*measure)(const Setting&);
 };
-constexpr Section sections[] = {{"frames", measureFrames},       {"paced", measurePaced},   {"unpaced", measureUnpaced},
-                                {"downloads", measureDownloads}, {"memory", measureMemory}, {"codec", measureCodec},
-                                {"fetching", measureFetching},   {"range", measureRange},   {"latency", measureLatency},
-                                {"growth", measureGrowth}};
+constexpr Section sections[] = {
+    {"frames", measureFrames},       {"paced", measurePaced},     {"unpaced", measureUnpaced},
+    {"downloads", measureDownloads}, {"memory", measureMemory},   {"codec", measureCodec},
+    {"fetching", measureFetching},   {"polling", measurePolling}, {"range", measureRange},
+    {"latency", measureLatency},     {"growth", measureGrowth}};
 
 // The library prints each shot on standard output, which is a cost that counts but nothing to read here.
 void discardStandardOutput() {
@@ -55,8 +56,9 @@ int main(int argc, char** argv) {
       ->check(CLI::Range(1, 1000))
       ->capture_default_str();
   app.add_option("--simulator", setting.simulator, "The program bx-sim")->required();
-  app.add_option("--only", only,
-                 "Sections: frames, paced, unpaced, downloads, memory, codec, fetching, range, latency, growth");
+  app.add_option(
+      "--only", only,
+      "Sections: frames, paced, unpaced, downloads, memory, codec, fetching, polling, range, latency, growth");
   app.add_option("--output", output, "Write the table to this file");
   app.add_option("--profile", profile, "Run one of the profiled works and nothing else: download, stream, upload");
   CLI11_PARSE(app, argc, argv);
