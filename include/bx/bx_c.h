@@ -23,6 +23,7 @@
 #ifndef BX_C_H
 #define BX_C_H
 
+/* NOLINTBEGIN(modernize-deprecated-headers,modernize-use-using): C. */
 #include <stddef.h>
 #include <stdint.h>
 
@@ -201,5 +202,7 @@ BX_C_API int32_t bx_get_state(bx_manager* m, const char* port, bx_state* out);
 #ifdef __cplusplus
 }
 #endif
+
+/* NOLINTEND(modernize-deprecated-headers,modernize-use-using) */
 
 #endif

@@ -36,10 +36,6 @@ std::int32_t told(std::int32_t status, std::string_view text) noexcept {
 
 }  // namespace
 
-void require(bool condition, const char* otherwise) {
-  if (!condition) throw Failed{BX_E_ARGUMENT, otherwise};
-}
-
 void fail(const std::string& port, const link::Failure& failure) {
   const bool noted = failure.kind != link::FailureKind::None;
   throw Failed{statusOf(failure.kind), port + ": " + (noted ? textOf(failure) : "the device's answer is of no use")};

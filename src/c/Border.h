@@ -21,7 +21,9 @@ struct Failed {
   std::int32_t status;
   std::string text;
 };
-void require(bool condition, const char* otherwise);  // BX_E_ARGUMENT
+inline void require(bool condition, const char* otherwise) {
+  if (!condition) throw Failed{BX_E_ARGUMENT, otherwise};
+}
 // Where the link has noted nothing, the device has given an answer that is of no use.
 [[noreturn]] void fail(const std::string& port, const link::Failure& failure);
 

@@ -111,11 +111,10 @@ bool setLossTold(Session& session, const std::string& port, bool told) {
 }
 
 bx_manager* createManager() {
-  auto session = std::make_shared<Session>();
   const MutexLock lock(library().mutex);
-  return library()
-      .sessions.emplace(reinterpret_cast<bx_manager*>(++library().lastKey), std::move(session))
-      .first->first;
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a key, never an address
+  auto* const key = reinterpret_cast<bx_manager*>(++library().lastKey);
+  return library().sessions.emplace(key, std::make_shared<Session>()).first->first;
 }
 
 void destroyManager(bx_manager* manager) {
@@ -142,6 +141,7 @@ void shutDown() {
 
 bx_cancel* createCancel() {
   const MutexLock lock(library().mutex);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): as above
   return library().cancels.emplace(reinterpret_cast<bx_cancel*>(++library().lastKey), false).first->first;
 }
 

@@ -304,7 +304,7 @@ int32_t bx_take_records(bx_manager* m, const char* given, bx_record* out, size_t
     require(out != nullptr || capacity == 0, "there is no place for the records");
     const auto records = call.manager().takeTrainingFrames(port, capacity);
     if (records.empty()) tellLoss(call, port);
-    for (const auto& record : records) out[(*count)++] = recordOf(record);
+    *count = static_cast<std::size_t>(std::ranges::transform(records, out, recordOf).out - out);
     if (json != nullptr) give(json, linesOf(records, out));
   });
 }

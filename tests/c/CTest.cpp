@@ -15,7 +15,7 @@ TEST(C, TravelsTheWholeRoad) {
     $BX train $PORT | 0 | *** | ***
     bx-sim --rate 2000 --fault to-host:stream:300:hangup
     $BX lose $PORT | 0 | *** | ***
-    bx-sim --latency 30
+    bx-sim --latency 80
     $BX cancel $PORT | 0 | | ***)");
 }
 

@@ -127,20 +127,6 @@ TEST(Operations, BracketTransfersWithModes6And4) {
   EXPECT_THAT(registered.device().getAllTargets(), IsEmpty());
 }
 
-TEST(Records, AreTakenWhileTheDeviceStreamsAndWhenItHasStopped) {
-  Registered registered(streaming(std::vector<std::string>(200, "CA41")));
-  registered.connect();
-  registered.manager.startTraining("loopback");
-  std::size_t taken = 0;
-  while (taken < 20) taken += registered.manager.takeTrainingFrames("loopback").size();
-  ASSERT_TRUE(registered.simulator.awaitTranscript("< CA", 200));
-  registered.manager.stopTraining();
-  EXPECT_EQ(registered.sent("6F").back(), "6F0473");
-  EXPECT_EQ(taken + registered.device().trainingFrameCount(), 200U);
-  EXPECT_THAT(registered.manager.takeTrainingFrames("loopback"), SizeIs(200 - taken));
-  EXPECT_EQ(registered.device().trainingFrameCount(), 0U);
-}
-
 TEST(Records, OfADownloadAreItsOwnAndItsPagesAreCounted) {
   sim::Options options;
   for (std::uint8_t page = 0; page < 3; ++page)
