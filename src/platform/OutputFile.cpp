@@ -53,7 +53,8 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::begin() {
-  handle_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_CLOEXEC, permissions);
+  // Without waiting: a pipe that nobody reads is refused.
+  handle_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_NONBLOCK | O_CLOEXEC, permissions);
   require(handle_ >= 0);
   try {
     lockAndEmpty();

@@ -16,8 +16,6 @@ namespace BX::test {
 namespace {
 
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
 using ::testing::StartsWith;
 
 // The lines of a file that begin with `prefix`, once there are `count` of them.
@@ -50,11 +48,13 @@ TEST(Train, TellsWhichTargetIsMissingAndTakesTheStoredOne) {
 
 TEST(Train, TakesNoOtherFilesPlaceAndTellsWhatWasKept) {
   expectDialogues(R"(
-    bx-sim --rate 2000
+    bx-sim --rate 2000 --transcript $FOLDER/t
+    flock $FOLDER/s $BX --skip-startup train $PORT --quiet --output $FOLDER/s; grep '> 6F' $FOLDER/t \p tail -1 | 0 | > 6F0473 | bx: $FOLDER/s: open: in use by another program
     bx train $PORT --quiet --shots 1 --output $FOLDER/s | 0 | |
     bx train $PORT --quiet --shots 1 --output $FOLDER/s | 2 | | bx: $FOLDER/s: open: exists and is not empty (--overwrite replaces it)
     bx train $PORT --quiet --shots 1 --output $FOLDER/s --overwrite; grep -c '^{' $FOLDER/s | 0 | ... |
-    bx train /dev/none --output $FOLDER/never; ls $FOLDER | 0 | s | bx: /dev/none: open: no such port
+    bx train /dev/none --output $FOLDER/never; ls $FOLDER | 0 | s\nt | bx: /dev/none: open: no such port
+    mkfifo $FOLDER/unread; bx train $PORT --quiet --output $FOLDER/unread; rm $FOLDER/unread | 0 | | bx: $FOLDER/unread: open: No such device or address
     bx train $PORT --output $FOLDER/x --trace $FOLDER/x | 2 | | bx: $FOLDER/x: is given as --output and as --trace
     bx train $PORT --quiet --output /dev/full | 1 | | bx: /dev/full: write: No space left on device; kept 0 records, 0 shots in /dev/full
     bx train $PORT --quiet >/dev/full | 1 | | bx: standard output: write: No space left on device; kept 0 records, 0 shots
@@ -71,26 +71,26 @@ TEST(Train, ShowsATableOnATerminalWhenTheRecordsGoElsewhere) {
     (printf '\x13'; until grep -qs 'ShotNumber":3,' $FOLDER/t; do sleep 0.1; done; printf '\x11'; sleep 1) \p on-terminal train $PORT --shots 3 --output $FOLDER/t | 0 | ***3 shots in $FOLDER/t... |
     on-terminal train $PORT --shots 2 --output $FOLDER/q --quiet | 0 | |
     on-terminal train $PORT --shots 2 '>$FOLDER/o' | 0 | ***Connecting...***2 shots... |
+    script --quiet --return --command "stty cols 12; $BX --skip-startup train $PORT --shots 1 --output $FOLDER/n" /dev/null \p grep -c 'shots, [0-9]* record' | 1 | 0 |
     bx train $PORT --shots 1 --output $FOLDER/p | 0 | | bx: warning: ...\n... records, 1 shot in $FOLDER/p)");
 }
 
 // Nobody reads standard output until the device has been told to stop.
 TEST(Train, WritesAllThatWasAcknowledgedWhateverEndsIt) {
-  const Folder folder;
-  for (const auto& [signal, limit] : {std::pair{SIGINT, ""}, {SIGTERM, ""}, {SIGHUP, ""}, {0, " --seconds 0.5"}}) {
-    SCOPED_TRACE(signal);
-    const std::string transcript = folder.path("transcript" + std::to_string(signal));
-    const Device device({"--rate", "2000", "--transcript", transcript});
-    Program train(bxCommand("train " + device.port() + " --quiet" + limit));
-    awaitLines(transcript, "< CA", 500);
-    train.send(signal);
-    train.send(signal);  // as some do
-    awaitLines(transcript, "> 6F04", 2);
-    const Outcome outcome = train.await();
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.err, IsEmpty());
-    EXPECT_THAT(linesOf(outcome.out), SizeIs(awaitLines(transcript, "< CA", 0).size()));
+  for (const auto& [signal, limit] : {std::pair{"-INT", ""}, {"-TERM", ""}, {"-HUP", ""}, {"-0", "--seconds 0.5"}}) {
+    expectDialogues(R"(
+      bx-sim --rate 2000 --transcript $FOLDER/t
+      mkfifo $FOLDER/p; $BX --skip-startup train $PORT --quiet $LIMIT >$FOLDER/p & exec 3<$FOLDER/p; until [ $(grep -c '^< CA' $FOLDER/t) -ge 500 ]; do :; done; kill $SIGNAL $!; kill $SIGNAL $!; until [ $(grep -c '^> 6F04' $FOLDER/t) = 2 ]; do :; done; [ $(wc -l <&3) = $(grep -c '^< CA' $FOLDER/t) ] && wait $! | 0 | |)",
+                    {{"SIGNAL", signal}, {"LIMIT", limit}});
   }
+}
+
+// What the device answers is late, so that the signal comes in the middle.
+TEST(Train, LeavesTheDeviceAtRestWhenASignalComesInTheMiddle) {
+  expectDialogues(R"(
+    bx-sim --latency 50 --transcript $FOLDER/t
+    $BX --skip-startup clear $PORT & until grep -q '^> 6F06' $FOLDER/t; do :; done; kill $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1 | 0 | > 6F0473 | ...
+    $BX --skip-startup train $PORT --quiet >$FOLDER/o & until grep -q '^> 6F03' $FOLDER/t; do :; done; kill $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1; grep -c '^< CA' $FOLDER/t \p cmp - <(grep -c . $FOLDER/o) | 0 | > 6F0473 | ...)");
 }
 
 TEST(Train, EndsAtOnceWithASignalBeforeItBegins) {

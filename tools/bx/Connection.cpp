@@ -69,10 +69,19 @@ Connection::Connection(const Tool& tool, std::string port) : port_(std::move(por
   device().setRemoveDeviceCallback({});
 }
 
-Connection::~Connection() { manager_.disconnectDevice(port_); }
+Connection::~Connection() {
+  cancelled_.reset();
+  if (device().getSerialCom().getStreaming()) manager_.stopTraining(port_);
+  manager_.disconnectDevice(port_);
+}
 
-void Connection::fail(const std::string& step) const {
-  if (interrupted()) throw interruptedFailure(port_ + ": " + step);
+void Connection::fail(const std::string& step) {
+  if (interrupted()) {
+    // Ended in the middle, the device would stay in the mode that it was given.
+    cancelled_.reset();
+    device().getSerialCom().setDeviceMode(BXSerialCom::RESTING, false);
+    throw interruptedFailure(port_ + ": " + step);
+  }
   throw Failure(deviceFailed, port_ + ": " + step + ": " + explain(link::lastFailure(port_)));
 }
 

@@ -17,7 +17,7 @@ class Connection {
   // Connects; throws Failure. From now on signals are caught: operations of this thread then fail at once, as long as
   // this object lives, or until it is told to go on.
   Connection(const Tool& tool, std::string port);
-  ~Connection();
+  ~Connection();  // a device that still trains is told to stop
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
@@ -32,8 +32,8 @@ class Connection {
   void begin() { device().setError(false); }
   bool failed() { return device().hasError(); }
   void goOnWhenInterrupted() { cancelled_.reset(); }
-  // Throws Failure: the port, `step`, and the link's own reason or the interrupt.
-  [[noreturn]] void fail(const std::string& step) const;
+  // Throws Failure: the port, `step`, and the link's own reason or the interrupt, after which the device rests.
+  [[noreturn]] void fail(const std::string& step);
 
  private:
   std::string port_;

@@ -1,6 +1,7 @@
 #include "Console.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +19,14 @@ namespace BX::tool {
 namespace {
 
 constexpr std::string_view wipeLine = "\r\x1b[K";
+
+// A line that wraps could not be drawn over.
+std::string cutToTerminal(std::string text) {
+  winsize size = {};
+  const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+  if (isKnown && text.size() >= size.ws_col) text.resize(size.ws_col - 1U);
+  return text;
+}
 
 }  // namespace
 
@@ -86,7 +95,7 @@ bool Console::drawsProgress() const { return !quiet_ && isatty(STDERR_FILENO) ==
 
 void Console::progress(const std::string& text) {
   const platform::MutexLock lock(mutex_);
-  err_ << wipeLine << platform::printable(text) << std::flush;
+  err_ << wipeLine << cutToTerminal(platform::printable(text)) << std::flush;
   showsProgress_ = !text.empty();
 }
 

@@ -44,6 +44,8 @@ class Stream {
 }  // namespace
 
 void startTraining(Connection& connection) {
+  if (interrupted()) connection.fail("start training");
+  connection.goOnWhenInterrupted();  // records may come, and be acknowledged, before the answer
   connection.begin();
   connection.manager().startTraining(connection.port());
   if (connection.failed()) {
@@ -51,7 +53,6 @@ void startTraining(Connection& connection) {
     connection.device().stopThread();
     connection.fail("start training");
   }
-  connection.goOnWhenInterrupted();
 }
 
 std::optional<TrainingLoss> followTraining(Connection& connection, const std::function<bool(Json)>& take,
