@@ -14,10 +14,14 @@ namespace utf = boost::nowide::utf;
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 
 bool isControl(utf::code_point character) {
-  return (character < 0x20 && character != '\n') || (character >= 0x7F && character <= 0x9F);
+  return (character < 0x20 && character != '\n') || (character >= 0x7F && character <= 0x9F) || character == 0x200E ||
+         character == 0x200F || (character >= 0x2028 && character <= 0x202E) ||
+         (character >= 0x2066 && character <= 0x2069);
 }
 
-std::string spelled(utf::code_point control) { return "\\u00" + hexOf(std::array{static_cast<std::uint8_t>(control)}); }
+std::string spelled(utf::code_point control) {
+  return "\\u" + hexOf(std::array{static_cast<std::uint8_t>(control >> 8), static_cast<std::uint8_t>(control)});
+}
 
 std::string cleaned(std::string_view text, bool spellsControls) {
   std::string clean;

@@ -10,7 +10,8 @@ namespace BX::platform {
 std::string validUtf8(std::string_view text);
 
 // The same, and each control character but the line feed is spelled \u001B: a terminal would obey it. These are
-// U+0000 to U+001F and U+007F to U+009F. JSON text stays JSON that means the same.
+// U+0000 to U+001F and U+007F to U+009F, and those that break lines or turn the text round: U+200E, U+200F, U+2028 to
+// U+202E and U+2066 to U+2069. JSON text stays JSON that means the same.
 std::string printable(std::string_view text);
 
 }  // namespace BX::platform

@@ -10,7 +10,7 @@ TEST(Failure, OfPortsFilesAndUsageIsToldBeforeADeviceIsAsked) {
   expectDialogues(R"(
     bx info /dev/none | 1 | | bx: /dev/none: open: no such port
     bx info /dev/null | 1 | | bx: /dev/null: open: not a serial port
-    bx info $'/dev/\x1B[31m\x7F\xC2\x9B\x9B' | 1 | | bx: /dev/\u001B[31m\u007F\u009B...: open: no such port
+    bx info $'/dev/\x1B[31m\x7F\xC2\x9B\xE2\x80\xAE\x9B' | 1 | | bx: /dev/\u001B[31m\u007F\u009B\u202E...: open: no such port
     printf '{\n  "Mounting": ]\n}' >$FOLDER/broken | 0 | |
     bx settings /dev/none --force --device $FOLDER/broken | 2 | | bx: $FOLDER/broken: line 2, column 15: not JSON...
     echo '{"WakeupAngle": 256}' >$FOLDER/wide | 0 | |

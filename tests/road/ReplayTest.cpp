@@ -14,6 +14,7 @@ TEST(Replay, PrintsTheSameRecordsThroughTheSameFaultsAsFarAsTheTraceGoes) {
     bx --quiet --trace $FOLDER/t train $PORT \p $UNTIMED >$FOLDER/printed; wc -l <$FOLDER/printed; grep -c ' ! ' $FOLDER/t | 0 | 60\n... | ***
     echo 'set -o pipefail; bx replay $1 \p $UNTIMED >$FOLDER/o && test -s $FOLDER/o && cmp -n $(stat -c %s $FOLDER/o) $FOLDER/o $FOLDER/printed' >$FOLDER/replay | 0 | |
     bx replay $FOLDER/t \p $UNTIMED \p cmp - $FOLDER/printed; test $PIPESTATUS = 0 | 0 | | ...
+    bx replay --quiet $FOLDER/t \p true; echo ${PIPESTATUS[0]} | 0 | 0 |
     head -n -60 $FOLDER/t >$FOLDER/cut; . $FOLDER/replay $FOLDER/cut | 0 | | *** as far as it goes: the end of $PORT is missing
     (cat $FOLDER/cut; tail -1 $FOLDER/t \p head -c 3) >$FOLDER/a; set -o pipefail; (. $FOLDER/replay $FOLDER/a) 2>&1 \p grep -c "as far as it goes: line $(($(wc -l <$FOLDER/a) + 1)) is cut" | 0 | 1 |
     (cat $FOLDER/cut; tail -1 $FOLDER/t \p tr -d '\n') >$FOLDER/a; set -o pipefail; (. $FOLDER/replay $FOLDER/a) 2>&1 \p grep -c "as far as it goes: line $(($(wc -l <$FOLDER/a) + 1)) is cut" | 0 | 1 |

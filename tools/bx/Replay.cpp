@@ -57,11 +57,11 @@ class Replay {
   Replay(const Replay&) = delete;
   Replay& operator=(const Replay&) = delete;
 
-  // False when the replay has departed from the trace, which ends it.
+  // False when the replay has departed from the trace, which ends it; so does a reader that goes away.
   bool run() {
     for (const Step& step : recording_.steps) {
       take(step);
-      if (hasDeparted()) return false;
+      if (isOver()) return !hasDeparted();
     }
     finishStream(recording_.entries.size(), recording_.records);
     return !hasDeparted();
@@ -86,6 +86,7 @@ class Replay {
   }
 
   bool hasDeparted() const { return !playback_.departures().empty(); }
+  bool isOver() const { return !isRead_ || hasDeparted(); }
 
   void take(const Step& step) {
     if (step.kind == Kind::Open) {
@@ -96,7 +97,7 @@ class Replay {
       return;
     }
     finishStream(step.at, step.recordsBefore);
-    if (hasDeparted()) return;
+    if (isOver()) return;
     if (step.kind == Kind::Request) {
       repeat(step);
     } else {
@@ -110,8 +111,8 @@ class Replay {
     const auto limit = std::chrono::steady_clock::now() + recordLimit;
     for (bool more = true; more;) {
       more = device_.getSerialCom().getStreaming() && std::chrono::steady_clock::now() < limit;
-      for (const auto& record : device_.takeTrainingFrames()) records_.add(record);
-      if (recordsHere() >= expected) return;
+      for (const auto& record : device_.takeTrainingFrames()) isRead_ = isRead_ && records_.add(record);
+      if (!isRead_ || recordsHere() >= expected) return;
       if (more) std::this_thread::sleep_for(recordPoll);
     }
     playback_.depart(recording_.entries[std::min(at, recording_.entries.size() - 1)],
@@ -173,6 +174,7 @@ class Replay {
   BXDevice device_;
   std::size_t recordsBefore_ = 0;  // the port was opened last
   std::size_t requests_ = 0;
+  bool isRead_ = true;  // standard output
 };
 
 }  // namespace
