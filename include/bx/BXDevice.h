@@ -190,7 +190,8 @@ class BX_DEVICE_API BXDevice {
   // Sends `target` in 4 exchanges. It is kept, and is the target in use, even when the device refuses it.
   bool uploadRingTarget(Json& document);
   // Fetches the ring target stored as the low 8 bits of `number`, 4 exchanges. Of a target that is kept already, the
-  // diameters and the name are replaced and everything else stays.
+  // diameters and the name are replaced and everything else stays. An answer that is too short is passed over,
+  // and what it would have brought is missing then, "RingTargetNumber" with the first one.
   bool downloadRingTarget(const int& number);
   // Sends `target`: 2 exchanges, and 64 more when it has a bitmap. It is kept, and is the target in use, even when the
   // device refuses it.

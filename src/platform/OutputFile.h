@@ -35,7 +35,8 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // Makes the file or empties it, and locks it until this object goes. Throws OutputError.
+  // Makes the file or empties it, and locks it until this object goes, where the file system has locks. Throws
+  // OutputError, also for a pipe that nobody reads.
   void begin();
   bool isBegun() const { return handle_ >= 0; }
   // Writes the line and a line feed; blocks as long as a pipe is full. Throws OutputError, and then nothing of the line

@@ -1,4 +1,5 @@
-// Opening a serial port by the rules of the operating system: the only file of the link that differs between systems.
+// Opening a serial port by the rules of the operating system: with PortList.cpp what differs
+// between systems in the link.
 #pragma once
 
 #include <cstddef>
