@@ -321,5 +321,6 @@ int main(int count, char** words) {
   if (strcmp(task, "train") == 0) train(port, 1000);
   if (strcmp(task, "cancel") == 0) cancel(port);
   if (strcmp(task, "lose") == 0) lose(port);
+  WORKS(bx_shutdown());
   return 0;
 }
