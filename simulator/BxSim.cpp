@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/Descriptors.h"
 #include "platform/OutputFile.h"
-#include "platform/StandardDescriptors.h"
 #include "platform/Utf8.h"
 #include "simulator/Lane.h"
 #include "simulator/Simulator.h"
@@ -139,7 +139,7 @@ int run(Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  BX::platform::ensureStandardDescriptors();
+  BX::platform::prepareStandardDescriptors();
   Arguments arguments;
   CLI::App app("A simulated target device on a pseudo-terminal, whose name is printed; or several of them", "bx-sim");
   BX::arguments::prepare(app);

@@ -1,5 +1,5 @@
 // A file that lines are written to. It never takes the place of another one's content, is never written by two
-// programs, and holds whole lines, also when the disk is full. Posix only.
+// programs, and holds whole lines, also when the disk is full.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,6 @@
 #include <string_view>
 
 namespace BX::platform {
-
-// Writes all of it to a descriptor, however long that takes. 0, or the reason as errno tells it.
-int writeAll(int descriptor, std::string_view text);
 
 // The text is one line: path, step and reason.
 class OutputError : public std::runtime_error {
@@ -46,9 +43,10 @@ class OutputFile {
   const std::string& path() const { return path_; }
 
  private:
-  void require(bool holds) const;
-  void requireReplaceable(bool isRegular, std::int64_t size) const;
-  void lockAndEmpty();
+  // `code` is 0 or of errno.
+  void require(int code) const;
+  void requireReplaceable(std::int64_t size) const;
+  void empty();
 
   const std::string path_;
   const bool overwrite_;

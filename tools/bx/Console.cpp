@@ -1,18 +1,14 @@
 #include "Console.h"
 
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <iostream>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
-#include "platform/OutputFile.h"
+#include "System.h"
+#include "platform/Descriptors.h"
 
 namespace BX::tool {
 
@@ -22,9 +18,8 @@ constexpr std::string_view wipeLine = "\r\x1b[K";
 
 // A line that wraps could not be drawn over.
 std::string cutToTerminal(std::string text) {
-  winsize size = {};
-  const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
-  if (isKnown && text.size() >= size.ws_col) text.resize(size.ws_col - 1U);
+  const std::size_t width = system::terminalWidth();
+  if (width != 0 && text.size() >= width) text.resize(width - 1);
   return text;
 }
 
@@ -33,11 +28,9 @@ std::string cutToTerminal(std::string text) {
 Console::Console()
     : outBuffer_(std::cout.rdbuf(&discard_)),
       errBuffer_(std::cerr.rdbuf(&discard_)),
-      isTerminal_(isatty(STDOUT_FILENO) == 1),
+      isTerminal_(system::isTerminal(system::standardOutput)),
       err_(errBuffer_) {
-  // A reader that goes away is seen when writing fails.
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);  // a file beyond its limit is a failed write like any other
+  system::prepareStreams();
 }
 
 Console::~Console() {
@@ -69,15 +62,14 @@ std::streamsize Console::LibraryLines::xsputn(const char* text, std::streamsize 
 bool Console::data(const std::string& line) {
   if (!isRead_) return false;
   const int code =
-      platform::writeAll(STDOUT_FILENO, (isTerminal_ ? platform::printable(line) : validUtf8(line)) + '\n');
+      platform::writeAll(system::standardOutput, (isTerminal_ ? platform::printable(line) : validUtf8(line)) + '\n');
   isRead_ = code != EPIPE;
   if (code == 0 || !isRead_) return isRead_;
   throw Failure(deviceFailed, "standard output: write: " + std::generic_category().message(code));
 }
 
 bool Console::isRead() {
-  pollfd output = {STDOUT_FILENO, 0, 0};
-  isRead_ = isRead_ && (::poll(&output, 1, 0) <= 0 || (output.revents & POLLERR) == 0);
+  isRead_ = isRead_ && system::isOutputRead();
   return isRead_;
 }
 
@@ -91,7 +83,7 @@ void Console::note(const std::string& text) {
   if (!quiet_) line(text);
 }
 
-bool Console::drawsProgress() const { return !quiet_ && isatty(STDERR_FILENO) == 1; }
+bool Console::drawsProgress() const { return !quiet_ && system::isTerminal(system::standardError); }
 
 void Console::progress(const std::string& text) {
   const platform::MutexLock lock(mutex_);

@@ -7,6 +7,7 @@
 #include "Records.h"
 #include "Session.h"
 #include "ShotTable.h"
+#include "System.h"
 #include "Training.h"
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
@@ -21,8 +22,7 @@ class Demo {
   Demo(Tool& tool, std::size_t wanted) : tool_(tool), wanted_(wanted) {}
 
   void run() {
-    auto line = std::make_unique<sim::PtyLine>();
-    const std::string port = line->name();
+    auto [port, line] = system::makeSimulatedPort();
     const sim::Simulator simulator(sim::Options{}, std::move(line));
     say("A simulated target device waits on " + port + ".");
     Connection connection(tool_, port);

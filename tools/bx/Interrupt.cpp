@@ -1,17 +1,12 @@
 #include "Interrupt.h"
 
-#include <poll.h>
-#include <semaphore.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
-#include <thread>
 #include <utility>
 
-#include "platform/OutputFile.h"
+#include "System.h"
+#include "platform/Descriptors.h"
 #include "platform/Utf8.h"
 
 namespace BX::tool {
@@ -24,65 +19,41 @@ constexpr std::chrono::seconds secondCounts{1};  // from the first signal on
 constexpr int signalStatus = 128;                // of a program that a signal has ended, and the signal
 
 std::atomic<int> first{0};
-std::atomic<int> latest{0};
-static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may only touch lock-free atomics");
-sem_t raised;
 platform::Mutex mutex;
 std::function<std::string()> lastWords GUARDED_BY(mutex);
 
-void onSignal(int signal) {
-  int none = 0;
-  first.compare_exchange_strong(none, signal);
-  latest = signal;
-  sem_post(&raised);
-}
-
-void awaitSignal() {
-  while (sem_wait(&raised) != 0) {
-  }
-}
-
 // Not by the console, which may be in the hands of a thread that waits for a stopped terminal.
 void say(const std::string& text) {
-  pollfd terminal = {STDERR_FILENO, POLLOUT, 0};
-  if (text.empty() || ::poll(&terminal, 1, 0) != 1) return;
-  const char* const wipe = ::isatty(STDERR_FILENO) == 1 ? "\r\x1b[K" : "";  // the status line
-  platform::writeAll(STDERR_FILENO, wipe + platform::printable(text) + '\n');
+  if (text.empty() || !system::takesError()) return;
+  const char* const wipe = system::isTerminal(system::standardError) ? "\r\x1b[K" : "";  // the status line
+  platform::writeAll(system::standardError, wipe + platform::printable(text) + '\n');
 }
 
-[[noreturn]] void endAtOnce() {
+[[noreturn]] void endAtOnce(int signal) {
   {
     const platform::MutexLock lock(mutex);
     if (lastWords) say(lastWords());
   }
-  std::_Exit(signalStatus + latest);
+  std::_Exit(signalStatus + signal);
 }
 
-void watch() {
-  awaitSignal();
-  const auto patience = Clock::now() + secondCounts;
-  interruption().request();
-  do {
-    awaitSignal();
-  } while (Clock::now() < patience);
-  endAtOnce();
+// On the signals' thread.
+void onSignal(int signal) {
+  static Clock::time_point patience;
+  if (first == 0) {
+    first = signal;
+    patience = Clock::now() + secondCounts;
+    interruption().request();
+  } else if (Clock::now() >= patience) {
+    endAtOnce(signal);
+  }
 }
 
 }  // namespace
 
 void catchInterrupts() {
   static std::atomic<bool> areCaught{false};
-  if (areCaught.exchange(true)) return;
-  sem_init(&raised, 0, 0);
-  std::thread(watch).detach();
-  struct sigaction action = {};
-  action.sa_handler = onSignal;
-  action.sa_flags = SA_RESTART;  // no call of anybody fails because of it
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    struct sigaction former = {};
-    sigaction(signal, nullptr, &former);
-    if (signal != SIGHUP || former.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
-  }
+  if (!areCaught.exchange(true)) system::onSignals(onSignal);
 }
 
 int interruptSignal() { return first; }

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdio>
-#include <ctime>
 
 #include "bx/DocumentKeys.h"
 
@@ -35,12 +34,16 @@ std::string counted(std::size_t count, const std::string& what) {
 }
 
 std::string timeNow() {
-  const std::time_t now = std::time(nullptr);
-  std::tm parts = {};
-  gmtime_r(&now, &parts);
+  using namespace std::chrono;
+  const auto now = floor<std::chrono::seconds>(system_clock::now());
+  const auto midnight = floor<days>(now);
+  const year_month_day date(midnight);
+  const hh_mm_ss time(now - midnight);
   std::array<char, 32> text{};
-  const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return {text.data(), length};
+  std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", int{date.year()}, unsigned{date.month()},
+                unsigned{date.day()}, static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                static_cast<int>(time.seconds().count()));
+  return text.data();
 }
 
 Records::Records(Console& console, const Output& output) try : console_(console), shotsOnly_(output.shotsOnly) {

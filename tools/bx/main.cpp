@@ -1,4 +1,5 @@
 // bx: the command-line tool for target devices.
+#include <boost/nowide/args.hpp>
 #include <cerrno>
 #include <exception>
 #include <system_error>
@@ -6,8 +7,8 @@
 #include "CommandLine.h"
 #include "TraceWatch.h"
 #include "bx/BXSerialLink.h"
+#include "platform/Descriptors.h"
 #include "platform/OutputFile.h"
-#include "platform/StandardDescriptors.h"
 #include "tools/arguments/Arguments.h"
 
 namespace {
@@ -47,9 +48,10 @@ int run(Tool& tool, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  BX::platform::ensureStandardDescriptors();
+  BX::platform::prepareStandardDescriptors();
   Tool tool;
   try {
+    const boost::nowide::args inUtf8(argc, argv);
     return run(tool, argc, argv);
   } catch (const Failure& failure) {
     tool.console.error(failure.what());

@@ -1,7 +1,7 @@
 list(APPEND codec_sources
+  platform/${BX_SYSTEM}/Descriptors.cpp
   platform/Hex.cpp
   platform/OutputFile.cpp
-  platform/StandardDescriptors.cpp
   platform/Utf8.cpp
   platform/codec/Frame.cpp
   platform/codec/Payload.cpp
