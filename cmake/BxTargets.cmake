@@ -16,6 +16,12 @@ endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(bx_options INTERFACE -Wthread-safety)  # reads the attributes of src/platform/Mutex.h
 endif()
+if(WIN32)
+  # Windows 10, and none of what windows.h would define beside it. Programs and libraries carry their runtime.
+  target_compile_definitions(bx_options INTERFACE _WIN32_WINNT=0x0A00 WIN32_LEAN_AND_MEAN NOMINMAX)
+  target_link_options(bx_options INTERFACE -static)
+  target_link_libraries(bx_options INTERFACE ws2_32 mswsock)
+endif()
 if(BX_SANITIZE)
   target_compile_options(bx_options INTERFACE -fsanitize=${BX_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(bx_options INTERFACE -fsanitize=${BX_SANITIZE})
@@ -36,10 +42,18 @@ if(BX_BUILD_FUZZERS)
   target_link_options(bx_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+# What leaves a shared library, by its name.
+set(BX_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/exports)
+if(WIN32)
+  string(APPEND BX_EXPORTS /windows)
+elseif(BX_SINGLE_LIBRARY)
+  string(APPEND BX_EXPORTS /engine)
+endif()
+
 # bx_library(NAME SOURCES ... INTERNAL ... DEPENDS ... LIBRARIES ...): the shared library NAME that hosts load, BX::NAME
 # to them, and NAME_static, the same objects with their internal functions reachable, for tests, benchmarks and fuzzers.
 # INTERNAL names static libraries of ours that become part of it; DEPENDS other libraries of ours, without a suffix;
-# LIBRARIES anything else. cmake/exports/NAME.txt lists what the shared one exports.
+# LIBRARIES anything else. BX_EXPORTS/NAME.txt lists what the shared one exports. With BX_SINGLE_LIBRARY it is not made.
 function(bx_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;INTERNAL;DEPENDS;LIBRARIES" ${ARGN})
   add_library(${name}_objects OBJECT ${ARG_SOURCES})
@@ -47,9 +61,14 @@ function(bx_library name)
   target_link_libraries(${name}_objects PRIVATE bx_options PUBLIC ${ARG_LIBRARIES})
   bx_headers(${name}_objects)
   target_include_directories(${name}_objects PRIVATE ${PROJECT_SOURCE_DIR}/src)
-  add_library(${name} SHARED)
   add_library(${name}_static STATIC EXCLUDE_FROM_ALL)
-  foreach(suffix "" "_static")
+  set(suffixes _static)
+  if(NOT BX_SINGLE_LIBRARY)
+    add_library(${name} SHARED)
+    bx_shared(${name} ${name})
+    list(APPEND suffixes "")
+  endif()
+  foreach(suffix IN LISTS suffixes)
     target_link_libraries(${name}${suffix} PRIVATE bx_options ${name}_objects ${ARG_INTERNAL} PUBLIC ${ARG_LIBRARIES})
     bx_headers(${name}${suffix})
     foreach(dependency ${ARG_DEPENDS})
@@ -57,7 +76,6 @@ function(bx_library name)
     endforeach()
   endforeach()
   target_include_directories(${name}_static PUBLIC ${PROJECT_SOURCE_DIR}/src)
-  bx_shared(${name} ${name})
 endfunction()
 
 # bx_headers(NAME): NAME and whoever links it compile our public headers.
@@ -73,6 +91,7 @@ function(bx_c_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;OBJECTS;INTERNAL" ${ARGN})
   list(TRANSFORM ARG_OBJECTS APPEND _objects)
   add_library(${name} SHARED ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES DEFINE_SYMBOL BX_DEVICE_C_EXPORTS)
   target_link_libraries(${name} PRIVATE bx_options ${ARG_OBJECTS} ${ARG_INTERNAL})
   target_include_directories(${name}
     PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> PRIVATE ${PROJECT_SOURCE_DIR}/src)
@@ -80,21 +99,29 @@ function(bx_c_library name)
 endfunction()
 
 # bx_shared(NAME EXPORT): what all shared libraries have in common. A minor version may change what is binary, so that
-# it is part of the name that programs look for. EXPORT is the name behind BX::.
+# it is part of the name that programs look for; a single library is copied beside its host, under one plain name.
+# EXPORT is the name behind BX::.
 function(bx_shared name export)
-  set_target_properties(${name} PROPERTIES
-    EXPORT_NAME ${export}
-    VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-    INSTALL_RPATH $ORIGIN)
+  set_target_properties(${name} PROPERTIES EXPORT_NAME ${export})
+  if(WIN32)
+    set_target_properties(${name} PROPERTIES PREFIX "")
+    target_link_options(${name} PRIVATE $<$<CONFIG:Release>:-s>)
+  elseif(NOT BX_SINGLE_LIBRARY)
+    set_target_properties(${name} PROPERTIES
+      VERSION ${PROJECT_VERSION}
+      SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+      INSTALL_RPATH $ORIGIN)
+  endif()
   add_library(BX::${export} ALIAS ${name})
-  bx_export(${name})
+  if(NOT WIN32)  # where the macros of export.h alone decide
+    bx_export(${name})
+  endif()
 endfunction()
 
 # bx_export(NAME): lets out of the shared library what its list names, in C++ as it is read, and nothing else: the
 # templates of the standard library and of Boost would leave as well. A line with a * is a pattern.
 function(bx_export name)
-  set(list ${PROJECT_SOURCE_DIR}/cmake/exports/${name}.txt)
+  set(list ${BX_EXPORTS}/${name}.txt)
   set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
   file(STRINGS ${list} names)
   list(TRANSFORM names REPLACE "^[^*]+$" "\"\\0\"")
@@ -105,11 +132,20 @@ function(bx_export name)
   set_target_properties(${name} PROPERTIES LINK_DEPENDS ${script})
 endfunction()
 
-# bx_test(NAME SOURCES ... LIBRARIES ...): one test program, its cases known to ctest one by one.
+# bx_test(NAME SOURCES ... LIBRARIES ...): one test program, its cases known to ctest one by one, but where each start
+# takes long. UNIX_SOURCES are left out on Windows.
 function(bx_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
-  add_executable(${name} ${ARG_SOURCES})
+  cmake_parse_arguments(ARG "" "" "SOURCES;UNIX_SOURCES;LIBRARIES" ${ARGN})
+  if(WIN32)
+    set(ARG_UNIX_SOURCES "")
+  endif()
+  add_executable(${name} ${ARG_SOURCES} ${ARG_UNIX_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} PRIVATE bx_options ${ARG_LIBRARIES} GTest::gmock_main)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+  if(CMAKE_CROSSCOMPILING)
+    target_compile_options(${name} PRIVATE -O0)
+    add_test(NAME ${name} COMMAND ${name})
+  else()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+  endif()
 endfunction()

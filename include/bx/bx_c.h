@@ -27,13 +27,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if !defined(_WIN32)
-#define BX_C_API __attribute__((visibility("default")))
-#elif defined(BX_DEVICE_C_EXPORTS)
-#define BX_C_API __declspec(dllexport)
-#else
-#define BX_C_API __declspec(dllimport)
-#endif
+#include "bx/export.h"
 
 #ifdef __cplusplus
 extern "C" {
