@@ -36,6 +36,7 @@ if(TARGET BX_DEVICE_C)
   bx_pkg_config(BX_DEVICE_C "${PROJECT_DESCRIPTION}, for C" BX_DEVICE_C)
 endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ TYPE INCLUDE FILES_MATCHING PATTERN *.h)
+install(FILES ${PROJECT_SOURCE_DIR}/scoring/bx_score.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bx)
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/BX_DEVICEConfig.cmake.in BX_DEVICEConfig.cmake
   INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO)

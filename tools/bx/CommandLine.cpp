@@ -52,6 +52,7 @@ CommandLine::CommandLine(Tool& tool)
   addDownload();
   addClear();
   addReplay();
+  addReport();
   addDemo();
   addHelp();
   addGlobalOptions();
@@ -167,6 +168,20 @@ void CommandLine::addReplay() {
   addName(command, "--port PORT", replay_.port, "Which port, when the file holds several");
   addName(command, "--target FILE", replay_.target, "The target that was in use, a JSON file");
   command.add_flag("--timed", replay_.isTimed, "Send nothing earlier than it came then");
+}
+
+void CommandLine::addReport() {
+  auto& command =
+      addSubcommand("report", "Show what the shots of a session file are worth", [this] { runReport(tool_, report_); });
+  addName(command, "SESSION", report_.session, "A file that train or download has written").required();
+  addName(command, "--output FILE", report_.output, "FILE.svg: the face and the hits; FILE.json: all figures")
+      .required();
+  auto& target = addName(command, "--target FILE", report_.target, "The target shot at, when the session names none");
+  addOption(command, "--target-number N", report_.targetNumber, "Which target, when the session has several")
+      .transform(wholeNumber(0, 254))
+      ->excludes(&target);
+  addOption(command, "--score RULE", report_.score, "What must reach a ring: edge of the hole (default) or centre")
+      .check(CLI::IsMember({"edge", "centre"}));
 }
 
 void CommandLine::addDemo() {

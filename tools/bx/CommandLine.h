@@ -32,6 +32,7 @@ class CommandLine {
   void addDownload();
   void addClear();
   void addReplay();
+  void addReport();
   void addDemo();
   void addHelp();
 
@@ -46,6 +47,7 @@ class CommandLine {
   DownloadOptions download_;
   std::string clearPort_;
   ReplayOptions replay_;
+  ReportOptions report_;
   std::size_t demoShots_ = 6;
   std::string helpCommand_;
 };

@@ -74,6 +74,14 @@ struct ReplayOptions {
   bool isTimed = false;
 };
 
+struct ReportOptions {
+  std::string session;
+  std::string output;               // its suffix tells the format
+  std::string target;               // a target file in place of those of the session; empty: none
+  std::optional<int> targetNumber;  // which of the session's
+  std::string score = "edge";      // or "centre"
+};
+
 // The subcommands, one in each file of the same name. They throw Failure.
 void runPorts(Tool& tool, const PortsOptions& options);
 void runInfo(Tool& tool, const InfoOptions& options);
@@ -83,6 +91,7 @@ void runTrain(Tool& tool, const TrainOptions& options);
 void runDownload(Tool& tool, const DownloadOptions& options);
 void runClear(Tool& tool, const std::string& port);
 void runReplay(Tool& tool, const ReplayOptions& options);
+void runReport(Tool& tool, const ReportOptions& options);
 void runDemo(Tool& tool, std::size_t shots);
 
 }  // namespace BX::tool

@@ -1,0 +1,110 @@
+// What a session was worth: as a picture, and as figures for other programs.
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "Documents.h"
+#include "Records.h"
+#include "SessionFile.h"
+#include "platform/OutputFile.h"
+#include "scoring/FaceSvg.h"
+#include "scoring/Figures.h"
+
+namespace BX::tool {
+
+namespace {
+
+using scoring::Face;
+using scoring::Gauge;
+using scoring::Score;
+using scoring::Session;
+
+struct Report {
+  const Session& session;
+  std::size_t target;
+  Gauge gauge;
+  std::vector<Score> scores = scoring::scoresOf(session, target, gauge);
+  const Face& face = session.targets()[target];
+};
+
+struct Format {
+  const char* suffix;
+  std::string (*write)(const Report& report);
+};
+
+constexpr Format formats[] = {
+    {".svg", [](const Report& report) { return scoring::faceDocument(report.face, report.scores); }},
+    {".json", [](const Report& report) { return scoring::figuresOf(report.face, report.gauge, report.scores); }}};
+
+const Format& formatOf(const std::string& path) {
+  std::string names;
+  for (const Format& format : formats) {
+    if (path.ends_with(format.suffix)) return format;
+    names += (names.empty() ? "" : ", ") + std::string(format.suffix);
+  }
+  throw Failure(wrongUsage, path + ": the name of a report ends in one of " + names);
+}
+
+// "25m pistol" (1)
+std::string told(const Face& face) {
+  return quoted(face.name) + (face.number ? " (" + std::to_string(*face.number) + ')' : "");
+}
+
+std::size_t chooseTarget(Tool& tool, const ReportOptions& options, const Session& session) {
+  const auto& targets = session.targets();
+  std::string all;
+  for (const Face& face : targets) all += (all.empty() ? "" : ", ") + told(face);
+  if (!options.targetNumber) {
+    if (targets.size() > 1) {
+      tool.console.warning(options.session + ": has the targets " + all + "; this is the first, and --target-number " +
+                           "takes another");
+    }
+    return 0;
+  }
+  const auto chosen = std::find_if(targets.begin(), targets.end(),
+                                   [&](const Face& face) { return face.number == options.targetNumber; });
+  if (chosen != targets.end()) return static_cast<std::size_t>(chosen - targets.begin());
+  throw Failure(wrongUsage, options.session + ": has no target of the number " + std::to_string(*options.targetNumber) +
+                                ", but " + all);
+}
+
+void useTarget(Session& session, const std::string& path) {
+  const Json target = readDocument(path);
+  if (!target.getDocument().IsObject()) throw Failure(wrongUsage, path + ": check: no JSON object");
+  session.setTarget(target.getDocument());
+}
+
+std::string tenths(int value) { return std::to_string(value / 10) + '.' + std::to_string(value % 10); }
+
+std::string summary(const Report& report) {
+  const auto tally = scoring::tallyOf(report.scores);
+  std::string text = counted(report.scores.size(), "shot");
+  if (tally.scored > 0) {
+    text += ", " + std::to_string(tally.total) + ", with tenths " + tenths(tally.tenths) + ", " +
+            counted(static_cast<std::size_t>(tally.innerTens), "inner ten");
+  }
+  const std::size_t unscored = report.scores.size() - tally.scored;
+  return unscored == 0 ? text : text + "; " + std::to_string(unscored) + " not scored";
+}
+
+}  // namespace
+
+void runReport(Tool& tool, const ReportOptions& options) try {
+  const Format& format = formatOf(options.output);
+  std::error_code unknown;
+  if (std::filesystem::equivalent(options.session, options.output, unknown)) {
+    throw Failure(wrongUsage, options.output + ": is the session itself");
+  }
+  platform::OutputFile file(options.output, tool.global.overwrite);
+  Session session = readSession(tool, options.session);
+  if (!options.target.empty()) useTarget(session, options.target);
+  const Report report{session, chooseTarget(tool, options, session),
+                      options.score == nameOf(Gauge::Edge) ? Gauge::Edge : Gauge::Centre};
+  file.begin();
+  file.add(format.write(report));
+  tool.console.note(summary(report) + " in " + options.output);
+} catch (const platform::OutputError& error) {
+  throw Failure(wrongUsage, error.what());
+}
+
+}  // namespace BX::tool
