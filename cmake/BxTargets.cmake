@@ -94,7 +94,7 @@ function(bx_c_library name)
   set_target_properties(${name} PROPERTIES DEFINE_SYMBOL BX_DEVICE_C_EXPORTS)
   target_link_libraries(${name} PRIVATE bx_options ${ARG_OBJECTS} ${ARG_INTERNAL})
   target_include_directories(${name}
-    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> PRIVATE ${PROJECT_SOURCE_DIR}/src)
+    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
   bx_shared(${name} C)
 endfunction()
 

@@ -20,9 +20,11 @@ constexpr std::array pixelColours = {"#c9c1ae", "#8f8878", "#4e4a42"};
 // Millimetres without needless zeros.
 std::string length(Micrometres micrometres) {
   const Micrometres size = std::abs(micrometres);
-  std::string decimals = std::to_string(1000 + size % 1000).substr(1);
-  decimals.erase(decimals.find_last_not_of('0') + 1);
-  return (micrometres < 0 ? "-" : "") + std::to_string(size / 1000) + (decimals.empty() ? "" : '.' + decimals);
+  std::string text = micrometres < 0 ? "-" : "";
+  text += std::to_string(size / 1000);
+  if (size % 1000 == 0) return text;
+  text += '.' + std::to_string(1000 + size % 1000).substr(1);
+  return text.substr(0, text.find_last_not_of('0') + 1);
 }
 
 Micrometres rounded(double millimetres) { return std::llround(millimetres * 1000); }

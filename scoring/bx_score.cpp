@@ -8,13 +8,10 @@ namespace {
 using namespace BX::scoring;
 
 bx_value worthOf(const Face& face, Gauge gauge, Point hit) {
-  if (!face.isScored()) return {.scored = 0, .ring = 0, .tenths = 0, .inner = 0, .pixel_class = pixelClassOf(face, hit)};
+  if (!face.isScored())
+    return {.scored = 0, .ring = 0, .tenths = 0, .inner = 0, .pixel_class = pixelClassOf(face, hit)};
   const Value value = valueOf(face, gauge, hit);
-  return {.scored = 1,
-          .ring = value.ring,
-          .tenths = value.tenths,
-          .inner = value.isInner ? 1 : 0,
-          .pixel_class = 0};
+  return {.scored = 1, .ring = value.ring, .tenths = value.tenths, .inner = value.isInner ? 1 : 0, .pixel_class = 0};
 }
 
 }  // namespace

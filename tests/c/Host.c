@@ -7,6 +7,8 @@
 #include <string.h>
 #include <time.h>
 
+#include "scoring/bx_score.h"
+
 _Static_assert(sizeof(bx_record) == 104 && offsetof(bx_record, result_x) == 16 && offsetof(bx_record, distance) == 32 &&
                    offsetof(bx_record, kind) == 48 && offsetof(bx_record, shot_number) == 64 &&
                    offsetof(bx_record, rotation_degrees) == 76 && offsetof(bx_record, fsi) == 88 &&
@@ -296,6 +298,15 @@ void misuse(void) {
   expectOfAll(BX_E_CANCELLED, m, "port", c);
   WORKS(bx_list_ports(&json));
   bx_free(json);
+
+  const char* const ring = "{\"TargetType\":\"RING\",\"HighestRing\":10,\"DiameterHighestRing\":1,\"Caliber\":0.2}";
+  bx_value value;
+  CHECK(bx_score(ring, 0, -15.24, BX_SCORE_EDGE, &value) == BX_OK && value.scored && value.tenths == 100);
+  CHECK(bx_score(ring, 0, -12.7, BX_SCORE_CENTRE, &value) == BX_OK && value.ring == 10 && !value.inner);
+  CHECK(bx_score(ring, 0, -12.71, BX_SCORE_CENTRE, &value) == BX_OK && value.scored && value.ring == 0);
+  CHECK(bx_score("{}", 0, 0, BX_SCORE_EDGE, &value) == BX_OK && !value.scored);
+  CHECK(bx_score("[]", 0, 0, BX_SCORE_EDGE, &value) == BX_E_JSON && bx_score(ring, 0, 0, 2, &value) == BX_E_ARGUMENT);
+  CHECK(bx_score(ring, 0, 1e9, 0, &value) == BX_E_ARGUMENT && bx_score(ring, 0, 0, 0, NULL) == BX_E_ARGUMENT);
 
   CHECK(bx_create(BX_C_VERSION + 100, &m) == BX_E_VERSION && bx_create(BX_C_VERSION + 10000, &m) == BX_E_VERSION);
   CHECK(bx_create(BX_C_VERSION, NULL) == BX_E_ARGUMENT && bx_cancel_create(NULL) == BX_E_ARGUMENT);

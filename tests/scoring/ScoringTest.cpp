@@ -1,6 +1,8 @@
 // Values, groups and holds by tables that were worked out by hand.
 #include <gmock/gmock.h>
 
+#include <array>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
@@ -31,12 +33,14 @@ Json targetOf(const std::string& cell) {
   return target;
 }
 
-Point pointOf(const std::string& cell) {
+std::vector<Point> pointsOf(const std::string& cell) {
   std::istringstream text(cell);
-  Point point;
-  text >> point.x >> point.y;
-  return point;
+  std::vector<Point> points;
+  for (Point point; text >> point.x >> point.y;) points.push_back(point);
+  return points;
 }
+
+auto tableOf(const std::string& name) { return rowsOf(sourceText("tests/scoring/" + name)); }
 
 std::string textOf(const Value& value) {
   if (value.ring == 0) return "0";
@@ -44,12 +48,65 @@ std::string textOf(const Value& value) {
   return std::to_string(value.ring) + '.' + std::to_string(value.tenths % 10) + (value.isInner ? " X" : "");
 }
 
+std::string lengths(std::initializer_list<std::optional<double>> values) {
+  std::string text;
+  for (const auto& value : values) {
+    std::array<char, 32> number{"-"};
+    if (value) std::snprintf(number.data(), number.size(), "%.3f", *value + 0.0);
+    text += (text.empty() ? "" : " ") + std::string(number.data());
+  }
+  return text;
+}
+
 TEST(Value, IsThatOfTheHighestRingThatIsReachedWithItsTenthCut) {
-  for (const auto& row : rowsOf(sourceText("tests/scoring/hits.txt"))) {
+  for (const auto& row : tableOf("hits.txt")) {
     const Face face = faceOf(targetOf(row[0]).getDocument());
     const Gauge gauge = row[1] == "edge" ? Gauge::Edge : Gauge::Centre;
-    EXPECT_EQ(face.isScored() ? textOf(valueOf(face, gauge, pointOf(row[2]))) : "unscored", row[3])
-        << row[0] << ' ' << row[1] << ' ' << row[2];
+    const Point hit = pointsOf(row[2]).front();
+    EXPECT_EQ(face.isScored() ? textOf(valueOf(face, gauge, hit)) : "unscored", row[3]) << row[0] << ' ' << row[2];
+  }
+}
+
+TEST(Face, OfTheExamplesIsAsPublished) {
+  for (const auto& row : tableOf("faces.txt")) {
+    const auto figures = figuresOf(faceOf(targetOf(row[0]).getDocument()), Gauge::Edge, {});
+    EXPECT_THAT(figures, testing::StartsWith(R"({"rule":"edge","face":{)" + row[1] + "}"));
+  }
+}
+
+// The expected figures come from a script by brute force.
+TEST(Group, AgreesWithAnIndependentCalculation) {
+  for (const auto& row : tableOf("groups.txt")) {
+    const Group group = *groupOf(std::span<const Point>(pointsOf(row[0])));
+    EXPECT_EQ(lengths({group.centre.x, group.centre.y, group.extremeSpread, group.meanRadius, group.deviationX,
+                       group.deviationY}),
+              row[1]);
+  }
+  EXPECT_FALSE(groupOf(std::span<const Point>()));
+}
+
+TEST(Session, GivesEachShotItsOwnTraceAndHold) {
+  std::istringstream lines(sourceText("tests/scoring/traces.jsonl"));
+  std::string line;
+  std::getline(lines, line);
+  Session session(parsed(line).getDocument());
+  while (std::getline(lines, line)) session.add(parsed(line).getDocument());
+  const auto rows = tableOf("traces.txt");
+  ASSERT_EQ(session.shots().size(), rows.size());
+  for (const Score& score : scoresOf(session, 0, Gauge::Edge)) {
+    const Shot& shot = *score.shot;
+    const auto& row = rows[shot.number - 1];
+    const auto hold = holdOf(session, 0, Gauge::Edge, shot);
+    const std::string counts = std::to_string(session.aimBefore(shot, shownBefore).size()) + ' ' +
+                               std::to_string(session.aimBefore(shot, lastSecond).size()) + ' ' +
+                               std::to_string(session.followThroughOf(shot).size());
+    const std::string figures = !hold ? "-"
+                                      : std::to_string(hold->samples) + " samples, " +
+                                            lengths({hold->inHighestRing, hold->inNextRing, hold->nearMeanAim}) + ", " +
+                                            lengths({hold->aiming, hold->trigger, hold->traceLength});
+    EXPECT_THAT(
+        (std::vector{std::to_string(shot.number), score.value ? textOf(*score.value) : "unscored", counts, figures}),
+        testing::ElementsAreArray(row));
   }
 }
 
