@@ -1,21 +1,13 @@
 #include "platform/serial/SerialPortTransport.h"
 
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/error.hpp>
 #include <boost/asio/write.hpp>
-#include <cerrno>
 
 #include "platform/serial/SerialPortHandle.h"
 
 namespace BX::link {
 
 namespace {
-
-// What a port reports whose adapter was pulled out or whose far end is gone.
-bool isHangUp(const boost::system::error_code& error) {
-  return error == boost::asio::error::eof || error == boost::asio::error::operation_aborted || error.value() == EIO ||
-         error.value() == ENXIO || error.value() == ENODEV;
-}
 
 void setLine(boost::asio::serial_port& serial, unsigned baud) {
   using Base = boost::asio::serial_port_base;
@@ -70,6 +62,7 @@ void SerialPortTransport::close() {
   releaseSerialPort(opened_);
   boost::system::error_code ignored;
   port_->serial.close(ignored);
+  opened_ = {};
 }
 
 // One read at a time: a second one would bring what follows before the first is handled, into the same buffer.

@@ -8,6 +8,6 @@ list(APPEND serial_sources
   platform/serial/Listening.cpp
   platform/serial/Loop.cpp
   platform/serial/PortBook.cpp
-  platform/serial/PortList.cpp
-  platform/serial/SerialPortHandle.cpp
-  platform/serial/SerialPortTransport.cpp)
+  platform/serial/SerialPortTransport.cpp
+  platform/serial/${BX_SYSTEM}/PortList.cpp
+  platform/serial/${BX_SYSTEM}/SerialPortHandle.cpp)

@@ -36,12 +36,10 @@ int checkMayWrite(const std::string& path, bool) {
 int openToAppend(const std::string& path) {
   const int flags = _O_WRONLY | _O_CREAT | _O_APPEND | _O_BINARY | _O_NOINHERIT;
   int descriptor = -1;
-  _set_doserrno(0);
+  _doserrno = 0;
   // Others may read it meanwhile.
   const int code = _wsopen_s(&descriptor, std::filesystem::path(path).c_str(), flags, _SH_DENYWR, _S_IREAD | _S_IWRITE);
-  unsigned long reason = 0;
-  _get_doserrno(&reason);
-  errno = reason == ERROR_SHARING_VIOLATION ? EBUSY : code;
+  errno = _doserrno == ERROR_SHARING_VIOLATION ? EBUSY : code;
   return code == 0 ? descriptor : -1;
 }
 

@@ -6,6 +6,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <boost/asio/error.hpp>
 #include <cerrno>
 #include <chrono>
 #include <system_error>
@@ -56,7 +57,7 @@ termios rawOf(termios settings) {
 }
 
 // Waits for the last bytes, which leave at the line's own speed. A line that does not take them loses them.
-void drain(int handle) {
+void drain(PortHandle handle) {
   const auto end = std::chrono::steady_clock::now() + drainLimit;
   int waiting = 0;
   while (::ioctl(handle, TIOCOUTQ, &waiting) == 0 && waiting > 0 && std::chrono::steady_clock::now() < end) {
@@ -97,12 +98,17 @@ SerialPort openSerialPort(const std::string& port) {
   }
 }
 
-std::size_t writeAtOnce(int handle, std::span<const std::uint8_t> bytes) {
+std::size_t writeAtOnce(PortHandle handle, std::span<const std::uint8_t> bytes) {
   const ssize_t written = ::write(handle, bytes.data(), bytes.size());
   return written > 0 ? static_cast<std::size_t>(written) : 0;
 }
 
-void discardInput(int handle) { ::tcflush(handle, TCIFLUSH); }
+void discardInput(PortHandle handle) { ::tcflush(handle, TCIFLUSH); }
+
+bool isHangUp(const boost::system::error_code& error) {
+  return error == boost::asio::error::eof || error == boost::asio::error::operation_aborted || error.value() == EIO ||
+         error.value() == ENXIO || error.value() == ENODEV;
+}
 
 void releaseSerialPort(const SerialPort& port) {
   if (port.found) {
