@@ -2,10 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <limits>
-#include <tuple>
-
 #include "tests/json/Parsed.h"
+#include "tests/support/Table.h"
 
 namespace BX::test {
 namespace {
@@ -13,28 +11,11 @@ namespace {
 using namespace MORVA;
 
 TEST(KeyedAccess, ReadsTheValueOrTheMissingKeyResult) {
-  constexpr auto smallest = std::numeric_limits<std::int32_t>::min();
-  const std::tuple<const char*, bool, std::int32_t, double> table[] = {
-      {"true", true, 1, missingDouble},
-      {"false", false, 0, missingDouble},
-      {"null", true, missingInteger, missingDouble},
-      {R"("0")", true, missingInteger, missingDouble},
-      {"0", false, 0, 0.0},
-      {"-0.0", false, 0, -0.0},
-      {"-2.999", true, -2, -2.999},
-      {"2147483646.9", true, 2147483646, 2147483646.9},
-      {"2147483648.0", true, smallest, 2147483648.0},
-      {"-2147483648.9", true, smallest, -2147483648.9},
-      // Integers keep their low 32 bits.
-      {"2147483648", true, smallest, 2147483648.0},
-      {"-4294967301", true, -5, -4294967301.0},
-      {"18446744073709551615", true, -1, 18446744073709551615.0},
-      {"18446744073709551616", true, smallest, 18446744073709551616.0}};
-  for (const auto& [value, boolean, integer, number] : table) {
-    const auto document = parsed(R"({"k":)" + std::string(value) + "}");
-    EXPECT_EQ(getBoolean(document, "k"), boolean) << value;
-    EXPECT_EQ(getInteger(document, "k"), integer) << value;
-    EXPECT_EQ(getDouble(document, "k"), number) << value;
+  for (const auto& row : rowsOf(textIn(BX_SOURCE_DIR "/tests/json/values.txt"))) {
+    const auto document = parsed(R"({"k":)" + row[0] + "}");
+    EXPECT_EQ(getBoolean(document, "k"), row[1] == "true") << row[0];
+    EXPECT_EQ(getInteger(document, "k"), std::stoi(row[2])) << row[0];
+    EXPECT_EQ(getDouble(document, "k"), std::stod(row[3])) << row[0];
   }
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "Dialogue.h"
+#include "tests/support/Table.h"
 
 namespace BX::test {
 namespace {
@@ -64,6 +65,10 @@ TEST(Road, VerboseShowsTheLibrarysOwnLinesPrintableOnStandardError) {
     bx train $FOLDER/lane$'\x1B' --shots 1 --verbose 2>$FOLDER/err | 0 | {***"ShotNumber"... |
     grep -c 'lane\\u001B: {' $FOLDER/err; grep -c $'\x1B' $FOLDER/err | 1 | ...\n0 |)");
 }
+
+// Records without their keys, with numbers that no double holds, of no kind, and cut; a name full of markup; several
+// targets, one of them a silhouette; what is no session.
+TEST(Road, ReportsWhatASessionWasWorth) { expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/report.txt")); }
 
 TEST(Road, WhatNeedsNoDevice) {
   expectDialogues(R"(

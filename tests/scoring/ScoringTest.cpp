@@ -3,8 +3,6 @@
 
 #include <array>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 
 #include "scoring/Figures.h"
 #include "scoring/Scores.h"
@@ -16,10 +14,7 @@ namespace {
 
 using namespace scoring;
 
-std::string sourceText(const std::filesystem::path& path) {
-  const std::ifstream file(std::filesystem::path(BX_SOURCE_DIR) / path);
-  return (std::ostringstream() << file.rdbuf()).str();
-}
+std::string sourceText(const std::string& path) { return textIn(BX_SOURCE_DIR "/" + path); }
 
 // An example, "25m", with members of its own behind it.
 Json targetOf(const std::string& cell) {

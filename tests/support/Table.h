@@ -1,8 +1,10 @@
 // Tables of cases, written as text.
 #pragma once
 
+#include <fstream>
 #include <regex>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,13 @@ inline std::vector<std::vector<std::string>> rowsOf(const std::string& text) {
     rows.emplace_back(std::sregex_token_iterator(line.begin(), line.end(), bar, -1), std::sregex_token_iterator());
   }
   return rows;
+}
+
+// The text of a file, such as that of a table beside its test.
+inline std::string textIn(const std::string& path) {
+  const std::ifstream file(path);
+  if (!file) throw std::runtime_error("cannot read " + path);
+  return (std::ostringstream() << file.rdbuf()).str();
 }
 
 }  // namespace BX::test

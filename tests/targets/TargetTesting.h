@@ -1,8 +1,6 @@
 // What the target tests share.
 #pragma once
 
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "tests/device/DeviceTesting.h"
@@ -10,11 +8,7 @@
 
 namespace BX::test {
 
-inline std::string sourceText(const std::filesystem::path& path) {
-  const std::ifstream file(std::filesystem::path(BX_SOURCE_DIR) / path);
-  if (!file) throw std::runtime_error("cannot read " + path.string());
-  return (std::ostringstream() << file.rdbuf()).str();
-}
+inline std::string sourceText(const std::string& path) { return textIn(BX_SOURCE_DIR "/" + path); }
 
 inline Json example(const std::string& name) { return parsed(sourceText("examples/" + name)); }
 
