@@ -38,8 +38,8 @@ std::vector<Point> pointsOf(const std::string& cell) {
 auto tableOf(const std::string& name) { return rowsOf(sourceText("tests/scoring/" + name)); }
 
 std::string textOf(const Value& value) {
-  if (value.ring == 0) return "0";
   EXPECT_EQ(value.ring, value.tenths / 10);
+  if (value.tenths == 0) return "0";
   return std::to_string(value.ring) + '.' + std::to_string(value.tenths % 10) + (value.isInner ? " X" : "");
 }
 
