@@ -24,7 +24,7 @@ namespace {
 constexpr std::size_t errorsOfACall = 10;
 constexpr unsigned hangLimit = 15;  // seconds
 const std::string hangs = "hangs";
-constexpr link::Options patience{
+constexpr link::Options callTimeouts{
     .baud = 0, .resend = std::chrono::milliseconds(20), .sends = 5, .reply = replyTime, .keepAlive = replyTime};
 
 // One process, from call number `next` on to its end or the last call; false after the last.
@@ -73,7 +73,7 @@ CallsResult failEachCall(std::size_t variant) {
   auto line = std::make_unique<sim::PtyLine>();
   const std::string port = line->name();
   sim::Options options = roadOptions();
-  options.resend = patience.resend;
+  options.resend = callTimeouts.resend;
   const sim::Simulator device(options, std::move(line));
   for (std::size_t next = 1; runProcess(result, port, next, variant);) {
   }
@@ -103,7 +103,7 @@ int runFailingCalls(const std::string& port, std::size_t first, std::size_t vari
   const auto fail = reinterpret_cast<Fail*>(::dlsym(RTLD_DEFAULT, "bxFailCall"));
   if (fail == nullptr) return 2;
   std::cerr.setstate(std::ios::failbit);  // the library's warnings
-  useTimeouts(patience);
+  useTimeouts(callTimeouts);
   BXDeviceManager manager;
   std::string sound = goTheRoad(manager, port, true);
   for (std::size_t number = first; sound.empty(); ++number) {

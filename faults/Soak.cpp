@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr double asFastAsItGoes = 1e6;
 constexpr auto pollInterval = std::chrono::milliseconds(2);
 // A line this bad loses a frame more often in a row, and a soak outlasts a machine that is busy elsewhere.
-constexpr link::Options patience{.baud = 0, .resend = resendTime, .sends = 10};
+constexpr link::Options soakTimeouts{.baud = 0, .resend = resendTime, .sends = 10};
 
 std::size_t residentBytes() {
   std::ifstream file("/proc/self/statm");
@@ -38,7 +38,7 @@ bool inOrder(const std::vector<MORVA::MORVADataTypeJSON>& documents, std::size_t
 // Begins, and runs `step` until `count` are done or something is wrong.
 SoakResult soak(sim::Options options, std::size_t SoakResult::*done, std::size_t count,
                 const std::function<void(Rig&)>& begin, const std::function<void(Rig&, SoakResult&)>& step) {
-  useTimeouts(patience);
+  useTimeouts(soakTimeouts);
   options.noise = sim::Noise{noiseEvery, 1};
   options.keepTranscript = false;
   options.rate = asFastAsItGoes;
