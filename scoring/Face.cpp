@@ -22,7 +22,7 @@ double millimetresPer(const std::string& unit) {
 
 Micrometres toMicrometres(double millimetres) {
   if (!(millimetres > 0 && millimetres <= mostMillimetres)) return 0;
-  return std::llround(millimetres * micrometresPerMillimetre);
+  return micrometresOf(millimetres);
 }
 
 struct RingReader {
@@ -108,9 +108,9 @@ bool isSilhouette(const rapidjson::Value& target) {
 
 }  // namespace
 
-Micrometres distanceBetween(Point a, Point b) {
-  return std::llround(std::hypot(a.x - b.x, a.y - b.y) * micrometresPerMillimetre);
-}
+Micrometres micrometresOf(double millimetres) { return std::llround(millimetres * micrometresPerMillimetre); }
+
+double apart(Point a, Point b) { return std::hypot(a.x - b.x, a.y - b.y); }
 
 std::optional<Point> positionOf(std::optional<double> x, std::optional<double> y) {
   if (!x || !y) return std::nullopt;

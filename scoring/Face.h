@@ -25,8 +25,11 @@ inline constexpr double millimetresPerPosition = 1;
 // Lengths and positions beyond it are none.
 inline constexpr double mostMillimetres = 10'000'000;
 
-// Between the two, to the nearest micrometre.
-Micrometres distanceBetween(Point a, Point b);
+// To the nearest micrometre.
+Micrometres micrometresOf(double millimetres);
+
+// Between the two, in millimetres.
+double apart(Point a, Point b);
 
 // The position of these coordinates of a record; nothing when one is missing, or lies beyond all ranges.
 std::optional<Point> positionOf(std::optional<double> x, std::optional<double> y);

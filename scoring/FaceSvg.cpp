@@ -27,8 +27,6 @@ std::string length(Micrometres micrometres) {
   return text.substr(0, text.find_last_not_of('0') + 1);
 }
 
-Micrometres rounded(double millimetres) { return std::llround(millimetres * 1000); }
-
 std::string attribute(const char* name, const std::string& value) {
   return std::string(" ") + name + "=\"" + value + '"';
 }
@@ -123,8 +121,8 @@ Micrometres hitRadius(const Face& face) { return face.halfCalibre > 0 ? face.hal
 
 std::string hitShapes(const Face& face, const Score& score) {
   const Micrometres radius = hitRadius(face);
-  const Micrometres x = rounded(score.shot->position->x);
-  const Micrometres y = -rounded(score.shot->position->y);
+  const Micrometres x = micrometresOf(score.shot->position->x);
+  const Micrometres y = -micrometresOf(score.shot->position->y);
   const std::string number = std::to_string(score.shot->number);
   // So that the number stays within the hit.
   const Micrometres size = radius * 3 / static_cast<Micrometres>(number.size() + 1);
@@ -180,7 +178,7 @@ std::string faceDocument(const Face& face, std::span<const Score> scores) {
     if (!score.shot->position) continue;
     hits += hitShapes(face, score);
     const double furthest = std::max(std::abs(score.shot->position->x), std::abs(score.shot->position->y));
-    half = std::max(half, rounded(furthest) + 2 * hitRadius(face));
+    half = std::max(half, micrometresOf(furthest) + 2 * hitRadius(face));
   }
   const std::string size = length(2 * half);
   return "<svg xmlns=\"http://www.w3.org/2000/svg\"" + attribute("width", size + "mm") +

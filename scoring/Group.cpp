@@ -8,8 +8,6 @@ namespace BX::scoring {
 
 namespace {
 
-double apart(Point a, Point b) { return std::hypot(a.x - b.x, a.y - b.y); }
-
 // Whether the way from a over b to c turns left.
 bool turnsLeft(Point a, Point b, Point c) { return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x) > 0; }
 

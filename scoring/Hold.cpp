@@ -7,8 +7,6 @@ namespace BX::scoring {
 
 namespace {
 
-double apart(Point a, Point b) { return std::hypot(a.x - b.x, a.y - b.y); }
-
 template <typename Condition>
 double shareOf(std::span<const Point> aims, const Condition& holds) {
   return static_cast<double>(std::count_if(aims.begin(), aims.end(), holds)) / static_cast<double>(aims.size());
@@ -34,7 +32,7 @@ std::optional<Hold> holdOf(const Face& face, Gauge gauge, std::span<const Point>
   };
   hold.inHighestRing = shareWorth(highest);
   if (face.rings.size() > 1) hold.inNextRing = shareWorth(face.rings[1].value);
-  hold.nearMeanAim = shareOf(aims, [&](Point aim) { return distanceBetween(aim, hold.meanAim) <= size; });
+  hold.nearMeanAim = shareOf(aims, [&](Point aim) { return micrometresOf(apart(aim, hold.meanAim)) <= size; });
   return hold;
 }
 

@@ -22,7 +22,7 @@ int tenthOf(Micrometres depth, Micrometres width) {
 
 Value valueOf(const Face& face, Gauge gauge, Point hit) {
   const Micrometres reach = gauge == Gauge::Edge ? face.halfCalibre : 0;
-  const Micrometres fromCentre = distanceBetween(hit, {});
+  const Micrometres fromCentre = micrometresOf(apart(hit, {}));
   Micrometres inner = 0;
   for (const Ring& ring : face.rings) {
     const Micrometres outer = ring.radius + reach;
