@@ -19,17 +19,6 @@ TEST(C, TravelsTheWholeRoad) {
     $BX cancel $PORT | 0 | | ***)");
 }
 
-// Paths and the startup's wait apart, and what a sanitizer wants.
-TEST(C, RunsWhatItsPagePrints) {
-  expectDialogues(R"(
-    sed -n 's/^    //p' docs/c.md \p sed '/^cc /,$d; s/port, 0,/port, 1,/' >$FOLDER/shots.c; [ $(wc -l <$FOLDER/shots.c) -lt 30 ] | 0 | |
-    cd $FOLDER; $(sed -n 's/^    \(cc .*\) \$(.*/\1/p' $OLDPWD/docs/c.md) -Wall -Wextra -Wpedantic -Werror -I$OLDPWD/include $BUILD | 0 | |
-    bx-sim --rate 1000
-    $FOLDER/shots $PORT | 0 | *** | shot 1: ***\nshot 5: ...
-    $FOLDER/shots /dev/none | 1 | | shots: /dev/none: no such port)",
-                  {{"BUILD", BX_LINK_OPTIONS " -L" BX_LIBRARY_DIR " -Wl,-rpath," BX_LIBRARY_DIR " -lBX_DEVICE_C"}});
-}
-
 TEST(C, RefusesWhatIsNoManagerOrNoSense) {
   expectDialogues(R"(
     $BX version | 0 | $NUMBER $NUMBER |

@@ -52,13 +52,6 @@ TEST(Road, ASessionIsWrittenStoredDownloadedAndCleared) {
     bx --quiet clear $PORT && bx --quiet download $PORT | 0 | |)");
 }
 
-TEST(Road, TrainingEndsWithItsTimeAndWithItsReader) {
-  expectDialogues(R"(
-    bx-sim
-    bx train $PORT --seconds 0.1 --quiet | 0 | *** |
-    set -o pipefail; bx train $PORT \p head -1 | 0 | {...} | ***)");
-}
-
 TEST(Road, VerboseShowsTheLibrarysOwnLinesPrintableOnStandardError) {
   expectDialogues(R"(
     bx-sim --rate 2000 --link $FOLDER/lane$'\x1B'

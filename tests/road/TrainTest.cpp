@@ -61,6 +61,7 @@ TEST(Train, TakesNoOtherFilesPlaceAndTellsWhatWasKept) {
     ulimit -f 8; bx train $PORT --quiet --output $FOLDER/big | 1 | | bx: $FOLDER/big: write: File too large; kept ... records, 0 shots in $FOLDER/big
     tail -c 2 $FOLDER/big | 0 | } |
     bx train $PORT --shots 1 --overwrite --output $FOLDER/s 2>&-; grep -vc '^{.*}$' $FOLDER/s | 1 | 0 |
+    set -o pipefail; bx train $PORT \p head -1 | 0 | {...} | ***
     bx train $PORT --quiet --shots 1 >&- | 1 | | bx: standard output: write: Bad file descriptor; kept 0 records, 0 shots)");
 }
 
