@@ -27,11 +27,13 @@ std::vector<Point> hullOf(std::vector<Point> points) {
   return hull;
 }
 
-double extremeSpreadOf(std::span<const Point> hits) {
-  double widest = 0;
+std::array<Point, 2> extremesOf(std::span<const Point> hits) {
+  std::array<Point, 2> widest = {hits[0], hits[0]};
   const auto hull = hullOf({hits.begin(), hits.end()});
   for (std::size_t i = 0; i < hull.size(); ++i) {
-    for (std::size_t j = 0; j < i; ++j) widest = std::max(widest, apart(hull[i], hull[j]));
+    for (std::size_t j = 0; j < i; ++j) {
+      if (apart(hull[i], hull[j]) > apart(widest[0], widest[1])) widest = {hull[i], hull[j]};
+    }
   }
   return widest;
 }
@@ -54,7 +56,8 @@ std::optional<Group> groupOf(std::span<const Point> hits) {
     squaresX += (hit.x - group.centre.x) * (hit.x - group.centre.x);
     squaresY += (hit.y - group.centre.y) * (hit.y - group.centre.y);
   }
-  group.extremeSpread = extremeSpreadOf(hits);
+  group.extremes = extremesOf(hits);
+  group.extremeSpread = apart(group.extremes[0], group.extremes[1]);
   if (hits.size() > 1) {
     group.deviationX = std::sqrt(squaresX / (count - 1));
     group.deviationY = std::sqrt(squaresY / (count - 1));

@@ -1,6 +1,7 @@
 // How shots lie together.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -13,7 +14,8 @@ namespace BX::scoring {
 struct Group {
   std::size_t shots = 0;
   Point centre;                                  // the mean of the hits
-  double extremeSpread = 0;                      // between the centres of the two hits that lie furthest apart
+  std::array<Point, 2> extremes;                 // the two hits that lie furthest apart
+  double extremeSpread = 0;                      // between them
   double meanRadius = 0;                         // the mean distance from the centre of the group
   std::optional<double> deviationX, deviationY;  // standard deviations of a sample: over n - 1
 };

@@ -174,12 +174,15 @@ void CommandLine::addReport() {
   auto& command =
       addSubcommand("report", "Show what the shots of a session file are worth", [this] { runReport(tool_, report_); });
   addName(command, "SESSION", report_.session, "A file that train or download has written").required();
-  addName(command, "--output FILE", report_.output, "FILE.svg: the face and the hits; FILE.json: all figures")
+  addName(command, "--output FILE", report_.output,
+          "FILE.html: a page to look at; FILE.svg: face and hits; FILE.json: all figures")
       .required();
   auto& target = addName(command, "--target FILE", report_.target, "The target shot at, when the session names none");
   addOption(command, "--target-number N", report_.targetNumber, "Which target, when the session has several")
       .transform(wholeNumber(0, 254))
       ->excludes(&target);
+  addOption(command, "--series N", report_.series, "Shots in a series, on the page (default: the session's bullets)")
+      .transform(wholeNumber(1, mostShots));
   addOption(command, "--score RULE", report_.score, "What must reach a ring: edge of the hole (default) or centre")
       .check(CLI::IsMember({"edge", "centre"}));
 }

@@ -1,4 +1,4 @@
-// What a session was worth: as a picture, and as figures for other programs.
+// What a session was worth: as a page, as a picture, and as figures for other programs.
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
@@ -9,6 +9,7 @@
 #include "platform/OutputFile.h"
 #include "scoring/FaceSvg.h"
 #include "scoring/Figures.h"
+#include "viewer/Page.h"
 
 namespace BX::tool {
 
@@ -23,6 +24,7 @@ struct Report {
   const Session& session;
   std::size_t target;
   Gauge gauge;
+  std::size_t perSeries;
   std::vector<Score> scores = scoring::scoresOf(session, target, gauge);
   const Face& face = session.targets()[target];
 };
@@ -33,6 +35,10 @@ struct Format {
 };
 
 constexpr Format formats[] = {
+    {".html",
+     [](const Report& report) {
+       return viewer::pageOf(report.session, {report.gauge, report.perSeries, report.target});
+     }},
     {".svg", [](const Report& report) { return scoring::faceDocument(report.face, report.scores); }},
     {".json", [](const Report& report) { return scoring::figuresOf(report.face, report.gauge, report.scores); }}};
 
@@ -55,7 +61,7 @@ std::size_t chooseTarget(Tool& tool, const ReportOptions& options, const Session
   std::string all;
   for (const Face& face : targets) all += (all.empty() ? "" : ", ") + told(face);
   if (!options.targetNumber) {
-    if (targets.size() > 1) {
+    if (targets.size() > 1 && !options.output.ends_with(".html")) {  // a page shows them all
       tool.console.warning(options.session + ": has the targets " + all + "; this is the first, and --target-number " +
                            "takes another");
     }
@@ -99,7 +105,7 @@ void runReport(Tool& tool, const ReportOptions& options) try {
   Session session = readSession(tool, options.session);
   if (!options.target.empty()) useTarget(session, options.target);
   const Report report{session, chooseTarget(tool, options, session),
-                      options.score == nameOf(Gauge::Edge) ? Gauge::Edge : Gauge::Centre};
+                      options.score == nameOf(Gauge::Edge) ? Gauge::Edge : Gauge::Centre, options.series};
   file.begin();
   file.add(format.write(report));
   tool.console.note(summary(report) + " in " + options.output);

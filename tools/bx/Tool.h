@@ -79,7 +79,8 @@ struct ReportOptions {
   std::string output;               // its suffix tells the format
   std::string target;               // a target file in place of those of the session; empty: none
   std::optional<int> targetNumber;  // which of the session's
-  std::string score = "edge";      // or "centre"
+  std::string score = "edge";       // or "centre"
+  std::size_t series = 0;           // shots in one, on a page; 0: as the session says
 };
 
 // The subcommands, one in each file of the same name. They throw Failure.

@@ -1,0 +1,71 @@
+#include "viewer/Page.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "Assets.h"
+#include "scoring/FaceSvg.h"
+
+namespace BX::viewer {
+
+namespace {
+
+unsigned digitOf(char hex) { return static_cast<unsigned>(hex <= '9' ? hex - '0' : hex - 'a' + 10); }
+
+// The 256 bits that are given in hexadecimal digits.
+std::string base64Of(std::string_view digest) {
+  constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (std::size_t i = 0; i < digest.size(); i += 3) {  // three digits make two characters
+    unsigned bits = 0;
+    for (std::size_t j = i; j < i + 3; ++j) bits = bits << 4 | (j < digest.size() ? digitOf(digest[j]) : 0);
+    text += alphabet[bits >> 6];
+    text += alphabet[bits & 63];
+  }
+  text.resize((digest.size() * 4 + 5) / 6);
+  text.append((4 - text.size() % 4) % 4, '=');
+  return text;
+}
+
+std::string policy() {
+  const auto digest = [](const char* hex) { return std::string("'sha256-").append(base64Of(hex)) + "'"; };
+  return "default-src 'none'; script-src " + digest(asset::scriptDigest) + "; style-src " + digest(asset::styleDigest) +
+         "; img-src data:; base-uri 'none'; form-action 'none'";
+}
+
+std::string facesOf(const scoring::Session& session) {
+  std::string faces;
+  for (const auto& target : session.targets()) {
+    const std::string id = std::to_string(&target - session.targets().data());
+    faces += "<g id=\"face-" + id + "\">" + scoring::faceShapes(target) + "</g>\n";
+  }
+  return "<defs>" + faces + "</defs>";
+}
+
+std::string titleOf(const scoring::Session& session, std::size_t target) {
+  const std::string& name = session.targets()[target].name;
+  return scoring::markupOf(name.empty() ? session.start() : name + ", " + session.start());
+}
+
+}  // namespace
+
+std::string pageOf(const scoring::Session& session, const Showing& showing) {
+  const std::array<std::pair<std::string_view, std::string>, 6> parts = {{{"policy", policy()},
+                                                                          {"title", titleOf(session, showing.target)},
+                                                                          {"style", asset::style},
+                                                                          {"faces", facesOf(session)},
+                                                                          {"data", documentOf(session, showing)},
+                                                                          {"script", asset::script}}};
+  std::string page;
+  std::string_view rest = asset::page;
+  for (const auto& [name, text] : parts) {  // in the order of the page
+    const std::string mark = "{{" + std::string(name) + "}}";
+    const std::size_t at = rest.find(mark);
+    page.append(rest.substr(0, at)).append(text);
+    rest.remove_prefix(at + mark.size());
+  }
+  return page.append(rest);
+}
+
+}  // namespace BX::viewer

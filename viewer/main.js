@@ -1,0 +1,56 @@
+// Draws what the address says, and what was changed only.
+
+let drawn = null;
+
+function draw() {
+  const wanted = choiceInAddress();
+  const isNew = (key) => drawn === null || drawn[key] !== wanted[key];
+  const [target, series] = [isNew('target'), isNew('target') || isNew('series')];
+  Object.assign(chosen, wanted);
+  if (target) {
+    rowsOf = null;
+    drawSession();
+    drawSeries();
+    drawSessionGraph();
+    drawFace();
+  }
+  if (series) {
+    drawHits();
+    drawGroupMarks();
+    drawGroup();
+    markSeries();
+  }
+  drawTrace();
+  drawTable();
+  drawShot();
+  drawShotGraphs(chosen.shot);
+  drawChosenValue();
+  if (series || view.kind === 'shot') showView(target ? 'group' : view.kind);
+  if (drawn !== null) sayShot();
+  drawn = wanted;
+}
+
+function drawLayers() {
+  for (const button of document.querySelectorAll('[data-layer]')) {
+    button.setAttribute('aria-pressed', layers[button.dataset.layer]);
+  }
+}
+
+function toggle(layer) {
+  layers[layer] = !layers[layer];
+  drawLayers();
+  drawGroupMarks();
+  drawLegend(chosen.shot);
+  drawAims();
+}
+
+function offerTargets() {
+  byId('targets').hidden = session.targets.length < 2;
+  byId('target-choice').replaceChildren(...session.targets.map((target, i) =>
+    html('option', { value: i }, target.name || `Target ${i + 1}`)));
+}
+
+offerTargets();
+drawLayers();
+draw();
+listen();
