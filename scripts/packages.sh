@@ -2,6 +2,7 @@
 build_packages=(g++ cmake ninja-build pkg-config libboost-dev libboost-thread-dev libboost-system-dev rapidjson-dev
   libcli11-dev libserialport-dev)
 test_packages=(libgtest-dev libgmock-dev)
+page_packages=(chromium chromium-driver python3-selenium)
 lint_packages=(clang clang-format clang-tidy)
 fuzz_packages=(clang libclang-rt-dev)
 bench_packages=(libbenchmark-dev libmodbus-dev nlohmann-json3-dev valgrind)
