@@ -68,7 +68,7 @@ TEST(Train, TakesNoOtherFilesPlaceAndTellsWhatWasKept) {
 TEST(Train, ShowsATableOnATerminalWhenTheRecordsGoElsewhere) {
   expectDialogues(R"(
     bx-sim --rate 2000
-    on-terminal train $PORT --shots 2 --output $FOLDER/s | 0 | ***Connecting...***  shot   ***\n     1  ***     2  ***2 shots in $FOLDER/s... |
+    on-terminal train $PORT --shots 2 --output $FOLDER/s | 0 | ***Connecting...***  shot  value  ***\n     1  ***     2  ***2 shots in $FOLDER/s... |
     (printf '\x13'; until grep -qs 'ShotNumber":3,' $FOLDER/t; do sleep 0.1; done; printf '\x11'; sleep 1) \p on-terminal train $PORT --shots 3 --output $FOLDER/t | 0 | ***3 shots in $FOLDER/t... |
     on-terminal train $PORT --shots 2 --output $FOLDER/q --quiet | 0 | |
     on-terminal train $PORT --shots 2 '>$FOLDER/o' | 0 | ***Connecting...***2 shots... |

@@ -1,4 +1,9 @@
 // The whole road against a simulated device of the tool's own.
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <random>
+
 #include "Connection.h"
 #include "DemoScreen.h"
 #include "Documents.h"
@@ -11,11 +16,19 @@
 #include "Training.h"
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
+#include "platform/OutputFile.h"
 #include "simulator/Simulator.h"
+#include "viewer/Page.h"
 
 namespace BX::tool {
 
 namespace {
+
+// A name that no file has, in the folder for files that nobody keeps.
+std::string newReport() {
+  const auto name = "bx-demo-" + std::to_string(std::random_device()()) + ".html";
+  return (std::filesystem::temp_directory_path() / name).string();
+}
 
 class Demo {
  public:
@@ -30,6 +43,7 @@ class Demo {
     configureDevice(connection);
     trainAndShow(connection);
     compareWithStored(connection);
+    report();
     connection.begin();
     connection.manager().clearTrainingData(port);
     if (connection.failed()) connection.fail("clear");
@@ -56,6 +70,12 @@ class Demo {
         .target = TargetFile{.type = text::ring, .document = parseDocument(example::ringTarget, "demo")}};
     configure(tool_, connection, configuration);
     const Json& target = configuration.target->document;
+    Json header;
+    MORVA::setText(header, "start", timeNow());
+    MORVA::setDocument(header, "device", connection.settings());
+    MORVA::setDocument(header, "session", *configuration.session);
+    MORVA::setDocument(header, "target", target);
+    session_.emplace(header.getDocument());
     say("Configured:  ring target \"" + MORVA::getText(target, key::target::targetName) + "\", " +
         std::to_string(MORVA::getInteger(target, key::target::nominalDistance)) + " m, mounted " +
         MORVA::getText(*configuration.device, key::settings::mounting));
@@ -66,12 +86,14 @@ class Demo {
 
   void trainAndShow(Connection& connection) {
     startTraining(connection);
-    const auto loss = followTraining(connection, [this](const Json& record) {
+    const auto start = std::chrono::steady_clock::now();
+    const auto loss = followTraining(connection, [this, start](Json record) {
       streamed_.push_back(record);
-      if (isShot(record)) {
-        shots_.push_back(record);
-        say(shotLine(record));
-      }
+      const bool shot = isShot(record);
+      if (shot) shots_.push_back(record);
+      setReceived(record, std::chrono::duration_cast<Milliseconds>(std::chrono::steady_clock::now() - start));
+      session_->add(record.getDocument());
+      if (shot) say(shotLine(record, lastValue(*session_)));
       return shots_.size() < wanted_;
     });
     if (loss || interrupted()) connection.fail("training");
@@ -80,6 +102,15 @@ class Demo {
     say("");
     say("Streamed:    " + std::to_string(streamed_.size()) + " records, " + std::to_string(shots_.size()) +
         " of them shots");
+  }
+
+  void report() try {
+    platform::OutputFile file(newReport(), false);
+    file.begin();
+    file.add(viewer::pageOf(*session_, {}));
+    say("Reported:    " + file.path() + " shows the shots in a browser");
+  } catch (const platform::OutputError& error) {
+    throw Failure(deviceFailed, error.what());
   }
 
   void compareWithStored(Connection& connection) {
@@ -95,6 +126,7 @@ class Demo {
 
   Tool& tool_;
   std::size_t wanted_;
+  std::optional<scoring::Session> session_;
   std::vector<Json> streamed_;
   std::vector<Json> shots_;
 };

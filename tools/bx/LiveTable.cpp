@@ -18,8 +18,9 @@ void LiveTable::show(const Json& record, Milliseconds time) {
   ++records_;
   const bool shot = isShot(record);
   if (shot) {
-    if (++shots_ == 1) console_.note(shotHeading());
-    console_.note(shotLine(record));
+    session_.add(record.getDocument());
+    if (session_.shots().size() == 1) console_.note(shotHeading());
+    console_.note(shotLine(record, lastValue(session_)));
   }
   if (shot || time - drawn_ >= redrawInterval) showStatus(time);
 }
@@ -30,7 +31,7 @@ void LiveTable::showStatus(Milliseconds time) {
   std::array<char, 32> clock{};
   std::snprintf(clock.data(), clock.size(), "%02lld:%02lld  ", static_cast<long long>(seconds / 60),
                 static_cast<long long>(seconds % 60));
-  console_.progress(clock.data() + counted(shots_, "shot") + ", " + counted(records_, "record"));
+  console_.progress(clock.data() + counted(session_.shots().size(), "shot") + ", " + counted(records_, "record"));
 }
 
 }  // namespace BX::tool

@@ -5,6 +5,7 @@
 
 #include "Console.h"
 #include "Records.h"
+#include "scoring/Session.h"
 
 namespace BX::tool {
 
@@ -12,6 +13,8 @@ class LiveTable {
  public:
   explicit LiveTable(Console& console) : console_(console) {}
 
+  // Shots are scored for the target of this header of a session.
+  void begin(const Json& header) { session_ = scoring::Session(header.getDocument()); }
   // `time`: since the start.
   void show(const Json& record, Milliseconds time);
   // Draws the time and the counts.
@@ -19,8 +22,8 @@ class LiveTable {
 
  private:
   Console& console_;
+  scoring::Session session_{rapidjson::Value()};  // of shots alone
   std::size_t records_ = 0;
-  std::size_t shots_ = 0;
   Milliseconds drawn_{-1000};  // the status, last
 };
 

@@ -42,6 +42,7 @@ void Recorder::begin(Json header, const std::optional<Json>& target) {
     root.AddMember("target", rapidjson::Value(rapidjson::kNullType), root.GetAllocator());
   }
   records_.begin(header);
+  if (table_) table_->begin(header);
   start_ = Clock::now();
   showsTime_ = true;
 }

@@ -33,6 +33,8 @@ std::string counted(std::size_t count, const std::string& what) {
   return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
+void setReceived(Json& record, Milliseconds time) { setTime(record, "received", time); }
+
 std::string timeNow() {
   using namespace std::chrono;
   const auto now = floor<std::chrono::seconds>(system_clock::now());
@@ -64,7 +66,7 @@ void Records::begin(const Json& header) {
 
 bool Records::add(Json record, std::optional<Milliseconds> received) {
   const bool shot = isShot(record);
-  if (file_ && received) setTime(record, "received", *received);
+  if (file_ && received) setReceived(record, *received);
   const bool isLeftOut = !file_ && !shot && shotsOnly_;
   if (!(isLeftOut ? console_.isRead() : write(record.toString()))) return false;
   ++count_;

@@ -22,6 +22,9 @@ bool isShot(const Json& record);
 // "1 record", "2 records".
 std::string counted(std::size_t count, const std::string& what);
 
+// Since the start of the session, as its file tells it.
+void setReceived(Json& record, Milliseconds time);
+
 // The time now, as ISO 8601 in UTC.
 std::string timeNow();
 

@@ -6,6 +6,7 @@
 
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
+#include "scoring/Scores.h"
 
 namespace BX::tool {
 
@@ -27,13 +28,14 @@ std::string flagsInWords(const Json& shot) {
 
 }  // namespace
 
-std::string shotHeading() { return "  shot         x         y   distance   aiming time"; }
+std::string shotHeading() { return "  shot  value         x         y   distance   aiming time"; }
 
-std::string shotLine(const Json& shot) {
+std::string shotLine(const Json& shot, const std::string& value) {
   std::array<char, 96> text{};
-  std::snprintf(text.data(), text.size(), "%6d  %8.2f  %8.2f  %7.2f m",
-                MORVA::getInteger(shot, key::record::shotNumber), MORVA::getDouble(shot, key::record::positionX),
-                MORVA::getDouble(shot, key::record::positionY), MORVA::getDouble(shot, key::record::distance));
+  std::snprintf(text.data(), text.size(), "%6d  %-6s%8.2f  %8.2f  %7.2f m",
+                MORVA::getInteger(shot, key::record::shotNumber), value.c_str(),
+                MORVA::getDouble(shot, key::record::positionX), MORVA::getDouble(shot, key::record::positionY),
+                MORVA::getDouble(shot, key::record::distance));
   std::string line = text.data();
   if (has(shot, key::record::aimingTime)) {
     std::snprintf(text.data(), text.size(), "  %10.2f s", MORVA::getDouble(shot, key::record::aimingTime));
@@ -41,6 +43,15 @@ std::string shotLine(const Json& shot) {
   }
   const std::string flags = flagsInWords(shot);
   return flags.empty() ? line : line + "   " + flags;
+}
+
+std::string lastValue(const scoring::Session& session) {
+  if (session.shots().empty()) return "  -";
+  const auto value = scoring::scoreOf(session, 0, scoring::Gauge::Edge, session.shots().back()).value;
+  if (!value) return "  -";
+  const std::string column = value->tenths < 100 ? " " : "";
+  return column + std::to_string(value->tenths / 10) + '.' + std::to_string(value->tenths % 10) +
+         (value->isInner ? "x" : "");
 }
 
 }  // namespace BX::tool
