@@ -11,6 +11,7 @@
 #include <regex>
 #include <thread>
 
+#include "bx/BXSerialCom.h"
 #include "platform/codec/Frame.h"
 #include "simulator/DeviceWire.h"
 #include "simulator/LoopbackLine.h"
