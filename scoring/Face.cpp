@@ -110,7 +110,12 @@ bool isSilhouette(const rapidjson::Value& target) {
 
 Micrometres micrometresOf(double millimetres) { return std::llround(millimetres * micrometresPerMillimetre); }
 
-double apart(Point a, Point b) { return std::hypot(a.x - b.x, a.y - b.y); }
+// Not std::hypot, for which glibc 2.35 has a version that no older one has.
+double apart(Point a, Point b) {
+  const double x = a.x - b.x;
+  const double y = a.y - b.y;
+  return std::sqrt(x * x + y * y);
+}
 
 std::optional<Point> positionOf(std::optional<double> x, std::optional<double> y) {
   if (!x || !y) return std::nullopt;
