@@ -26,13 +26,14 @@ std::optional<Hold> holdOf(const Face& face, Gauge gauge, std::span<const Point>
   hold.aiming = apart(hold.meanAim, {});
   if (hit) hold.trigger = apart(hold.meanAim, *hit);
   if (!face.isScored()) return hold;
-  const auto [highest, size] = face.rings.front();
+  const Ring& highest = face.rings.front();
   const auto shareWorth = [&](int ring) {
     return shareOf(aims, [&](Point aim) { return valueOf(face, gauge, aim).ring == ring; });
   };
-  hold.inHighestRing = shareWorth(highest);
+  hold.inHighestRing = shareWorth(highest.value);
   if (face.rings.size() > 1) hold.inNextRing = shareWorth(face.rings[1].value);
-  hold.nearMeanAim = shareOf(aims, [&](Point aim) { return micrometresOf(apart(aim, hold.meanAim)) <= size; });
+  hold.nearMeanAim =
+      shareOf(aims, [&](Point aim) { return micrometresOf(apart(aim, hold.meanAim)) <= highest.radius; });
   return hold;
 }
 

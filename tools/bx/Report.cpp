@@ -1,5 +1,6 @@
 // What a session was worth: as a page, as a picture, and as figures for other programs.
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <system_error>
 
@@ -34,13 +35,13 @@ struct Format {
   std::string (*write)(const Report& report);
 };
 
-constexpr Format formats[] = {
-    {".html",
-     [](const Report& report) {
-       return viewer::pageOf(report.session, {report.gauge, report.perSeries, report.target});
-     }},
-    {".svg", [](const Report& report) { return scoring::faceDocument(report.face, report.scores); }},
-    {".json", [](const Report& report) { return scoring::figuresOf(report.face, report.gauge, report.scores); }}};
+constexpr std::array formats = {
+    Format{".html",
+           [](const Report& report) {
+             return viewer::pageOf(report.session, {report.gauge, report.perSeries, report.target});
+           }},
+    Format{".svg", [](const Report& report) { return scoring::faceDocument(report.face, report.scores); }},
+    Format{".json", [](const Report& report) { return scoring::figuresOf(report.face, report.gauge, report.scores); }}};
 
 const Format& formatOf(const std::string& path) {
   std::string names;

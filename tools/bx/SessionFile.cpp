@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <fstream>
-#include <optional>
+#include <memory>
 #include <system_error>
 #include <vector>
 
@@ -18,23 +18,18 @@ namespace {
 constexpr std::size_t longestLine = std::size_t{16} << 20;  // the largest document, too
 
 // A document that reads its numbers as exactly as the library does, and takes those that no double holds for null.
-class Line : private rapidjson::Document {
+class Line : public rapidjson::Document {
  public:
-  // Valid until the next one; nothing when the text is no JSON.
-  const rapidjson::Value* read(std::string& text) {
-    constexpr int mostRepairs = 100;
-    for (int i = 0; i < mostRepairs; ++i) {
-      SetNull();
-      GetAllocator().Clear();
-      rapidjson::MemoryStream stream(text.data(), text.size());
-      Parsing parsing{*this, stream};
-      Populate(parsing);
-      if (!reader_.HasParseError()) return this;
-      if (reader_.GetParseErrorCode() != rapidjson::kParseErrorNumberTooBig) return nullptr;
-      const std::size_t at = reader_.GetErrorOffset();
-      text.replace(at, text.find_first_not_of("+-.eE0123456789", at) - at, "null");
-    }
-    return nullptr;
+  explicit Line(const std::string& text) : stream_(text.data(), text.size()) { Populate(*this); }
+
+  const rapidjson::ParseResult& result() const { return result_; }
+
+  // Called by Populate.
+  bool operator()(rapidjson::Document& /*this*/) {
+    constexpr unsigned flags =
+        rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
+    result_ = rapidjson::Reader().Parse<flags>(stream_, *this);
+    return !result_.IsError();
   }
 
   // The reader's events come here; all but this one the document takes itself.
@@ -50,21 +45,22 @@ class Line : private rapidjson::Document {
   }
 
  private:
-  using Reader = rapidjson::Reader;
-  friend Reader;
-
-  struct Parsing {
-    Line& line;
-    rapidjson::MemoryStream& stream;
-    bool operator()(rapidjson::Document&) {
-      constexpr unsigned flags = rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseIterativeFlag |
-                                 rapidjson::kParseValidateEncodingFlag;
-      return !line.reader_.Parse<flags>(stream, line).IsError();
-    }
-  };
-
-  Reader reader_;
+  rapidjson::MemoryStream stream_;
+  rapidjson::ParseResult result_;
 };
+
+// Nothing when the text is no JSON.
+std::unique_ptr<Line> documentOn(std::string text) {
+  constexpr int mostRepairs = 100;
+  for (int i = 0; i < mostRepairs; ++i) {
+    auto line = std::make_unique<Line>(text);
+    if (!line->result().IsError()) return line;
+    if (line->result().Code() != rapidjson::kParseErrorNumberTooBig) break;
+    const std::size_t at = line->result().Offset();
+    text.replace(at, text.find_first_not_of("+-.eE0123456789", at) - at, "null");
+  }
+  return nullptr;
+}
 
 class LineReader {
  public:
@@ -99,7 +95,7 @@ class LineReader {
   std::size_t number_ = 0;
 };
 
-bool isHeader(const rapidjson::Value* line) {
+bool isHeader(const Line* line) {
   return line != nullptr && line->IsObject() && line->HasMember("start") && line->HasMember("target");
 }
 
@@ -107,18 +103,18 @@ bool isHeader(const rapidjson::Value* line) {
 
 scoring::Session readSession(Tool& tool, const std::string& path) {
   LineReader reader(path);
-  Line document;
   std::string text;
   if (!reader.next(text)) throw Failure(wrongUsage, path + ": no session file: it is empty");
-  const rapidjson::Value* line = document.read(text);
-  if (!isHeader(line)) throw Failure(wrongUsage, path + ": no session file: its first line is not the header of one");
-  scoring::Session session(*line);
+  const auto header = documentOn(text);
+  if (!isHeader(header.get())) {
+    throw Failure(wrongUsage, path + ": no session file: its first line is not the header of one");
+  }
+  scoring::Session session(*header);
   std::size_t unreadable = 0;
   std::string first;
   while (reader.next(text)) {
-    line = document.read(text);
-    if (line != nullptr) {
-      session.add(*line);
+    if (const auto record = documentOn(text)) {
+      session.add(*record);
     } else if (++unreadable == 1) {
       first = reader.place();
     }
