@@ -140,7 +140,7 @@ function drawNumbers() {
 
 function numberAt(shot, size, rise = 0) {
   const [x, y] = place(shots, shot);
-  return svg('text', { x, y: y + 0.36 * size - rise, 'font-size': size }, shot + 1);
+  return svg('text', { x, y: y + 0.36 * size - rise, 'font-size': size, 'stroke-width': 0.2 * size }, shot + 1);
 }
 
 function drawChosenHit() {

@@ -64,6 +64,7 @@ function seriesCard(series) {
 function drawSeries() {
   shown.seriesHalf = Math.min(squareOf('whole').half, Math.max(shown.target.paper / 400, squareOf('group').half));
   drawSmallFace(shown.seriesHalf);
+  byId('series-card').hidden = seriesCount() < 2;
   const all = html('a', { href: addressOf({ series: null }), class: 'all' }, 'All shots');
   const cards = Array.from({ length: seriesCount() }, (_, series) => seriesCard(series));
   byId('series').replaceChildren(all, ...cards);

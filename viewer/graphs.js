@@ -82,9 +82,9 @@ function cantGraph(shot) {
 function drawShotGraphs(shot) {
   const place = byId('shot-graphs');
   if (shot === null) return place.replaceChildren();
-  if (!hasTimes(shot)) {
-    const why = 'Nothing is shown over time: this session does not tell when its records came.';
-    return place.replaceChildren(html('p', { class: 'quiet' }, why));
+  if (!hasTimes(shot) || shots.from[shot] === shots.after[shot]) {
+    const why = hasTimes(shot) ? 'no measurements came with this shot.' : 'this session does not tell when its records came.';
+    return place.replaceChildren(html('p', { class: 'quiet' }, `Nothing is shown over time: ${why}`));
   }
   return place.replaceChildren(distanceGraph(shot), cantGraph(shot));
 }
@@ -93,6 +93,8 @@ function drawShotGraphs(shot) {
 
 const values = { top: 12, bottom: 104 };
 const times = { top: 112, bottom: 162 };
+// Where the session's graph ends, above the numbers of the shots.
+const sessionBottom = () => (shown.shots.some((shot) => shots.aiming[shot] > 0) ? times.bottom : values.bottom + 4);
 const xOfShot = (position) =>
   plotArea.left + (position + 0.5) / shown.shots.length * (plotArea.right - plotArea.left);
 
@@ -131,12 +133,16 @@ function drawSessionGraph() {
   const every = Math.ceil(seriesCount() / 12);
   for (let i = 0; i < seriesCount(); i += every) {
     const x = xOfShot(i * session.perSeries - 0.5);
-    series.push(svg('path', { class: 'grid', d: `M${x} ${values.top}V${times.bottom}` }));
-    series.push(text(x + 3, times.bottom + 15, 'start', shotsOfSeries(i)[0] + 1));
+    series.push(svg('path', { class: 'grid', d: `M${x} ${values.top}V${sessionBottom()}` }));
+    series.push(text(x + 3, sessionBottom() + 15, 'start', shotsOfSeries(i)[0] + 1));
   }
   const scored = shown.target.rings.length ? valueMarks(valueScale()) : [];
-  byId('session-graph').replaceChildren(graph(182, 'Value and aiming time of each shot in order', ...series, ...scored,
-    ...timeMarks(), svg('g', { id: 'chosen-value' })));
+  const timed = timeMarks();
+  const words = [scored.length ? 'value of each shot' : '', timed.length ? 'time to aim it' : ''].filter((word) => word);
+  byId('session-card').hidden = words.length === 0;
+  byId('session-heading').textContent = words.join(', and the ');
+  byId('session-graph').replaceChildren(graph(sessionBottom() + 20, words.join(', '), ...series, ...scored, ...timed,
+    svg('g', { id: 'chosen-value' })));
 }
 
 function drawChosenValue() {
@@ -144,7 +150,7 @@ function drawChosenValue() {
   const tenths = chosen.shot === null ? null : shots.tenths[chosen.shot];
   if (position === undefined) return byId('chosen-value').replaceChildren();
   const x = xOfShot(position);
-  const marks = [svg('path', { class: 'shot-line', d: `M${x} ${values.top}V${times.bottom}` })];
+  const marks = [svg('path', { class: 'shot-line', d: `M${x} ${values.top}V${sessionBottom()}` })];
   if (tenths !== null) marks.push(svg('circle', { class: 'chosen', cx: x, cy: valueScale().y(tenths), r: 6 }));
   return byId('chosen-value').replaceChildren(...marks);
 }

@@ -62,7 +62,7 @@ function drawLegend(shot) {
   const entry = (name, words) => html('li', {},
     svg('svg', { width: 34, height: 10, 'aria-hidden': 'true' },
       svg('path', { class: name, d: name === 'mean-aim' ? 'M17 5h0' : 'M1 5H33' })), words);
-  const entries = shot === null ? [] : phasesOf(shot).map((phase) => entry(`trace ${phase.name}`, phase.words));
+  const entries = shot === null ? [] : phasesOf(shot).filter(({ from, to }) => from < to).map((phase) => entry(`trace ${phase.name}`, phase.words));
   if (shot !== null && shots.aimX[shot] !== null) entries.push(entry('mean-aim', 'mean aim of the last second, and from it to the hit'));
   if (layers.figures) entries.push(entry('group-line', 'mean radius about the centre; extreme spread'));
   if (layers.aims) entries.push(entry('map', 'aim in the last second before all shots: the more often, the denser'));
