@@ -39,9 +39,8 @@ function drawLayers() {
 function toggle(layer) {
   layers[layer] = !layers[layer];
   drawLayers();
-  drawGroupMarks();
   drawLegend(chosen.shot);
-  drawAims();
+  (layer === 'aims' ? drawAims : drawGroupMarks)();
 }
 
 function offerTargets() {

@@ -1,4 +1,5 @@
 """Pages of reports in a real browser. Usage: page_test.py BX, the tool; further arguments go to unittest."""
+import itertools
 import json
 import pathlib
 import re
@@ -29,16 +30,11 @@ def report(session, suffix="html"):
 def setUpModule():
     global browser
     options = webdriver.ChromeOptions()
-    options.binary_location = "/usr/bin/chromium"
     for option in [*OPTIONS, f"--user-data-dir={FOLDER.name}/profile"]:
         options.add_argument(option)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
     browser = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
-
-
-def tearDownModule():
-    browser.quit()
-    FOLDER.cleanup()
+    unittest.addModuleCleanup(browser.quit)
 
 
 def script(text):
@@ -66,8 +62,8 @@ class Page(unittest.TestCase):
             if place not in pages:
                 session, address = place.split(" ")
                 command = ["chromium", *OPTIONS, f"--user-data-dir={FOLDER.name}/dump", "--dump-dom"]
-                pages[place] = subprocess.run([*command, report(session).as_uri() + address], capture_output=True,
-                                              check=True, text=True).stdout
+                command.append(report(session).as_uri() + address)
+                pages[place] = subprocess.run(command, capture_output=True, check=True, text=True).stdout
             with self.subTest(place):
                 self.assertTrue(piece in pages[place], piece)  # a page is too long to be told
 
@@ -77,9 +73,9 @@ class Page(unittest.TestCase):
         shown = [[cell.text for cell in row.find_elements("tag name", "td")[:5]]
                  for row in browser.find_elements("css selector", "#table tr")]
         text = lambda value: "–" if value is None else f"{value:.1f}".replace("-", "−")
-        self.assertEqual(shown, [[str(shot["number"]), text(shot["tenths"]), "✕" if shot["inner"] else "",
-                                  text(shot["x"]), text(shot["y"])]
-                                 for shot in json.loads(report("aimed", "json").read_text())["shots"]])
+        figures = json.loads(report("aimed", "json").read_text())["shots"]
+        self.assertEqual(shown, [[str(shot["number"]), text(shot["tenths"]), "✕" * shot["inner"], text(shot["x"]),
+                                  text(shot["y"])] for shot in figures])
 
     def test_takes_text_as_text_and_needs_nothing_from_outside(self):
         self.open("aimed")
@@ -119,13 +115,12 @@ class Page(unittest.TestCase):
         at(-27.8, 0).click().perform()
         self.assertChosen("#shot=2", "Shot 2 of 5")
         at(100, 100).click_and_hold().move_by_offset(round(-50 * scale), 0).release().perform()
-        left = float(view().split()[0])
-        self.assertAlmostEqual(left, -225, delta=1)
+        self.assertAlmostEqual(float(view().split()[0]), -225, delta=1)
         one("[data-zoom='0.7']").click()
         self.assertEqual(view().split()[2], "385")
         one("[data-layer=aims]").click()
-        opaque = "[...byId('aims').getContext('2d').getImageData(0, 0, byId('aims').width, byId('aims').width).data]"
-        self.assertTrue(script(f"{opaque}.some((value, i) => i % 4 === 3 && value > 0)"))
+        pixels = "byId('aims').getContext('2d').getImageData(0, 0, byId('aims').width, byId('aims').width).data"
+        self.assertTrue(script(f"{pixels}.some((value, i) => i % 4 === 3 && value > 0)"))
 
     def test_prints_all_shots(self):
         self.open("aimed", "#shot=1")
@@ -135,19 +130,19 @@ class Page(unittest.TestCase):
 
     def test_can_be_read_in_light_and_in_dark(self):
         for scheme in ("light", "dark"):
-            browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [{"name": "prefers-color-scheme", "value": scheme}]})
+            emulated = {"features": [{"name": "prefers-color-scheme", "value": scheme}]}
+            browser.execute_cdp_cmd("Emulation.setEmulatedMedia", emulated)
             self.open("aimed", "#shot=1")
-            for least, colours, grounds in ((4.5, ("ink", "quiet", "accent"), ("ground", "card", "faint")),
-                                            (4.5, ("on-accent",), ("accent",)),
-                                            (3, ("before", "second", "moments", "after", "group", "aim"), ("hit-ink", "paper"))):
-                for colour, ground in ((a, b) for a in colours for b in grounds):
-                    with self.subTest(scheme=scheme, colour=colour, ground=ground):
-                        self.assertGreaterEqual(contrast(colour, ground), least)
+            for least, colours, grounds in ((4.5, "ink quiet accent", "ground card faint"), (4.5, "on-accent", "accent"),
+                                            (3, "before second moments after group aim", "hit-ink paper")):
+                for pair in itertools.product(colours.split(), grounds.split()):
+                    with self.subTest(scheme=scheme, pair=pair):
+                        self.assertGreaterEqual(contrast(*pair), least)
 
 
 def contrast(*names):
     def luminance(name):
-        colour = "#fbf5e6" if name == "paper" else script(f"getComputedStyle(document.documentElement).getPropertyValue('--{name}')")
+        colour = script(f"getComputedStyle(document.documentElement).getPropertyValue('--{name}') || '#fbf5e6'")  # paper
         parts = [int(digits, 16) / 255 for digits in re.findall("..", colour.strip(" #"))]
         linear = [part / 12.92 if part <= 0.04045 else ((part + 0.055) / 1.055) ** 2.4 for part in parts]
         return 0.2126 * linear[0] + 0.7152 * linear[1] + 0.0722 * linear[2] + 0.05
