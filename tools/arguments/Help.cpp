@@ -95,6 +95,7 @@ class Layout : public CLI::Formatter {
 void prepare(CLI::App& app) {
   app.formatter(std::make_shared<Layout>());
   app.set_help_flag();
+  app.allow_windows_style_options(false);  // on no system: a path may begin with a /
   app.option_defaults()->take_last();  // parse() refuses what is given twice, and says so
 }
 

@@ -22,7 +22,7 @@ int writeAll(int descriptor, std::string_view text) {
   constexpr std::size_t most = 16'384;  // consoles take no more than some of it at a time
   while (!text.empty()) {
     const int written = _write(descriptor, text.data(), static_cast<unsigned>(std::min(text.size(), most)));
-    if (written < 0) return errno;
+    if (written < 0) return GetLastError() == ERROR_PIPE_NOT_CONNECTED ? EPIPE : errno;
     text.remove_prefix(static_cast<std::size_t>(written));
   }
   return 0;
