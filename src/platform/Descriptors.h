@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace BX::platform {
@@ -19,12 +19,12 @@ void prepareStandardDescriptors();
 int writeAll(int descriptor, std::string_view text);
 
 // Whether a file may be written to, or files be made in a folder, as far as that can be told beforehand.
-int checkMayWrite(const std::string& path, bool isFolder);
+int checkMayWrite(const std::filesystem::path& path, bool isFolder);
 
 // Opens a file to write at its end, or makes it; never waits, and is not inherited. While it is open no other program
 // that asks for it here gets it, where the file system has locks. -1 when errno tells the reason: EBUSY when another
 // program writes it.
-int openToAppend(const std::string& path);
+int openToAppend(const std::filesystem::path& path);
 // Nothing when it is no regular file.
 std::optional<std::int64_t> sizeOf(int descriptor);
 int cutTo(int descriptor, std::int64_t size);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/Descriptors.h"
+#include "platform/Utf8.h"
 
 namespace BX::platform {
 
@@ -13,17 +14,17 @@ namespace fs = std::filesystem;
 
 OutputFile::OutputFile(std::string path, bool overwrite) : path_(std::move(path)), overwrite_(overwrite) {
   std::error_code error;
-  const fs::path file(path_);
+  const fs::path file = pathOf(path_);
   const auto status = fs::status(file, error);
   if (fs::exists(status)) {
     require(fs::is_directory(status) ? EISDIR : 0);
     if (fs::is_regular_file(status)) requireReplaceable(static_cast<std::int64_t>(fs::file_size(file, error)));
-    require(checkMayWrite(path_, false));
+    require(checkMayWrite(file, false));
     return;
   }
   if (error && error != std::errc::no_such_file_or_directory) require(error.default_error_condition().value());
-  const std::string folder = file.parent_path().string();
-  require(checkMayWrite(folder.empty() ? "." : folder, true));
+  const fs::path folder = file.parent_path();
+  require(checkMayWrite(folder.empty() ? fs::path(".") : folder, true));
 }
 
 OutputFile::~OutputFile() {
@@ -31,7 +32,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::begin() {
-  handle_ = openToAppend(path_);
+  handle_ = openToAppend(pathOf(path_));
   require(handle_ < 0 ? errno : 0);
   try {
     empty();

@@ -51,4 +51,6 @@ std::string validUtf8(std::string_view text) { return cleaned(text, false); }
 
 std::string printable(std::string_view text) { return cleaned(text, true); }
 
+std::filesystem::path pathOf(std::string_view utf8) { return std::u8string(utf8.begin(), utf8.end()); }
+
 }  // namespace BX::platform

@@ -1,6 +1,7 @@
 // Texts whose bytes come from elsewhere: devices, files, port names. No I/O here.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -13,5 +14,8 @@ std::string validUtf8(std::string_view text);
 // U+0000 to U+001F and U+007F to U+009F, and those that break lines or turn the text round: U+200E, U+200F, U+2028 to
 // U+202E and U+2066 to U+2069. JSON text stays JSON that means the same.
 std::string printable(std::string_view text);
+
+// The path that UTF-8 names; a system whose paths are bytes takes any.
+std::filesystem::path pathOf(std::string_view utf8);
 
 }  // namespace BX::platform

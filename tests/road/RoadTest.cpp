@@ -12,7 +12,7 @@ TEST(Road, EveryStreamedPayloadIsOneLineInOrderUntilInterrupted) {
   expectDialogues(R"(
     awk 'BEGIN {for (; i < 5000; ++i) {printf "CA" substr("6A6500", i % 3 * 2 + 1, 2); for (at = 2; at < 34; ++at) printf "%02X", at == 8 ? i / 256 : at == 9 ? i % 256 : 256 * rand(); print ""}}' >$FOLDER/stream | 0 | |
     bx-sim --rate 2000 --stream $FOLDER/stream
-    $BX train $PORT --quiet >$FOLDER/o & until [ $(wc -l <$FOLDER/o) -ge 5000 ]; do :; done; kill $! && wait $!; wc -l <$FOLDER/o | 0 | 5000 |
+    $BX train $PORT --quiet >$FOLDER/o & until [ $(wc -l <$FOLDER/o) -ge 5000 ]; do :; done; kill -INT $! && wait $!; wc -l <$FOLDER/o | 0 | 5000 |
     awk -F '"Tilt":' 'NR % 3 && $2 + 0 != NR - 1' $FOLDER/o | 0 | |)");
 }
 

@@ -92,8 +92,8 @@ TEST(Train, WritesAllThatWasAcknowledgedWhateverEndsIt) {
 TEST(Train, LeavesTheDeviceAtRestWhenASignalComesInTheMiddle) {
   expectDialogues(R"(
     bx-sim --latency 50 --transcript $FOLDER/t
-    $BX --skip-startup clear $PORT & until grep -q '^> 6F06' $FOLDER/t; do :; done; kill $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1 | 0 | > 6F0473 | ...
-    $BX --skip-startup train $PORT --quiet >$FOLDER/o & until grep -q '^> 6F03' $FOLDER/t; do :; done; kill $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1; grep -c '^< CA' $FOLDER/t \p cmp - <(grep -c . $FOLDER/o) | 0 | > 6F0473 | ...)");
+    $BX --skip-startup clear $PORT & until grep -q '^> 6F06' $FOLDER/t; do :; done; kill -INT $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1 | 0 | > 6F0473 | ...
+    $BX --skip-startup train $PORT --quiet >$FOLDER/o & until grep -q '^> 6F03' $FOLDER/t; do :; done; kill -INT $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1; grep -c '^< CA' $FOLDER/t \p cmp - <(grep -c . $FOLDER/o) | 0 | > 6F0473 | ...)");
 }
 
 TEST(Train, EndsAtOnceWithASignalBeforeItBegins) {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <filesystem>
 #include <fstream>
 #include <system_error>
 
@@ -30,7 +29,7 @@ std::string place(const std::string& text, std::size_t offset) {
 std::string readFile(const std::string& path) {
   constexpr std::size_t largest = std::size_t{16} << 20;
   errno = 0;
-  std::ifstream file(std::filesystem::path(path), std::ios::binary);
+  std::ifstream file(platform::pathOf(path), std::ios::binary);
   std::string text;
   std::array<char, 65536> chunk{};
   while (file && text.size() <= largest) {

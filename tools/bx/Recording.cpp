@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <fstream>
 #include <set>
 #include <system_error>
@@ -167,7 +166,7 @@ RecordedEntry parseLine(const std::string& path, std::size_t line, const std::st
 std::vector<RecordedEntry> readEntries(const std::string& path, std::string& missing) {
   constexpr std::size_t longestLine = 65536;
   errno = 0;
-  std::ifstream file(std::filesystem::path(path), std::ios::binary);
+  std::ifstream file(platform::pathOf(path), std::ios::binary);
   std::vector<char> buffer(longestLine);
   std::vector<RecordedEntry> entries;
   std::size_t line = 0;

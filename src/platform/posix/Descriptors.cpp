@@ -41,11 +41,11 @@ int writeAll(int descriptor, std::string_view text) {
   return 0;
 }
 
-int checkMayWrite(const std::string& path, bool isFolder) {
+int checkMayWrite(const std::filesystem::path& path, bool isFolder) {
   return ::access(path.c_str(), isFolder ? W_OK | X_OK : W_OK) == 0 ? 0 : errno;
 }
 
-int openToAppend(const std::string& path) {
+int openToAppend(const std::filesystem::path& path) {
   // Without waiting: a pipe that nobody reads is refused.
   const int flags = O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_NONBLOCK | O_CLOEXEC;
   const int descriptor = ::open(path.c_str(), flags, permissions);

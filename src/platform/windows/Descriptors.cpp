@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 
 namespace BX::platform {
 
@@ -28,17 +27,17 @@ int writeAll(int descriptor, std::string_view text) {
   return 0;
 }
 
-int checkMayWrite(const std::string& path, bool) {
+int checkMayWrite(const std::filesystem::path& path, bool) {
   constexpr int writing = 2;
-  return _waccess(std::filesystem::path(path).c_str(), writing) == 0 ? 0 : errno;
+  return _waccess(path.c_str(), writing) == 0 ? 0 : errno;
 }
 
-int openToAppend(const std::string& path) {
+int openToAppend(const std::filesystem::path& path) {
   const int flags = _O_WRONLY | _O_CREAT | _O_APPEND | _O_BINARY | _O_NOINHERIT;
   int descriptor = -1;
   _doserrno = 0;
   // Others may read it meanwhile.
-  const int code = _wsopen_s(&descriptor, std::filesystem::path(path).c_str(), flags, _SH_DENYWR, _S_IREAD | _S_IWRITE);
+  const int code = _wsopen_s(&descriptor, path.c_str(), flags, _SH_DENYWR, _S_IREAD | _S_IWRITE);
   errno = _doserrno == ERROR_SHARING_VIOLATION ? EBUSY : code;
   return code == 0 ? descriptor : -1;
 }
