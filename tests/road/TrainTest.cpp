@@ -1,11 +1,7 @@
 // Training, whatever happens: nothing that was acknowledged is lost, and what was kept is told.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <memory>
 #include <thread>
 
@@ -97,22 +93,12 @@ TEST(Train, LeavesTheDeviceAtRestWhenASignalComesInTheMiddle) {
 }
 
 TEST(Train, EndsAtOnceWithASignalBeforeItBegins) {
-  const Folder folder;
-  const int silent = posix_openpt(O_RDWR | O_NOCTTY);
-  ASSERT_TRUE(grantpt(silent) == 0 && unlockpt(silent) == 0);
-  const Device device;
-  for (const auto& [port, event] : {std::pair{device.port(), " * opened"}, {std::string(ptsname(silent)), " > "}}) {
-    const std::string trace = folder.path("trace");
-    Program train(
-        {BX_PROGRAM, "train", "--quiet", port, "--overwrite", "--trace", trace, "--output", folder.path("s")});
-    while (readFile(trace).find(event) == std::string::npos) std::this_thread::yield();
-    train.send(SIGINT);
-    const Outcome outcome = train.await();
-    EXPECT_EQ(outcome.status, 128 + SIGINT);
-    EXPECT_EQ(outcome.err, "bx: " + port + ": connect: interrupted\n");
-    EXPECT_FALSE(std::filesystem::exists(folder.path("s")));
-  }
-  close(silent);
+  expectDialogues(R"(
+    bx-sim
+    $BX train $PORT --quiet --trace $FOLDER/t --output $FOLDER/s & until grep -qs ' [*] opened' $FOLDER/t; do :; done; kill -INT $!; wait $! | 130 | | bx: $PORT: connect: interrupted
+    bx-sim --latency 60000
+    $BX train $PORT --quiet --trace $FOLDER/u --output $FOLDER/s & until grep -qs ' > ' $FOLDER/u; do :; done; kill -INT $!; wait $! | 130 | | bx: $PORT: connect: interrupted
+    ls $FOLDER | 0 | t\nu |)");
 }
 
 TEST(Train, GoesOnAfterALossAndTellsTheGap) {
