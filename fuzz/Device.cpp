@@ -154,8 +154,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::Input input(data, size);
   const auto operations = input.take(input.byte() % 16U);
   link::setOptions({.baud = 0, .resend = 2ms, .sends = 2, .reply = 5ms, .keepAlive = 5ms});
-  FarEnd far(input.rest());
-  link::setTransport(portName, [&far](const std::string&) { return far.hostEnd(); });
+  FarEnd farEnd(input.rest());
+  link::setTransport(portName, [&farEnd](const std::string&) { return farEnd.hostEnd(); });
   {
     BXDevice device;
     device.setDevicePort(portName);

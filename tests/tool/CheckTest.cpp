@@ -108,8 +108,8 @@ TEST(Check, TellsByLineAndColumnWhatIsNotJson) {
 TEST(Check, FindsEveryExampleComplete) {
   for (const auto& file : std::filesystem::directory_iterator(BX_SOURCE_DIR "/examples")) {
     if (file.path().extension() != ".json") continue;
-    const std::string name = file.path().stem();  // begins with the kind
-    const auto findings = checked(readDocument(file.path()).toString(), name.substr(0, name.find('-')));
+    const std::string name = file.path().stem().string();  // begins with the kind
+    const auto findings = checked(readDocument(file.path().string()).toString(), name.substr(0, name.find('-')));
     EXPECT_THAT(findings.problems, IsEmpty()) << name;
     EXPECT_THAT(findings.warnings, IsEmpty()) << name;
   }
