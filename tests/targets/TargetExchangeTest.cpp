@@ -9,17 +9,7 @@ namespace {
 
 TEST(Upload, EndsAtTheFirstRefusalAndStaysInTheDeviceObject) {
   // What is refused, the bitmap, and the frames that are sent, of 4 or of 2 and the rows.
-  for (const auto& row : rowsOf(R"(
-    6C0200 | []            | 1
-    6C0201 | []            | 2
-    6C0202 | []            | 3
-    6C0283 | []            | 4
-    660200 | [[0],[1],[2]] | 1
-    660201 | [[0],[1],[2]] | 2
-    664201 | [[0],[1],[2]] | 4
-    664203 | [[0],[1],[2]] | 5, accepted
-    664200 | []            | 2, accepted
-    664200 | {}            | 2, accepted)")) {
+  for (const auto& row : rowsOf(sourceText("tests/targets/uploads.txt"))) {
     SCOPED_TRACE(row[0] + row[1]);
     const auto letter = row[0].substr(0, 2);
     const bool isRing = letter == "6C";
