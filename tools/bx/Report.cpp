@@ -107,6 +107,10 @@ void runReport(Tool& tool, const ReportOptions& options) try {
   if (!options.target.empty()) useTarget(session, options.target);
   const Report report{session, chooseTarget(tool, options, session),
                       options.score == nameOf(Gauge::Edge) ? Gauge::Edge : Gauge::Centre, options.series};
+  if (!report.face.isScored() && !report.face.isSilhouette) {
+    tool.console.warning((options.target.empty() ? options.session : options.target) +
+                         ": names no rings, so that nothing is scored (--target FILE takes another target)");
+  }
   file.begin();
   file.add(format.write(report));
   tool.console.note(summary(report) + " in " + options.output);
