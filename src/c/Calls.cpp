@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <future>
 #include <map>
+#include <vector>
 
+#include "bx/Waiting.h"
 #include "platform/Mutex.h"
 
 namespace BX::c {
@@ -27,15 +30,9 @@ struct Library {
   template <typename Which>
   void cancel(const Which& which) REQUIRES(mutex) {
     for (Call* call : calls) {
-      if (which(*call)) call->cancellation.request();
+      if (which(call)) call->cancellation.request();
     }
     changed.notify_all();
-  }
-
-  template <typename Which>
-  void end(MutexLock& lock, const Which& which) REQUIRES(mutex) {
-    cancel(which);
-    while (std::ranges::any_of(calls, [&](const Call* call) { return which(*call); })) changed.wait(lock.native());
   }
 };
 
@@ -52,12 +49,17 @@ auto& find(Map& map, typename Map::key_type key) {
   return found->second;
 }
 
-// Without the half second that a device is given otherwise.
-void destroyAtOnce(Sessions managers) {
-  link::Cancellation atOnce;
-  atOnce.request();
-  const link::Cancellation::Scope scope(atOnce);
-  managers.clear();
+// All at once, since each waits a little for a line that takes nothing any more. What cannot be closed so is closed
+// when it is destroyed.
+void closePorts(const Sessions& managers) {
+  std::vector<std::shared_ptr<BXDevice>> devices;
+  std::vector<std::future<void>> closings;  // end with them
+  for (const auto& [key, session] : managers) {
+    for (const auto& port : session->manager.getPorts()) {
+      const auto& device = devices.emplace_back(session->manager.shareDevice(port));
+      if (device) closings.push_back(std::async([&link = device->getSerialCom()] { link.closePort(); }));
+    }
+  }
 }
 
 }  // namespace
@@ -79,7 +81,7 @@ Call::~Call() {
 }
 
 Turn::Turn(const Call& call, const std::string& port) : call_(call), port_(port), own_{{port, nullptr}} {
-  auto& device = own_.front().second;
+  auto& device = own_.begin()->second;
   MutexLock lock(library().mutex);
   while (!call.cancellation.isRequested() && call.session->taken.contains(port)) library().changed.wait(lock.native());
   if (call.cancellation.isRequested()) throw Failed{BX_E_CANCELLED, port + ": cancelled"};
@@ -92,17 +94,14 @@ Turn::~Turn() {
   const bool removed = !isRegistered();
   const MutexLock lock(library().mutex);
   call_.session->taken.erase(port_);
-  if (removed) call_.session->removed.splice(call_.session->removed.end(), own_);
+  if (removed) call_.session->removed.merge(own_);
   library().changed.notify_all();
 }
 
 void destroyRemoved(Session& session, const std::string& port) {
   Session::Devices found;
   const MutexLock lock(library().mutex);
-  for (auto next = session.removed.begin(); next != session.removed.end();) {
-    const auto device = next++;
-    if (device->first == port) found.splice(found.end(), session.removed, device);
-  }
+  while (auto device = session.removed.extract(port)) found.insert(std::move(device));
 }
 
 bool setLossTold(Session& session, const std::string& port, bool told) {
@@ -112,31 +111,41 @@ bool setLossTold(Session& session, const std::string& port, bool told) {
 
 bx_manager* createManager() {
   const MutexLock lock(library().mutex);
+  setWaitFunction([](std::chrono::milliseconds time) { link::wait(time); });  // ends with the call that waits
   // NOLINTNEXTLINE(performance-no-int-to-ptr): a key, never an address
   auto* const key = reinterpret_cast<bx_manager*>(++library().lastKey);
   return library().sessions.emplace(key, std::make_shared<Session>()).first->first;
 }
 
-void destroyManager(bx_manager* manager) {
-  const Call inside;
-  Sessions one;
+void destroy(std::optional<bx_manager*> manager) {
+  link::Cancellation atOnce;
+  atOnce.request();
+  const link::Cancellation::Scope scope(atOnce);
+  Sessions ended;
   MutexLock lock(library().mutex);
-  const auto& session = one[manager] = find(library().sessions, manager);
-  library().sessions.erase(manager);
-  library().end(lock, [&](const Call& call) { return call.session == session; });
+  if (manager) {
+    ended.emplace(*manager, find(library().sessions, *manager));
+    library().sessions.erase(*manager);
+  } else {
+    ended.swap(library().sessions);
+    library().cancels.clear();
+  }
+  const auto isEnded = [&, latest = library().lastCall](const Call* call) {
+    return manager ? call->session == ended.begin()->second : call->number <= latest;
+  };
+  library().cancel(isEnded);
   lock.unlock();
-  destroyAtOnce(std::move(one));
+  guarded([&] { closePorts(ended); });
+  lock.lock();
+  while (std::ranges::any_of(library().calls, isEnded)) library().changed.wait(lock.native());
 }
 
 void shutDown() {
   const MutexLock alone(library().shuttingDown);
-  Sessions all;
-  MutexLock lock(library().mutex);
-  all.swap(library().sessions);
-  library().cancels.clear();
-  library().end(lock, [latest = library().lastCall](const Call& call) { return call.number <= latest; });
-  lock.unlock();
-  destroyAtOnce(std::move(all));
+  link::setTraceFile(std::string());
+  destroy({});
+  const MutexLock lock(library().mutex);
+  if (library().sessions.empty()) setWaitFunction({});
 }
 
 bx_cancel* createCancel() {
@@ -148,7 +157,7 @@ bx_cancel* createCancel() {
 void signalCancel(bx_cancel* cancel) {
   const MutexLock lock(library().mutex);
   find(library().cancels, cancel) = true;
-  library().cancel([=](const Call& call) { return call.cancel == cancel; });
+  library().cancel([=](const Call* call) { return call->cancel == cancel; });
 }
 
 void destroyCancel(bx_cancel* cancel) {

@@ -2,12 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
-#include <utility>
 
 #include "bx/BXDeviceManager.h"
 #include "c/Border.h"
@@ -16,7 +15,7 @@ namespace BX::c {
 
 // What a manager's key stands for. All but the manager is for the functions below alone.
 struct Session {
-  using Devices = std::list<std::pair<std::string, std::shared_ptr<BXDevice>>>;
+  using Devices = std::multimap<std::string, std::shared_ptr<BXDevice>>;
 
   BXDeviceManager manager;
   std::set<std::string> taken;       // the ports with which a call has its turn
@@ -51,8 +50,8 @@ class Turn {
   ~Turn();
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
-  BXDevice& device() const { return *own_.front().second; }
-  bool isRegistered() const { return call_.manager().shareDevice(port_) == own_.front().second; }
+  BXDevice& device() const { return *own_.begin()->second; }
+  bool isRegistered() const { return call_.manager().shareDevice(port_) == own_.begin()->second; }
 
  private:
   const Call& call_;
@@ -65,7 +64,8 @@ void destroyRemoved(Session& session, const std::string& port);
 bool setLossTold(Session& session, const std::string& port, bool told);
 
 bx_manager* createManager();
-void destroyManager(bx_manager* manager);
+// One manager, or all of them and all calls; without the half second that a device is given otherwise.
+void destroy(std::optional<bx_manager*> manager);
 void shutDown();
 bx_cancel* createCancel();
 void signalCancel(bx_cancel* cancel);

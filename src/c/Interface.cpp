@@ -3,12 +3,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <exception>
+#include <future>
 #include <mutex>
 #include <system_error>
-#include <thread>
 #include <type_traits>
 
-#include "bx/Waiting.h"
 #include "c/Calls.h"
 #include "morva/KeyedAccess.h"
 
@@ -49,25 +48,32 @@ int32_t operate(bx_manager* m, const char* port, bx_cancel* c, const Work& work,
   return guarded([&] { give(given, operate(Call(m, c), portOf(port), work)); });
 }
 
-// The operation for one port, or when none is given for all, each on a thread of its own. What the first port by name
-// has thrown.
+// A function that is no manager's.
+template <typename Body>
+int32_t inside(const Body& body) noexcept {
+  return guarded([&] {
+    const Call call;
+    body();
+  });
+}
+
+// The operation for one port, or when none is given for all, each on a thread of its own while the system has any. What
+// the first port by name has thrown.
 template <typename Operation>
 std::exception_ptr forEach(const Call& call, const char* port, const Operation& operation) {
   const auto ports = port == nullptr ? call.manager().getPorts() : std::vector{portOf(port)};
-  std::vector<std::exception_ptr> failures(ports.size());
-  const auto run = [&](std::size_t i) {
-    try {
-      operation(ports[i]);
+  std::vector<std::future<void>> lanes;
+  for (const auto& name : ports) {
+    const auto policy = ports.size() == 1 ? std::launch::deferred : std::launch::async | std::launch::deferred;
+    lanes.push_back(std::async(policy, [&] { operation(name); }));
+  }
+  std::exception_ptr failure;
+  for (auto& lane : lanes) try {
+      lane.get();
     } catch (...) {
-      failures[i] = std::current_exception();
+      if (!failure) failure = std::current_exception();
     }
-  };
-  std::vector<std::jthread> threads;
-  for (std::size_t i = 1; i < ports.size(); ++i) threads.emplace_back(run, i);
-  if (!ports.empty()) run(0);
-  threads.clear();
-  const auto failure = std::ranges::find_if(failures, [](const auto& one) { return one != nullptr; });
-  return failure == failures.end() ? nullptr : *failure;
+  return failure;
 }
 
 // A mode that the device is in already is not commanded: nothing else would tell that the port is closed.
@@ -103,42 +109,38 @@ const char* bx_last_error(void) { return lastError(); }
 void bx_free(void* given) { std::free(given); }
 
 int32_t bx_create(uint32_t version, bx_manager** m) {
-  return guarded([=] {
-    const Call inside;
+  return inside([=] {
     clear(m, "there is no place for the manager");
     if (version / 10000 != BX_C_VERSION / 10000 || version / 100 > BX_C_VERSION / 100) {
       throw Failed{BX_E_VERSION, "the host was built for another version"};
     }
-    static std::once_flag installed;  // the fixed waits of the library end with the call that waits
-    std::call_once(installed,
-                   [] { BX::setWaitFunction([](std::chrono::milliseconds time) { BX::link::wait(time); }); });
     *m = createManager();
   });
 }
 
 int32_t bx_destroy(bx_manager* m) {
-  return guarded([=] { destroyManager(m); });
+  return inside([=] { destroy(m); });
 }
 
 int32_t bx_shutdown(void) { return guarded(shutDown); }
 
 int32_t bx_cancel_create(bx_cancel** c) {
-  return guarded([=] {
+  return inside([=] {
     clear(c, "there is no place for the cancel");
     *c = createCancel();
   });
 }
 
 int32_t bx_cancel_signal(bx_cancel* c) {
-  return guarded([=] { signalCancel(c); });
+  return inside([=] { signalCancel(c); });
 }
 
 int32_t bx_cancel_destroy(bx_cancel* c) {
-  return guarded([=] { destroyCancel(c); });
+  return inside([=] { destroyCancel(c); });
 }
 
 int32_t bx_set_baud(uint32_t baud) {
-  return guarded([=] {
+  return inside([=] {
     require(baud != 0, "no line has 0 bits a second");
     BX::link::Options options = BX::link::getOptions();
     options.baud = baud;
@@ -147,24 +149,23 @@ int32_t bx_set_baud(uint32_t baud) {
 }
 
 int32_t bx_set_trace_file(const char* path) {
-  return guarded([=] {
+  return inside([=] {
     const std::string name = path == nullptr ? std::string() : textOf(path);
     if (!BX::link::setTraceFile(name)) throw Failed{BX_E_OPEN, name + ": " + std::generic_category().message(errno)};
   });
 }
 
 int32_t bx_list_ports(char** json) {
-  return guarded([=] {
-    const Call inside;
+  return inside([=] {
     clear(json, "there is no place for the ports");
     std::vector<Json> ports;
-    for (const auto& [port, stableName, manufacturer, product, serialNumber] : BX::link::listPorts()) {
+    for (const auto& info : BX::link::listPorts()) {
       Json& document = ports.emplace_back();
-      setText(document, "port", port);
-      if (!stableName.empty()) setText(document, "stableName", stableName);
-      if (!manufacturer.empty()) setText(document, "manufacturer", manufacturer);
-      if (!product.empty()) setText(document, "product", product);
-      if (!serialNumber.empty()) setText(document, "serialNumber", serialNumber);
+      setText(document, "port", info.port);
+      if (!info.stableName.empty()) setText(document, "stableName", info.stableName);
+      if (!info.manufacturer.empty()) setText(document, "manufacturer", info.manufacturer);
+      if (!info.product.empty()) setText(document, "product", info.product);
+      if (!info.serialNumber.empty()) setText(document, "serialNumber", info.serialNumber);
     }
     give(json, arrayOf(ports));
   });

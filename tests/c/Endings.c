@@ -1,12 +1,16 @@
-/* Operations of some lanes, each ended at any moment: by its cancel, with its manager, or with all others. */
+/* Operations of some lanes, each ended at any moment: by its cancel, with its manager, or with all others. $SEED, which
+ * is printed, makes the same choices again; $ENDS is how many ends there are. */
+#define _POSIX_C_SOURCE 200809L
 #include <pthread.h>
 #include <stdatomic.h>
 #include <string.h>
+#include <time.h>
 
 #include "Host.h"
 
 typedef struct Lane {
   const char* port;
+  unsigned random;
   bx_manager* _Atomic manager;
   bx_cancel* _Atomic cancel;
   _Atomic double cancelledAt; /* 0: not */
@@ -46,7 +50,7 @@ static void* run(void* own) {
       lane->cancel = c;
       lane->cancelledAt = 0;
     }
-    status = operate(rand() % 13, lane->manager, lane->port, lane->cancel);
+    status = operate(rand_r(&lane->random) % 13, lane->manager, lane->port, lane->cancel);
     if (status == BX_E_CANCELLED && lane->cancelledAt != 0) keepSlowest(&slowestCancel, lane->cancelledAt);
     CHECK(status != BX_E_INTERNAL && status != BX_E_MEMORY && status != BX_E_ARGUMENT && status != BX_E_OPEN);
     if (status == BX_E_HANDLE) {
@@ -58,16 +62,25 @@ static void* run(void* own) {
   return NULL;
 }
 
+static unsigned numberOf(const char* variable, unsigned otherwise) {
+  const char* const text = getenv(variable);
+  return text ? (unsigned)strtoul(text, NULL, 10) : otherwise;
+}
+
 void endAtAnyMoment(char** ports, int count) {
+  const unsigned seed = numberOf("SEED", (unsigned)time(NULL)), ends = numberOf("ENDS", 60);
+  unsigned random = seed;
   _Atomic double slowest = 0;
   pthread_t threads[16];
   for (int i = 0; i < count; ++i) {
     lanes[i].port = ports[i];
+    lanes[i].random = seed + (unsigned)i + 1;
     CHECK(pthread_create(&threads[i], NULL, run, &lanes[i]) == 0);
   }
-  for (int moment = 0; moment < 60; ++moment) {
-    letPass(rand() % 200);
-    Lane* const lane = &lanes[rand() % count];
+  fprintf(stderr, "seed %u\n", seed);
+  for (unsigned moment = 0; moment < ends; ++moment) {
+    letPass(rand_r(&random) % 200);
+    Lane* const lane = &lanes[rand_r(&random) % count];
     const double now = secondsNow();
     if (moment % 20 == 19) {
       WORKS(bx_shutdown());
