@@ -31,10 +31,8 @@ endfunction()
 
 bx_install_libraries(BX_DEVICE_CXX BX_DEVICE BX_SERIAL_COM MORVA_Data_Type_JSON)
 bx_pkg_config(BX_DEVICE "${PROJECT_DESCRIPTION}" BX_DEVICE BX_SERIAL_COM MORVA_Data_Type_JSON boost_thread)
-if(TARGET BX_DEVICE_C)
-  bx_install_libraries(BX_DEVICE_C BX_DEVICE_C)
-  bx_pkg_config(BX_DEVICE_C "${PROJECT_DESCRIPTION}, for C" BX_DEVICE_C)
-endif()
+bx_install_libraries(BX_DEVICE_C BX_DEVICE_C)
+bx_pkg_config(BX_DEVICE_C "${PROJECT_DESCRIPTION}, for C" BX_DEVICE_C)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ TYPE INCLUDE FILES_MATCHING PATTERN *.h)
 install(FILES ${PROJECT_SOURCE_DIR}/scoring/bx_score.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bx)
 

@@ -1,6 +1,6 @@
 # Sourced: the Debian packages that the tree needs, by purpose.
 build_packages=(g++ cmake ninja-build pkg-config libboost-dev libboost-thread-dev libboost-system-dev rapidjson-dev
-  libcli11-dev libserialport-dev)
+  libcli11-dev)
 test_packages=(libgtest-dev libgmock-dev)
 page_packages=(chromium chromium-driver python3-selenium)
 lint_packages=(clang clang-format clang-tidy)

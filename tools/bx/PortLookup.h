@@ -1,4 +1,4 @@
-// What the system tells of a serial port beside its adapter: its stable name, who has it open, and who may open it.
+// What the system tells of a serial port beside its adapter: who has it open, and who may open it.
 #pragma once
 
 #include <map>
@@ -6,9 +6,6 @@
 #include <string>
 
 namespace BX::tool {
-
-// The name by which a port is the same after it was unplugged, such as /dev/serial/by-id/...; empty: it has none.
-std::string stableName(const std::string& port);
 
 // A program that has a port open.
 struct Holder {

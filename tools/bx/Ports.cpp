@@ -1,14 +1,12 @@
 #include "Ports.h"
 
-#include <libserialport.h>
-
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <optional>
 
 #include "PortLookup.h"
 #include "Tool.h"
+#include "bx/BXSerialLink.h"
 #include "morva/KeyedAccess.h"
 #include "platform/Utf8.h"
 
@@ -19,42 +17,25 @@ namespace {
 using Json = MORVA::MORVADataTypeJSON;
 using MORVA::getText;
 
-constexpr auto* native = "native";
-
-void setIfKnown(Json& document, const char* key, const char* text) {
-  if (text != nullptr && *text != '\0') MORVA::setText(document, key, text);
+void setIfKnown(Json& document, const char* key, const std::string& text) {
+  if (!text.empty()) MORVA::setText(document, key, text);
 }
 
-const char* transportName(const sp_port* port) {
-  switch (sp_get_port_transport(port)) {
-    case SP_TRANSPORT_USB:
-      return "USB";
-    case SP_TRANSPORT_BLUETOOTH:
-      return "Bluetooth";
-    case SP_TRANSPORT_NATIVE:
-      break;
-  }
-  return native;
-}
-
-Json documentOf(const sp_port* port, const Holders& holders) {
+Json documentOf(const link::PortInfo& port, const Holders& holders) {
   Json document;
-  const std::string name = sp_get_port_name(port);
-  MORVA::setText(document, "port", name);
-  setIfKnown(document, "stableName", stableName(name).c_str());
-  setIfKnown(document, "description", sp_get_port_description(port));
-  MORVA::setText(document, "transport", transportName(port));
-  int vendor = 0;
-  int product = 0;
-  if (sp_get_port_usb_vid_pid(port, &vendor, &product) == SP_OK) {
-    MORVA::setInteger(document, "usbVendorId", vendor);
-    MORVA::setInteger(document, "usbProductId", product);
+  MORVA::setText(document, "port", port.port);
+  setIfKnown(document, "stableName", port.stableName);
+  setIfKnown(document, "description", port.description);
+  MORVA::setText(document, "transport", port.transport);
+  if (port.usbVendorId != 0) {
+    MORVA::setInteger(document, "usbVendorId", port.usbVendorId);
+    MORVA::setInteger(document, "usbProductId", port.usbProductId);
   }
-  setIfKnown(document, "manufacturer", sp_get_port_usb_manufacturer(port));
-  setIfKnown(document, "product", sp_get_port_usb_product(port));
-  setIfKnown(document, "serialNumber", sp_get_port_usb_serial(port));
-  setIfKnown(document, "bluetoothAddress", sp_get_port_bluetooth_address(port));
-  if (const auto holder = holders.of(name)) {
+  setIfKnown(document, "manufacturer", port.manufacturer);
+  setIfKnown(document, "product", port.product);
+  setIfKnown(document, "serialNumber", port.serialNumber);
+  setIfKnown(document, "bluetoothAddress", port.bluetoothAddress);
+  if (const auto holder = holders.of(port.port)) {
     const bool inUse = holder->process != 0;
     MORVA::setBoolean(document, "inUse", inUse);
     if (inUse) MORVA::setText(document, "heldBy", holder->program);
@@ -70,7 +51,7 @@ std::string adapterOf(const Json& port) {
     adapter = getText(port, "description");
   }
   const std::string transport = getText(port, "transport");
-  if (adapter.empty()) adapter = transport == native ? "built in" : transport;
+  if (adapter.empty()) adapter = transport == "native" ? "built in" : transport;
   constexpr std::array<std::array<const char*, 2>, 3> more = {
       {{"manufacturer", ", "}, {"serialNumber", ", serial number "}, {"bluetoothAddress", ", "}}};
   for (const auto& [key, before] : more) {
@@ -108,12 +89,9 @@ std::vector<std::string> portsTable(const std::vector<Json>& ports) {
 }
 
 void runPorts(Tool& tool, const PortsOptions& options) {
-  sp_port** list = nullptr;
-  if (sp_list_ports(&list) != SP_OK) throw Failure(deviceFailed, "ports: list: the system does not tell its ports");
-  const std::unique_ptr<sp_port*, void (*)(sp_port**)> owner(list, sp_free_port_list);
   const Holders holders;
   std::vector<Json> ports;
-  for (sp_port** port = list; *port != nullptr; ++port) ports.push_back(documentOf(*port, holders));
+  for (const auto& port : link::listPorts()) ports.push_back(documentOf(port, holders));
   if (ports.empty()) tool.console.note("No serial port found.");
   if (tool.console.isOutputTerminal() && !options.json && !ports.empty()) {
     for (const auto& line : portsTable(ports)) tool.console.data(line);

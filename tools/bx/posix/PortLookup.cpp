@@ -44,14 +44,6 @@ bool hasJoined(const struct passwd& user, gid_t group) {
 
 }  // namespace
 
-std::string stableName(const std::string& port) {
-  std::error_code error;
-  for (fs::directory_iterator entry("/dev/serial/by-id", error); entry != end(entry); entry.increment(error)) {
-    if (fs::equivalent(entry->path(), port, error)) return entry->path();
-  }
-  return {};
-}
-
 Holders::Holders() {
   std::error_code error;
   for (fs::directory_iterator process("/proc", error); process != end(process); process.increment(error)) {

@@ -1,9 +1,7 @@
-// Names are stable here, nothing tells which program has a port open, and groups have no say.
+// Nothing tells which program has a port open, and groups have no say.
 #include "tools/bx/PortLookup.h"
 
 namespace BX::tool {
-
-std::string stableName(const std::string&) { return {}; }
 
 Holders::Holders() : sawAll_(false) {}
 

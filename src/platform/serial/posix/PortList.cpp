@@ -1,8 +1,10 @@
 // The serial ports as the system's own files tell them; no port is opened.
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <string>
 #include <system_error>
 
 #include "bx/BXSerialLink.h"
@@ -21,9 +23,8 @@ std::string lineOf(const fs::path& file) {
 }
 
 // Virtual terminals have no hardware, and a built-in port without any is of the type 0.
-bool isSerialPort(const fs::path& terminal) {
-  std::error_code error;
-  return fs::exists(terminal / "device" / "driver", error) && lineOf(terminal / "type") != "0";
+bool isSerialPort(const fs::path& terminal, const std::string& hardware) {
+  return !hardware.empty() && hardware.find("/virtual/") == std::string::npos && lineOf(terminal / "type") != "0";
 }
 
 std::map<fs::path, std::string> stableNames() {
@@ -35,17 +36,32 @@ std::map<fs::path, std::string> stableNames() {
   return names;
 }
 
-// The adapter is the nearest device above the terminal that tells its product.
-void describeAdapter(const fs::path& terminal, PortInfo& info) {
+int hexadecimal(const std::string& text) { return static_cast<int>(std::strtol(text.c_str(), nullptr, 16)); }
+
+// The adapter is the nearest device above the terminal that has a place on the bus.
+void describeUsb(const fs::path& terminal, PortInfo& info) {
   std::error_code error;
-  for (fs::path device = fs::canonical(terminal / "device", error); device.has_relative_path();
-       device = device.parent_path()) {
-    info.product = lineOf(device / "product");
-    if (info.product.empty()) continue;
-    info.manufacturer = lineOf(device / "manufacturer");
-    info.serialNumber = lineOf(device / "serial");
-    return;
+  fs::path device = fs::canonical(terminal / "device", error);
+  while (device.has_relative_path() && !fs::exists(device / "busnum", error)) device = device.parent_path();
+  info.usbVendorId = hexadecimal(lineOf(device / "idVendor"));
+  info.usbProductId = hexadecimal(lineOf(device / "idProduct"));
+  info.manufacturer = lineOf(device / "manufacturer");
+  info.product = lineOf(device / "product");
+  info.serialNumber = lineOf(device / "serial");
+}
+
+PortInfo describe(const fs::path& terminal, const std::string& hardware) {
+  PortInfo info;
+  info.port = fs::path("/dev") / terminal.filename();
+  if (hardware.find("bluetooth") != std::string::npos) {
+    info.transport = "Bluetooth";
+    info.bluetoothAddress = lineOf(terminal / "device" / "address");
+  } else if (hardware.find("usb") != std::string::npos) {
+    info.transport = "USB";
+    describeUsb(terminal, info);
   }
+  info.description = info.product.empty() ? terminal.filename().string() : info.product;
+  return info;
 }
 
 }  // namespace
@@ -55,11 +71,10 @@ std::vector<PortInfo> listPorts() {
   std::vector<PortInfo> ports;
   std::error_code error;
   for (const auto& entry : fs::directory_iterator("/sys/class/tty", error)) {
-    if (!isSerialPort(entry.path())) continue;
-    PortInfo info;
-    info.port = fs::path("/dev") / entry.path().filename();
+    const std::string hardware = fs::read_symlink(entry.path(), error);
+    if (!isSerialPort(entry.path(), hardware)) continue;
+    PortInfo info = describe(entry.path(), hardware);
     if (const auto found = names.find(info.port); found != names.end()) info.stableName = found->second;
-    describeAdapter(entry.path(), info);
     ports.push_back(std::move(info));
   }
   std::ranges::sort(ports, {}, &PortInfo::port);
