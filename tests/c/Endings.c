@@ -62,13 +62,10 @@ static void* run(void* own) {
   return NULL;
 }
 
-static unsigned numberOf(const char* variable, unsigned otherwise) {
-  const char* const text = getenv(variable);
-  return text ? (unsigned)strtoul(text, NULL, 10) : otherwise;
-}
-
 void endAtAnyMoment(char** ports, int count) {
-  const unsigned seed = numberOf("SEED", (unsigned)time(NULL)), ends = numberOf("ENDS", 60);
+  const char *givenSeed = getenv("SEED"), *givenEnds = getenv("ENDS");
+  const unsigned seed = (unsigned)(givenSeed ? atoll(givenSeed) : time(NULL));
+  const int ends = givenEnds ? atoi(givenEnds) : 60;
   unsigned random = seed;
   _Atomic double slowest = 0;
   pthread_t threads[16];
@@ -78,7 +75,7 @@ void endAtAnyMoment(char** ports, int count) {
     CHECK(pthread_create(&threads[i], NULL, run, &lanes[i]) == 0);
   }
   fprintf(stderr, "seed %u\n", seed);
-  for (unsigned moment = 0; moment < ends; ++moment) {
+  for (int moment = 0; moment < ends; ++moment) {
     letPass(rand_r(&random) % 200);
     Lane* const lane = &lanes[rand_r(&random) % count];
     const double now = secondsNow();

@@ -36,35 +36,20 @@ bx_manager* newManager(void) {
 }
 
 static void compare(const bx_record* r, const char* line) {
-  const char* const keys[] = {"PositionX",
-                              "PositionY",
-                              "ResultX",
-                              "ResultY",
-                              "Distance",
-                              "aimingTime",
-                              "RingTargetNumber",
-                              "SilhouetteTargetNumber",
-                              "FunctionMode",
-                              "ShotNumber",
-                              "Tilt",
-                              "Rotation",
-                              "RotationInDegrees",
-                              "TiltInDegrees",
-                              "Time",
-                              "FSI",
-                              "LowSignal",
-                              "HighSignal",
-                              "MeasureError",
-                              "AngleError",
-                              "FSIError"};
+  const char* keys =
+      "PositionX PositionY ResultX ResultY Distance aimingTime RingTargetNumber SilhouetteTargetNumber FunctionMode "
+      "ShotNumber Tilt Rotation RotationInDegrees TiltInDegrees Time FSI LowSignal HighSignal MeasureError AngleError "
+      "FSIError";
   const double values[] = {r->position_x,    r->position_y,  r->result_x,          r->result_y,       r->distance,
                            r->aiming_time,   r->ring_target, r->silhouette_target, r->function_mode,  r->shot_number,
                            r->tilt,          r->rotation,    r->rotation_degrees,  r->tilt_degrees,   r->time,
                            r->fsi,           r->flags & 1,   r->flags >> 1 & 1,    r->flags >> 4 & 1, r->flags >> 5 & 1,
                            r->flags >> 6 & 1};
-  for (size_t i = 0; i < sizeof keys / sizeof *keys; ++i) {
+  for (size_t i = 0; i < sizeof values / sizeof *values; ++i) {
     char key[32];
-    snprintf(key, sizeof key, "\"%s\":", keys[i]);
+    const int length = (int)strcspn(keys, " ");
+    snprintf(key, sizeof key, "\"%.*s\":", length, keys);
+    keys += length + 1;
     const char* const found = strstr(line, key);
     CHECK(values[i] == (found ? strtod(found + strlen(key), NULL) : 0));
   }
@@ -327,6 +312,11 @@ int main(int count, char** words) {
   const char* const task = words[1];
   char* const port = words[count - 1];
   m = newManager();
+  if (getenv("TRACE")) { /* which ends with the shutdown */
+    WORKS(bx_set_trace_file(getenv("TRACE")));
+    WORKS(bx_shutdown());
+    m = newManager();
+  }
   if (strcmp(task, "version") == 0) printf("%u %u\n", bx_version(), BX_C_VERSION);
   if (strcmp(task, "misuse") == 0) misuse();
   if (strcmp(task, "lanes") == 0) connectAll(words + 2, count - 2);
