@@ -163,9 +163,9 @@ BX_SERIAL_COM_API std::string traceError();
 // A serial port of this machine, and what its adapter says of itself; empty, or 0: not known.
 struct PortInfo {
   std::string port;
-  std::string stableName;            // by which it is the same after it was unplugged, such as /dev/serial/by-id/...
-  std::string description;           // for people: the product, else what the system calls the port
-  std::string transport = "native";  // or "USB", or "Bluetooth"
+  std::string stableName;   // by which it is the same after it was unplugged, such as /dev/serial/by-id/...
+  std::string description;  // for people: the product, else what the system calls the port
+  std::string transport;    // "native", "USB" or "Bluetooth"
   int usbVendorId = 0;
   int usbProductId = 0;
   std::string manufacturer;

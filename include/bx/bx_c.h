@@ -116,8 +116,8 @@ BX_C_API int32_t bx_create(uint32_t version, bx_manager** m);
 /* Cancels the manager's calls, waits until they have returned, and closes all ports, in less than 100 ms; nothing is
  * sent. Streams are not stopped: a device goes on until its host was silent for a minute. */
 BX_C_API int32_t bx_destroy(bx_manager* m);
-/* The same for all managers; cancels end as well. Returns once no thread is inside the library, nor one of its own
- * runs: it may be unloaded then. All can be created again. */
+/* The same for all managers; cancels and the trace file end as well. Returns once no thread is inside the library, nor
+ * one of its own runs: it may be unloaded then. All can be created again. */
 BX_C_API int32_t bx_shutdown(void);
 
 /* A cancel may be given to many calls, at once and one after the other. Signalled, it ends them all with

@@ -53,13 +53,14 @@ auto& find(Map& map, typename Map::key_type key) {
 // when it is destroyed.
 void closePorts(const Sessions& managers) {
   std::vector<std::shared_ptr<BXDevice>> devices;
-  std::vector<std::future<void>> closings;  // end with them
   for (const auto& [key, session] : managers) {
-    for (const auto& port : session->manager.getPorts()) {
-      const auto& device = devices.emplace_back(session->manager.shareDevice(port));
-      if (device) closings.push_back(std::async([&link = device->getSerialCom()] { link.closePort(); }));
-    }
+    for (const auto& port : session->manager.getPorts()) devices.push_back(session->manager.shareDevice(port));
   }
+  std::erase(devices, nullptr);
+  const auto close = [&](std::size_t i) { devices[i]->getSerialCom().closePort(); };
+  std::vector<std::future<void>> others;  // end with them
+  for (std::size_t i = 1; i < devices.size(); ++i) others.push_back(std::async(close, i));
+  if (!devices.empty()) close(0);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include "Host.h"
 
 #include <pthread.h>
-#include <signal.h>
 #include <stddef.h>
 #include <string.h>
 #include <time.h>
@@ -96,14 +95,9 @@ static void connectAll(char** ports, int count) {
   for (int i = 0; i < count; ++i) {
     while (takeAll(ports[i]) == 0) letPass(10);
   }
-  const char* const device = getenv("DEVICE"); /* its process: a line that nobody reads takes nothing more */
-  if (device) kill(atoi(device), SIGSTOP);
   begin = secondsNow();
   WORKS(bx_destroy(m));
-  const double took = secondsNow() - begin;
-  if (device) kill(atoi(device), SIGCONT);
-  printf("and destroyed in %.3f s\n", took);
-  CHECK(took < 1);
+  printf("and destroyed, as they stream, in %.3f s\n", secondsNow() - begin);
 }
 
 static char* contentOf(const char* path) {

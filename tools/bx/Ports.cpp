@@ -26,7 +26,7 @@ Json documentOf(const link::PortInfo& port, const Holders& holders) {
   MORVA::setText(document, "port", port.port);
   setIfKnown(document, "stableName", port.stableName);
   setIfKnown(document, "description", port.description);
-  MORVA::setText(document, "transport", port.transport);
+  setIfKnown(document, "transport", port.transport);
   if (port.usbVendorId != 0) {
     MORVA::setInteger(document, "usbVendorId", port.usbVendorId);
     MORVA::setInteger(document, "usbProductId", port.usbProductId);

@@ -54,7 +54,7 @@ bool Loop::await(MutexLock& lock, std::optional<Time> until) {
     lead(lock, until);
   } else if (!until) {
     changed_.wait(lock.native());
-  } else if (changed_.wait_until(lock.native(), *until) == std::cv_status::timeout) {
+  } else if (changed_.wait_until(lock.native(), *until) == std::cv_status::timeout && !stopped_) {
     changed_.wait_for(lock.native(), grace);
   }
   --waiting_;

@@ -59,6 +59,8 @@ PortInfo describe(const fs::path& terminal, const std::string& hardware) {
   } else if (hardware.find("usb") != std::string::npos) {
     info.transport = "USB";
     describeUsb(terminal, info);
+  } else {
+    info.transport = "native";
   }
   info.description = info.product.empty() ? terminal.filename().string() : info.product;
   return info;
