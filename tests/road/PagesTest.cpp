@@ -36,6 +36,8 @@ TEST(Pages, HoldHostsThatAreBuiltAndRunAsPrinted) {
       $FOLDER/shots /dev/none | 1 | | shots: /dev/none: no such port
       bx-sim --rate 500 --fault to-host:stream:300:hangup
       $FOLDER/shots $PORT | 1 | *** | shot 1: ***\nshots: $PORT: ...hung up
+      bx-sim --rate 500 --fault to-host:stream:300:restart
+      $FOLDER/shots $PORT | 1 | *** | shot 1: ***\nshots: $PORT: ...
       bx-sim --script <(echo '6F03 =')
       $FOLDER/shots $PORT | 1 | | shots: $PORT: ...refused by the device...)",
                     {{"PAGE", page}, {"FILE", file}, {"FLAGS", flags + libraries}});
@@ -51,9 +53,7 @@ TEST(Pages, HoldASetUpForTheHostInCpp) {
     bx-sim --rate 1000
     $FOLDER/shots $PORT "$RING" | 0 | *** | shot 1: -39.***\nshot 5: ...
     bx-sim --fault to-device:ring-upload:1:refuse
-    $FOLDER/shots $PORT "$RING" | 1 | | shots: $PORT: refused by the device (request 6C...)
-    bx-sim --rate 500 --fault to-host:stream:300:restart
-    $FOLDER/shots $PORT "$RING" | 1 | *** | shot 1: ***\nshots: $PORT: ...session)",
+    $FOLDER/shots $PORT "$RING" | 1 | | shots: $PORT: refused by the device (request 6C...))",
       {{"FLAGS", flags + cppLibraries}, {"RING", readFile(BX_SOURCE_DIR "/examples/ring-25m-precision-pistol.json")}});
 }
 
