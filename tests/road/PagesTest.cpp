@@ -11,7 +11,7 @@ namespace {
 
 // `set -v` shows each command as it is read.
 TEST(Pages, HoldDialoguesThatRunAsPrinted) {
-  for (const char* page : {"README.md", "docs/technician.md"}) {
+  for (const char* page : {"README.md", "docs/technician.md", "docs/report.md"}) {
     SCOPED_TRACE(page);
     const std::string printed = Program({"scripts/print-blocks", page, "$ bx"}).await().out;
     const std::string shown = std::regex_replace(printed, std::regex("(^|\n)\\$ |\n$"), "$1");
