@@ -19,7 +19,7 @@ endif()
 if(WIN32)
   # Windows 10, and none of what windows.h would define beside it. Programs and libraries carry their runtime.
   target_compile_definitions(bx_options INTERFACE _WIN32_WINNT=0x0A00 WIN32_LEAN_AND_MEAN NOMINMAX)
-  target_link_options(bx_options INTERFACE -static)
+  target_link_options(bx_options INTERFACE -static $<$<CONFIG:Release>:-s>)
   target_link_libraries(bx_options INTERFACE ws2_32 mswsock)
 endif()
 if(BX_SANITIZE)
@@ -105,7 +105,6 @@ function(bx_shared name export)
   set_target_properties(${name} PROPERTIES EXPORT_NAME ${export})
   if(WIN32)
     set_target_properties(${name} PROPERTIES PREFIX "")
-    target_link_options(${name} PRIVATE $<$<CONFIG:Release>:-s>)
   elseif(NOT BX_SINGLE_LIBRARY)
     set_target_properties(${name} PROPERTIES
       VERSION ${PROJECT_VERSION}

@@ -28,8 +28,12 @@ TEST(C, RefusesWhatIsNoManagerOrNoSense) {
 
 TEST(C, ConnectsManyLanesAtOnce) {
   expectDialogues(R"(
-    bx-sim --rate 100 --lanes 32 --link $FOLDER/lane%d
-    $BX lanes $FOLDER/lane{0..31} | 0 | ***32 lanes connected in***destroyed, as they stream, in*** | ***)");
+    bx-sim --lanes 2 --link lane% | 2 | | bx-sim: lane%: needs %d...
+    bx-sim --lanes 2 --link $FOLDER/l%d >&2 & until [ -e $FOLDER/l1 ]; do :; done; kill %1; wait %1; ls $FOLDER | 0 | | ***
+    ln -s /dev/pts/gone $FOLDER/lane7 | 0 | |
+    bx-sim --rate 100 --lanes 32 --link $FOLDER/lane%d --transcript $FOLDER/%d-%d.txt
+    $BX lanes $FOLDER/lane{0..31} | 0 | ***32 lanes connected in***destroyed, as they stream, in*** | ***
+    ls $FOLDER \p grep -c "^\([0-9]*\)-\1.txt$"; test -s $FOLDER/31-31.txt | 0 | 32 |)");
 }
 
 TEST(C, EndsAtAnyMoment) {

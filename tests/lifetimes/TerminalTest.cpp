@@ -8,10 +8,8 @@
 
 #include <cerrno>
 #include <csignal>
-#include <filesystem>
 #include <random>
 
-#include "simulator/Lane.h"
 #include "tests/lifetimes/Lifetimes.h"
 
 static std::atomic<bool> abortsRead = false;  // the next one of a terminal's host, as one that was cancelled
@@ -28,7 +26,6 @@ extern "C" ssize_t read(int handle, void* bytes, size_t size) {
 namespace BX::test {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 sim::Bytes garbage(std::size_t size) {
@@ -152,24 +149,6 @@ TEST_F(Terminal, IsFreeOnceItIsClosedThoughAForkedChildHoldsIt) {
   EXPECT_TRUE(com.openPort()) << link::lastError(port);
   ::kill(child, SIGKILL);
   ::waitpid(child, nullptr, 0);
-}
-
-TEST(Lane, HasALinkAndATranscriptOfItsOwn) {
-  EXPECT_EQ(sim::laneName("%d/%d%d.txt", 10), "10/1010.txt");
-  EXPECT_FALSE(sim::tellsLanesApart("lane%"));
-  const std::string pattern = testing::TempDir() + "bx-" + std::to_string(::getpid()) + "-lane%d";
-  ASSERT_TRUE(sim::tellsLanesApart(pattern));
-  const std::string link = sim::laneName(pattern, 7);
-  fs::create_symlink("/dev/pts/gone", link);
-  {
-    const sim::Lane lane(7, {}, {pattern, pattern + ".txt"});
-    EXPECT_EQ(fs::read_symlink(link), lane.name());
-    BXSerialCom host;
-    ASSERT_TRUE(host.initializePort(link) && host.openPort() && host.sendStartupCommand());
-  }
-  EXPECT_FALSE(fs::exists(fs::symlink_status(link)));
-  EXPECT_GT(fs::file_size(link + ".txt"), 0U);
-  fs::remove(link + ".txt");
 }
 
 }  // namespace

@@ -15,5 +15,9 @@ TEST(Windows, EndsWithOneLineWhenTheDeviceIsKilledInTraining) {
   expectDialogues(readFile(BX_SOURCE_DIR "/tests/windows/killed.txt"));
 }
 
+TEST(Windows, CarriesHostsInCAndIsGoneAfterThem) {
+  expectDialogues(readFile(BX_SOURCE_DIR "/tests/windows/c.txt"));
+}
+
 }  // namespace
 }  // namespace BX::test

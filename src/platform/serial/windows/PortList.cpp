@@ -1,4 +1,4 @@
-// The serial ports as their drivers enter them into the registry, which tells their names and nothing else.
+// The serial ports as their drivers enter them into the registry, which tells their names and the drivers'.
 #include <windows.h>
 
 #include <algorithm>
@@ -30,6 +30,8 @@ std::vector<PortInfo> listPorts() {
     name.at(nameBytes / sizeof(wchar_t)) = 0;
     PortInfo info;
     info.port = std::filesystem::path(name.data()).string();
+    info.description = std::filesystem::path(driver.data()).filename().string();  // of such as \\Device\\VCP0
+    info.transport.clear();
     ports.push_back(std::move(info));
   }
   RegCloseKey(key);
