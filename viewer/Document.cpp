@@ -106,6 +106,10 @@ Number firstWithin(const Session& session, const Shot& shot, scoring::Millisecon
   return static_cast<std::int64_t>(shot.samplesBefore - session.aimBefore(shot, time).size());
 }
 
+Number afterOf(const Session& session, const Shot& shot) {
+  return static_cast<std::int64_t>(shot.samplesBefore + session.followThroughOf(shot).size());
+}
+
 void putHoldColumns(Writer& writer, const std::vector<ShotRow>& rows) {
   const auto column = [&](const char* key, double factor, auto figureOf) {
     putColumn(writer, key, rows, [&](const ShotRow& row) {
@@ -122,9 +126,10 @@ void putHoldColumns(Writer& writer, const std::vector<ShotRow>& rows) {
   column("length", hundredths, [](const scoring::Hold& hold) { return hold.traceLength; });
 }
 
-void putShots(Writer& writer, const Session& session, scoring::Gauge gauge) {
+// From `first` on.
+void putShots(Writer& writer, const Session& session, scoring::Gauge gauge, std::size_t first) {
   std::vector<ShotRow> rows;
-  for (const Shot& shot : session.shots()) rows.push_back(rowOf(session, gauge, shot));
+  for (const Shot& shot : std::span(session.shots()).subspan(first)) rows.push_back(rowOf(session, gauge, shot));
   const auto column = [&](const char* key, auto numberOf) { putColumn(writer, key, rows, numberOf); };
   const auto begin = [&](const char* key, scoring::Milliseconds time) {
     column(key, [&](const ShotRow& row) { return firstWithin(session, row.shot, time); });
@@ -147,8 +152,7 @@ void putShots(Writer& writer, const Session& session, scoring::Gauge gauge) {
   begin("second", scoring::lastSecond);
   begin("moments", scoring::lastMoments);
   column("end", [](const ShotRow& row) { return Number(row.shot.samplesBefore); });
-  column("after",
-         [&](const ShotRow& row) { return Number(row.shot.samplesBefore + session.followThroughOf(row.shot).size()); });
+  column("after", [&](const ShotRow& row) { return afterOf(session, row.shot); });
   putHoldColumns(writer, rows);
   writer.EndObject();
 }
@@ -183,6 +187,18 @@ void putFigures(Writer& writer, std::span<const Score> scores) {
   writer.EndObject();
 }
 
+// All figures, and those of series from `first` on.
+void putScores(Writer& writer, std::span<const Score> scores, std::size_t perSeries, std::size_t first) {
+  writer.Key("figures");
+  putFigures(writer, scores);
+  writer.Key("series");
+  writer.StartArray();
+  for (std::size_t at = first * perSeries; at < scores.size(); at += perSeries) {
+    putFigures(writer, scores.subspan(at, std::min(perSeries, scores.size() - at)));
+  }
+  writer.EndArray();
+}
+
 void putTarget(Writer& writer, const scoring::Face& face, scoring::Gauge gauge, std::span<const Score> scores,
                std::size_t perSeries) {
   const scoring::Micrometres edge = gauge == scoring::Gauge::Edge ? face.halfCalibre : 0;
@@ -200,14 +216,17 @@ void putTarget(Writer& writer, const scoring::Face& face, scoring::Gauge gauge, 
     writer.EndObject();
   }
   writer.EndArray();
-  writer.Key("figures");
-  putFigures(writer, scores);
-  writer.Key("series");
-  writer.StartArray();
-  for (std::size_t at = 0; at < scores.size(); at += perSeries) {
-    putFigures(writer, scores.subspan(at, std::min(perSeries, scores.size() - at)));
-  }
-  writer.EndArray();
+  putScores(writer, scores, perSeries, 0);
+  writer.EndObject();
+}
+
+// From `first` on.
+void putSamples(Writer& writer, const Session& session, std::size_t first) {
+  writer.Key("samples");
+  writer.StartObject();
+  putSampleColumns(
+      writer, std::span(session.samples()).subspan(first),
+      [](const scoring::Sample& sample) -> const auto& { return sample; });
   writer.EndObject();
 }
 
@@ -249,12 +268,40 @@ std::string documentOf(const Session& session, const Showing& showing) {
   }
   writer.EndArray();
   writer.Key("shots");
-  putShots(writer, session, showing.gauge);
-  writer.Key("samples");
-  writer.StartObject();
-  putSampleColumns(
-      writer, session.samples(), [](const scoring::Sample& sample) -> const auto& { return sample; });
+  putShots(writer, session, showing.gauge, 0);
+  putSamples(writer, session, 0);
   writer.EndObject();
+  return withoutMarkup(buffer);
+}
+
+std::string changesOf(const Session& session, const Showing& showing, std::size_t records, const std::string& state) {
+  const auto& shots = session.shots();
+  const auto isBefore = [&](const Shot& shot) { return shot.number - 1 + shot.samplesBefore < records; };
+  const auto known =
+      static_cast<std::size_t>(std::partition_point(shots.begin(), shots.end(), isBefore) - shots.begin());
+  const std::size_t perSeries = perSeriesOf(session, showing);
+  rapidjson::StringBuffer buffer;
+  Writer writer(buffer);
+  writer.StartObject();
+  put(writer, "start", session.start());
+  put(writer, "state", state);
+  put(writer, "perSeries", Number(perSeries));
+  put(writer, "after", known > 0 ? afterOf(session, shots[known - 1]) : std::nullopt);
+  writer.Key("targets");
+  writer.StartArray();
+  for (std::size_t i = 0; known < shots.size() && i < session.targets().size(); ++i) {
+    const auto scores = scoring::scoresOf(session, i, showing.gauge);
+    const auto isKnown = [&](const Score& score) { return score.shot->number <= known; };
+    const auto first = static_cast<std::size_t>(std::ranges::count_if(scores, isKnown)) / perSeries;
+    writer.StartObject();
+    put(writer, "firstSeries", Number(first));
+    putScores(writer, scores, perSeries, first);
+    writer.EndObject();
+  }
+  writer.EndArray();
+  writer.Key("shots");
+  putShots(writer, session, showing.gauge, known);
+  putSamples(writer, session, records - known);
   writer.EndObject();
   return withoutMarkup(buffer);
 }

@@ -28,10 +28,10 @@ std::string base64Of(std::string_view digest) {
   return text;
 }
 
-std::string policy() {
+std::string policy(bool isLive) {
   const auto digest = [](const char* hex) { return std::string("'sha256-").append(base64Of(hex)) + "'"; };
   return "default-src 'none'; script-src " + digest(asset::scriptDigest) + "; style-src " + digest(asset::styleDigest) +
-         "; img-src data:; base-uri 'none'; form-action 'none'";
+         "; img-src data:" + (isLive ? "; connect-src 'self'" : "") + "; base-uri 'none'; form-action 'none'";
 }
 
 std::string facesOf(const scoring::Session& session) {
@@ -48,10 +48,9 @@ std::string titleOf(const scoring::Session& session, std::size_t target) {
   return scoring::markupOf(name.empty() ? session.start() : name + ", " + session.start());
 }
 
-}  // namespace
-
-std::string pageOf(const scoring::Session& session, const Showing& showing) {
-  const std::array<std::pair<std::string_view, std::string>, 6> parts = {{{"policy", policy()},
+std::string makePage(const scoring::Session& session, const Showing& showing, bool isLive) {
+  const std::array<std::pair<std::string_view, std::string>, 7> parts = {{{"live", isLive ? " data-live" : ""},
+                                                                          {"policy", policy(isLive)},
                                                                           {"title", titleOf(session, showing.target)},
                                                                           {"style", asset::style},
                                                                           {"faces", facesOf(session)},
@@ -66,6 +65,16 @@ std::string pageOf(const scoring::Session& session, const Showing& showing) {
     rest.remove_prefix(at + mark.size());
   }
   return page.append(rest);
+}
+
+}  // namespace
+
+std::string pageOf(const scoring::Session& session, const Showing& showing) {
+  return makePage(session, showing, false);
+}
+
+std::string livePageOf(const scoring::Session& session, const Showing& showing) {
+  return makePage(session, showing, true);
 }
 
 }  // namespace BX::viewer
