@@ -31,7 +31,7 @@ std::string documentOf(const scoring::Session& session, const Showing& showing);
 // What brings a document of the first `records` shots and measurements up to date.
 //
 //   start, perSeries   of the session, as in the document
-//   state     "training", "lost" or "ended"
+//   state     "training", "lost", "ended" or "broken off"
 //   after     what it is now for the last shot of the document; null without one
 //   targets   empty unless shots came, else figures, and series from the one of index firstSeries on
 //   shots, samples   columns of what came

@@ -129,7 +129,7 @@ class EventServer::Listener {
       try {
         connection->advance();
       } catch (const std::exception&) {  // such as no memory for all of the feed
-        connection->close();
+        connection->drop();
       }
       isSending = isSending || connection->isSending();
     }

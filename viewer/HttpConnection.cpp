@@ -19,27 +19,24 @@ constexpr std::chrono::seconds requestTime{5};
 constexpr std::chrono::seconds sendTime{4};  // for each piece: a page may take as long as a slow line needs
 constexpr std::chrono::seconds closeTime{1};
 constexpr std::size_t piece = 16384;
-constexpr int sendBuffer = 16384;  // what waits in it hides that a viewer has stopped reading
-constexpr unsigned mostQuietTurns = 100;
-
-const auto stillHere = std::make_shared<const std::string>(":\n\n");
-
-bool isEnd(const std::string& text, const char* end) { return end == text.data() + text.size(); }
+constexpr int sendBuffer = 16384;             // what waits in it hides that a viewer has stopped reading
+constexpr std::chrono::seconds mostQuiet{5};  // so that a viewer that has left is noticed
 
 std::optional<std::uint64_t> numberIn(const std::string& text) {
   std::uint64_t number = 0;
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-  return read.ec == std::errc() && isEnd(text, read.ptr) ? std::optional(number) : std::nullopt;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end ? std::optional(number) : std::nullopt;
 }
 
 }  // namespace
 
 HttpConnection::HttpConnection(boost::asio::ip::tcp::socket socket, Site& site)
-    : stream_(std::move(socket)), received_(mostRequest), site_(site) {
+    : socket_(std::move(socket)), received_(mostRequest), site_(site) {
   request_.header_limit(mostRequest);
   Error ignored;
-  stream_.socket().set_option(boost::asio::socket_base::send_buffer_size(sendBuffer), ignored);
-  stream_.socket().set_option(boost::asio::ip::tcp::no_delay(true), ignored);
+  socket_.set_option(boost::asio::socket_base::send_buffer_size(sendBuffer), ignored);
+  socket_.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
 }
 
 HttpConnection::~HttpConnection() {
@@ -47,8 +44,8 @@ HttpConnection::~HttpConnection() {
 }
 
 void HttpConnection::start() {
-  stream_.expires_after(requestTime);
-  http::async_read(stream_, received_, request_,
+  deadline_ = Clock::now() + requestTime;
+  http::async_read(socket_, received_, request_,
                    [self = shared_from_this()](Error error, std::size_t) { self->onRequest(error); });
 }
 
@@ -103,30 +100,30 @@ void HttpConnection::respond(std::string_view status, std::string_view fields, c
   text += "\r\n";
   if (request_.get().method() != http::verb::head) text += body;
   send(std::make_shared<const std::string>(std::move(text)));
-  if (!isViewer_) return;
-  stream_.expires_never();
-  drain();
+  if (isViewer_) drain();
 }
 
 void HttpConnection::advance() {
+  const auto now = Clock::now();
+  if (now >= deadline_) return isSending() ? drop() : close();
   if (!isViewer_ || isSending()) return;
   if (auto text = site_.feed.next(place_)) {
     send(std::move(text));
-  } else if (++quietTurns_ >= mostQuietTurns) {
-    send(stillHere);
+  } else if (now >= quietUntil_) {
+    send(std::make_shared<const std::string>(":\n\n"));
   }
 }
 
 void HttpConnection::send(std::shared_ptr<const std::string> text) {
   text_ = std::move(text);
   sent_ = 0;
-  quietTurns_ = 0;
+  quietUntil_ = Clock::now() + mostQuiet;
   sendMore();
 }
 
 void HttpConnection::sendMore() {
-  stream_.expires_after(sendTime);
-  stream_.async_write_some(boost::asio::buffer(boost::asio::buffer(*text_) + sent_, piece),
+  deadline_ = Clock::now() + sendTime;
+  socket_.async_write_some(boost::asio::buffer(boost::asio::buffer(*text_) + sent_, piece),
                            [self = shared_from_this()](Error error, std::size_t count) {
                              if (error) return self->close();
                              self->sent_ += count;
@@ -137,18 +134,19 @@ void HttpConnection::sendMore() {
 
 void HttpConnection::onSent() {
   text_.reset();
+  deadline_ = Clock::time_point::max();
   if (isViewer_) return;
   // To close at once would take back what is on its way, while something of the request is unread.
   Error ignored;
-  stream_.socket().shutdown(boost::asio::ip::tcp::socket::shutdown_send, ignored);
-  stream_.expires_after(closeTime);
+  socket_.shutdown(boost::asio::ip::tcp::socket::shutdown_send, ignored);
+  deadline_ = Clock::now() + closeTime;
   drain();
 }
 
 // Reads, and ignores, what still comes, up to the end.
 void HttpConnection::drain() {
   received_.clear();
-  stream_.async_read_some(received_.prepare(mostRequest), [self = shared_from_this()](Error error, std::size_t) {
+  socket_.async_read_some(received_.prepare(mostRequest), [self = shared_from_this()](Error error, std::size_t) {
     if (error) return self->close();
     self->drain();
   });
@@ -156,8 +154,14 @@ void HttpConnection::drain() {
 
 void HttpConnection::close() {
   Error ignored;
-  stream_.socket().shutdown(boost::asio::ip::tcp::socket::shutdown_both, ignored);
-  stream_.close();
+  socket_.shutdown(boost::asio::ip::tcp::socket::shutdown_both, ignored);
+  socket_.close(ignored);
+}
+
+void HttpConnection::drop() {
+  Error ignored;
+  socket_.set_option(boost::asio::socket_base::linger(true, 0), ignored);
+  socket_.close(ignored);
 }
 
 }  // namespace BX::viewer

@@ -3,11 +3,12 @@
 
 #include <utility>  // before Boost's, which lack it
 // clang-format off
+#include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
 // clang-format on
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,12 +34,15 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   HttpConnection& operator=(const HttpConnection&) = delete;
 
   void start();
-  // Sends a viewer its next event, when it has taken the one before. To be called at regular intervals.
+  // Sends a viewer its next event, when it has taken the one before, and lets go whoever keeps us waiting for too long.
+  // To be called at regular intervals.
   void advance();
   bool isSending() const { return text_ != nullptr; }
-  void close();
+  // At once; what is on its way is taken back.
+  void drop();
 
  private:
+  using Clock = std::chrono::steady_clock;
   using Error = boost::system::error_code;
 
   void onRequest(Error error);
@@ -48,16 +52,17 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   void send(std::shared_ptr<const std::string> text);
   void sendMore();
   void onSent();
-  void onText(void (HttpConnection::*next)(Error));
   void drain();
+  void close();
 
-  boost::beast::tcp_stream stream_;
+  boost::asio::ip::tcp::socket socket_;
+  Clock::time_point deadline_;  // of what goes on
   boost::beast::flat_buffer received_;
   boost::beast::http::request_parser<boost::beast::http::empty_body> request_;
   Site& site_;
   Place place_;
   bool isViewer_ = false;
-  unsigned quietTurns_ = 0;                  // since something was sent
+  Clock::time_point quietUntil_;
   std::shared_ptr<const std::string> text_;  // on its way
   std::size_t sent_ = 0;                     // of it
 };

@@ -14,6 +14,8 @@ const char* nameOf(LiveSession::State state) {
       return "lost";
     case LiveSession::State::Ended:
       return "ended";
+    case LiveSession::State::BrokenOff:
+      return "broken off";
   }
   return "";
 }

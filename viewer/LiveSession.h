@@ -16,7 +16,7 @@ namespace BX::viewer {
 // that all viewers read from, each at its own place. A document is an event "session"; changes have no name.
 class LiveSession : public Feed {
  public:
-  enum class State { Training, Lost, Ended };
+  enum class State { Training, Lost, Ended, BrokenOff };
 
   // Until the session begins its viewers get nothing.
   void begin(const rapidjson::Value& header);

@@ -24,13 +24,17 @@ bool showsTable(const Console& console, const Output& output) {
 
 }  // namespace
 
-Recorder::Recorder(Console& console, std::string port, const Output& output)
+Recorder::Recorder(Console& console, std::string port, const Output& output, const std::string& live)
     : console_(console),
       port_(std::move(port)),
       records_(console, output),
       table_(showsTable(console, output) ? std::optional<LiveTable>(console) : std::nullopt),
       ringTarget_(noTarget),
-      silhouetteTarget_(noTarget) {}
+      silhouetteTarget_(noTarget) {
+  if (live.empty()) return;
+  live_.emplace(live);
+  note("Live page: " + live_->url());
+}
 
 void Recorder::begin(Json header, const std::optional<Json>& target) {
   auto& root = header.getDocument();
@@ -43,20 +47,36 @@ void Recorder::begin(Json header, const std::optional<Json>& target) {
   }
   records_.begin(header);
   if (table_) table_->begin(header);
+  if (live_) live_->begin(header);
   start_ = Clock::now();
   showsTime_ = true;
 }
 
 void Recorder::add(Json record) {
   latest_ = now();
-  writer_.add([this, record = std::move(record), received = latest_] { return write(record, received); });
+  const auto shared = std::make_shared<const Json>(std::move(record));
+  if (live_) live_->add(shared, latest_);
+  writer_.add([this, shared, received = latest_] { return write(*shared, received); });
+}
+
+void Recorder::beginGap() {
+  isLost_ = true;
+  showLive(LiveView::State::Lost);
 }
 
 void Recorder::endGap() {
-  writer_.add([this, from = latest_, to = now()] {
+  const auto to = now();
+  isLost_ = false;
+  if (live_) live_->addGap(latest_, to);
+  showLive(LiveView::State::Training);
+  writer_.add([this, from = latest_, to] {
     records_.addGap(from, to);
     return true;
   });
+}
+
+void Recorder::showLive(LiveView::State state) {
+  if (live_) live_->setState(state);
 }
 
 void Recorder::warn(const std::string& text) {
@@ -74,6 +94,8 @@ void Recorder::showConnecting() {
 }
 
 void Recorder::finish() {
+  showLive(isLost_ ? LiveView::State::BrokenOff : LiveView::State::Ended);
+  if (live_) live_->finish();
   writer_.finish();
   screen_.finish();
 }

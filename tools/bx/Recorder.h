@@ -9,6 +9,7 @@
 #include <string>
 
 #include "LiveTable.h"
+#include "LiveView.h"
 #include "Records.h"
 #include "WriterThread.h"
 
@@ -16,8 +17,9 @@ namespace BX::tool {
 
 class Recorder {
  public:
-  // A table is shown on a terminal when the records go elsewhere. Throws Failure when `output` cannot be begun.
-  Recorder(Console& console, std::string port, const Output& output);
+  // A table is shown on a terminal when the records go elsewhere, and a page is served at `live`, unless that is empty.
+  // Throws Failure when `output` cannot be begun, or the page cannot be served there.
+  Recorder(Console& console, std::string port, const Output& output, const std::string& live);
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 
@@ -27,7 +29,8 @@ class Recorder {
   void begin(Json header, const std::optional<Json>& target);
   // These return at once.
   void add(Json record);
-  // Since the last record something may have been missed.
+  // The device is lost; what comes is missed until the gap ends.
+  void beginGap();
   void endGap();
   void warn(const std::string& text);
   void note(const std::string& text);
@@ -38,7 +41,7 @@ class Recorder {
   std::size_t waiting() const { return writer_.waiting(); }
   // Whether nothing is written any more: nobody reads, or it has failed.
   bool isOver() const { return writer_.isOver(); }
-  // Blocks until all is written, and then until all is shown. Throws Failure when something could not be written.
+  // Blocks until all is written and shown. Throws Failure when something could not be written.
   void finish();
   // What was written until now.
   std::string summary() const { return records_.summary(); }
@@ -48,6 +51,7 @@ class Recorder {
   using Clock = std::chrono::steady_clock;
 
   Milliseconds now() const { return std::chrono::duration_cast<Milliseconds>(Clock::now() - start_); }
+  void showLive(LiveView::State state);
   bool write(const Json& record, Milliseconds received);
   void show(std::function<void()> task);
   void showRecord(const Json& record, Milliseconds received);
@@ -57,11 +61,13 @@ class Recorder {
   Console& console_;
   const std::string port_;
   Records records_;
+  std::optional<LiveView> live_;
   std::optional<LiveTable> table_;  // of the screen's thread
   Clock::time_point start_ = Clock::now();
   Milliseconds latest_{0};  // when the last record was received
   std::int32_t ringTarget_;
   std::int32_t silhouetteTarget_;
+  bool isLost_ = false;
   bool isWarned_ = false;
   std::atomic<bool> showsTime_ = false;
   WriterThread screen_{[this] { showTime(); }};

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "bx/DocumentKeys.h"
+#include "morva/KeyedAccess.h"
 
 namespace BX::tool {
 
@@ -34,6 +35,15 @@ std::string counted(std::size_t count, const std::string& what) {
 }
 
 void setReceived(Json& record, Milliseconds time) { setTime(record, "received", time); }
+
+Json gapBetween(Milliseconds from, Milliseconds to) {
+  Json times;
+  setTime(times, "from", from);
+  setTime(times, "to", to);
+  Json gap;
+  MORVA::setDocument(gap, "gap", times);
+  return gap;
+}
 
 std::string timeNow() {
   using namespace std::chrono;
@@ -78,10 +88,7 @@ void Records::addGap(Milliseconds from, Milliseconds to) {
   ++gaps_;
   missing_ = missing_.load() + (to - from);
   if (!file_) return;
-  Json gap;
-  setTime(gap, "from", from);
-  setTime(gap, "to", to);
-  write(R"({"gap":)" + gap.toString() + '}');
+  write(gapBetween(from, to).toString());
 }
 
 std::string Records::summary() const {

@@ -25,6 +25,9 @@ std::string counted(std::size_t count, const std::string& what);
 // Since the start of the session, as its file tells it.
 void setReceived(Json& record, Milliseconds time);
 
+// The line of a session file for a time in which something may have been missed.
+Json gapBetween(Milliseconds from, Milliseconds to);
+
 // The time now, as ISO 8601 in UTC.
 std::string timeNow();
 

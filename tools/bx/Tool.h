@@ -60,6 +60,7 @@ struct TrainOptions {
   double retry = 0;                 // seconds to try to come back after a loss; 0: none
   bool shotsOnly = false;           // no measurements on standard output
   std::string output;               // empty: standard output
+  std::string live;                 // ADDRESS:PORT at which a page follows; empty: none
 };
 
 struct DownloadOptions {

@@ -38,7 +38,8 @@ class TrainSession {
       : tool_(tool),
         options_(options),
         configuration_(loadConfiguration(tool, options.files)),
-        recorder_(tool.console, options.port, {options.output, tool.global.overwrite, options.shotsOnly}) {
+        recorder_(tool.console, options.port, {options.output, tool.global.overwrite, options.shotsOnly},
+                  options.live) {
     if (!options.output.empty() && options.output == tool.global.trace) {
       throw Failure(wrongUsage, options.output + ": is given as --output and as --trace");
     }
@@ -162,6 +163,7 @@ class TrainSession {
     while (const auto loss = followTraining(*connection_, take, goesOn)) {
       std::string problem =
           options_.port + (loss->atEnd ? ": stop training: " : ": training: ") + explain(loss->failure);
+      recorder_.beginGap();
       if (loss->atEnd || options_.retry <= 0) return problem;
       const auto obstacle = comeBack(problem, end);
       if (!obstacle || interrupted()) recorder_.endGap();
