@@ -34,7 +34,7 @@ function squareOf(kind) {
 }
 
 function showView(kind) {
-  Object.assign(view, squareOf(kind), { kind });
+  if (kind !== 'own') Object.assign(view, squareOf(kind), { kind });
   applyView();
 }
 

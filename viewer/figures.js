@@ -3,9 +3,7 @@
 function drawSession() {
   const { figures, rings, name } = shown.target;
   byId('name').textContent = name || 'Target without a name';
-  const about = [counted(shown.shots.length, 'shot'), counted(samples.x.length, 'measurement'),
-    session.start.replace('T', ' ').replace('Z', ' UTC'), session.device];
-  byId('about').textContent = about.filter((word) => word).join(' · ');
+  drawAbout();
   const { scored } = figures;
   byId('totals').replaceChildren(...(rings.length
     ? [html('strong', {}, figures.total), ` / ${scored * rings[0].value}`, ` · ${decimal(figures.tenths / 10, 1)}`,
@@ -41,6 +39,12 @@ function drawGroup() {
     ['Deviation across', lengthText(figures.deviationX), 'Standard deviation, over n − 1'],
     ['Deviation up', lengthText(figures.deviationY), 'Standard deviation, over n − 1'],
   ]);
+}
+
+function drawAbout() {
+  const about = [counted(shown.shots.length, 'shot'), counted(samples.x.length, 'measurement'),
+    session.start.replace('T', ' ').replace('Z', ' UTC'), session.device];
+  byId('about').textContent = about.filter((word) => word).join(' · ');
 }
 
 // ---- Series

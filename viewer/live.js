@@ -1,7 +1,5 @@
 // A session as it goes on: events add to the columns, and what they change is drawn anew.
 
-const isLive = document.documentElement.hasAttribute('data-live');
-
 const states = {
   waiting: 'Waiting for the device',
   training: 'Live',
@@ -13,6 +11,7 @@ const states = {
 const isOver = (state) => state === 'ended' || state === 'broken off';
 
 function showState(state) {
+  byId('state').hidden = false;
   byId('state').dataset.state = state;
   byId('state').textContent = states[state];
 }
@@ -33,7 +32,9 @@ function takeChanges(changes) {
   if (changes.start !== session.start) return location.reload();
   showState(changes.state);
   const isFollowing = chosen.shot === (shown.shots.at(-1) ?? null);
-  if (changes.after !== null) shots.after[shotCount() - 1] = changes.after;
+  const last = shotCount() - 1;
+  const isLonger = last >= 0 && changes.after !== shots.after[last];
+  if (isLonger) shots.after[last] = changes.after;
   append(samples, changes.samples);
   append(shots, changes.shots);
   session.perSeries = changes.perSeries;
@@ -41,29 +42,41 @@ function takeChanges(changes) {
     const target = session.targets[i];
     Object.assign(target, { figures, series: [...target.series.slice(0, firstSeries), ...series] });
   });
-  // Whoever looks at the last shot looks at the next one, too.
-  const isNew = changes.targets.length > 0;
-  if (isNew && isFollowing) history.replaceState(null, '', addressOf({ shot: null }));
-  return drawNews(isNew);
+  const hasShots = changes.targets.length > 0;
+  if (hasShots && isFollowing) chooseNewest();
+  return drawNews(hasShots, isLonger && chosen.shot === last);
 }
 
-function drawNews(isNew) {
-  if (isNew) {
-    redraw();
+// Whoever looks at the last shot looks at the next one, too.
+function chooseNewest() {
+  showTarget(chosen.target);
+  const shot = shown.shots.at(-1) ?? null;
+  const isAmongAll = chosen.series === null;
+  history.replaceState(null, '', addressOf(isAmongAll ? { shot: null } : { shot, series: seriesOf(shot) }));
+}
+
+function drawNews(hasShots, hasMoreAfter = false) {
+  if (hasShots) {
+    draw({ hasGrown: true });
   } else {
     drawAbout();
-    if (chosen.shot === shotCount() - 1 && chosen.shot !== null) drawTraces();
+    if (hasMoreAfter) drawFollowThrough();
   }
   drawAim();
 }
 
-// Where the weapon points, and has pointed in the second before.
-const aimSamples = 1000; // milliseconds
+function drawFollowThrough() {
+  drawTrace();
+  drawShotGraphs(chosen.shot);
+}
+
+// Where the weapon points, and the way that it took there.
+const aimTail = 300; // milliseconds
 
 function drawAim() {
   const points = [];
   const last = samples.received.length - 1;
-  for (let i = last; i >= 0 && samples.received[last] - samples.received[i] <= aimSamples; --i) points.push(place(samples, i));
+  for (let i = last; i >= 0 && samples.received[last] - samples.received[i] <= aimTail; --i) points.push(place(samples, i));
   const isShown = byId('state').dataset.state === 'training' && points[0];
   byId('aim').replaceChildren(...(isShown ? [
     svg('path', { class: 'aim-trace', d: pathThrough(points) }),
@@ -72,6 +85,7 @@ function drawAim() {
 }
 
 function follow() {
+  if (byId('state').hidden) showState('waiting');
   const events = new EventSource('events');
   events.addEventListener('session', (event) => takeDocument(JSON.parse(event.data)));
   events.addEventListener('message', (event) => {
@@ -83,9 +97,4 @@ function follow() {
     showState('reconnecting');
     if (events.readyState === EventSource.CLOSED) setTimeout(follow, 2000); // refused, such as one viewer too many
   });
-}
-
-if (isLive) {
-  showState('waiting');
-  follow();
 }

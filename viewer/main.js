@@ -1,10 +1,10 @@
-// Draws what the address says, and what was changed only.
+// Draws what the address says, and what was changed only: a session that has grown is all drawn anew.
 
 let drawn = null;
 
-function draw() {
+function draw({ hasGrown = false } = {}) {
   const wanted = choiceInAddress();
-  const isNew = (key) => drawn === null || drawn[key] !== wanted[key];
+  const isNew = (key) => hasGrown || drawn === null || drawn[key] !== wanted[key];
   const [target, series] = [isNew('target'), isNew('target') || isNew('series')];
   Object.assign(chosen, wanted);
   if (target) {
@@ -25,7 +25,11 @@ function draw() {
   drawShot();
   drawShotGraphs(chosen.shot);
   drawChosenValue();
-  if (series || view.kind === 'shot') showView(target ? 'group' : view.kind);
+  if (hasGrown) {
+    showView(view.kind);
+  } else if (series || view.kind === 'shot') {
+    showView(target ? 'group' : view.kind);
+  }
   if (drawn !== null) sayShot();
   drawn = wanted;
 }
@@ -53,3 +57,4 @@ offerTargets();
 drawLayers();
 draw();
 listen();
+if (document.documentElement.hasAttribute('data-live')) follow();
