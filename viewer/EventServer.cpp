@@ -25,7 +25,7 @@ namespace asio = boost::asio;
 using Error = boost::system::error_code;
 using asio::ip::tcp;
 
-constexpr std::chrono::milliseconds turn{50};  // so that a viewer gets 20 events a second at most
+constexpr std::chrono::milliseconds turn{52};  // a viewer counts 20 events a second at most, late ones included
 constexpr std::size_t mostConnections = 128;   // those that follow, and those that ask
 
 struct Endpoint {

@@ -5,7 +5,7 @@
 //
 // HEAD is answered as well, and nothing else. A request has 8 KB, and 5 seconds to come. 64 viewers follow the events;
 // each reads from the feed at its own place, 20 times a second at most, so that nothing waits for a slow one. A viewer
-// that takes nothing for a few seconds is let go, and may come back to its place.
+// that takes nothing for two seconds is let go, and may come back to its place.
 #pragma once
 
 #include <chrono>

@@ -16,10 +16,10 @@ namespace http = boost::beast::http;
 constexpr std::size_t mostRequest = 8192;
 constexpr std::size_t mostViewers = 64;
 constexpr std::chrono::seconds requestTime{5};
-constexpr std::chrono::seconds sendTime{4};  // for each piece: a page may take as long as a slow line needs
+constexpr std::chrono::seconds sendTime{2};  // for each piece: a page may take as long as a slow line needs
 constexpr std::chrono::seconds closeTime{1};
 constexpr std::size_t piece = 16384;
-constexpr int sendBuffer = 16384;             // what waits in it hides that a viewer has stopped reading
+constexpr int sendBuffer = 8192;              // what waits in it hides that a viewer has stopped reading
 constexpr std::chrono::seconds mostQuiet{5};  // so that a viewer that has left is noticed
 
 std::optional<std::uint64_t> numberIn(const std::string& text) {

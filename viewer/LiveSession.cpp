@@ -47,7 +47,7 @@ std::shared_ptr<const std::string> LiveSession::next(Place& place) {
   const auto found = std::ranges::find_if(prepared_, [&](const Prepared& event) {
     return event.place.event == place.event && event.place.state == place.state;
   });
-  const auto text = found != prepared_.end() ? found->text : std::make_shared<const std::string>(eventFor(place));
+  auto text = found != prepared_.end() ? found->text : std::make_shared<const std::string>(eventFor(place));
   if (found == prepared_.end()) prepared_.push_back({place, text});
   // The state comes with changes only.
   place = {records_, place.event ? stateNumber_ : 0};

@@ -1,4 +1,5 @@
 """Pages of reports in a real browser. Usage: page_test.py BX, the tool; further arguments go to unittest."""
+import contextlib
 import itertools
 import json
 import pathlib
@@ -12,6 +13,7 @@ from selenium import webdriver
 from selenium.webdriver import ActionChains
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.support.wait import WebDriverWait
 
 BX = pathlib.Path(sys.argv.pop(1)).resolve()
 HERE = pathlib.Path(__file__).parent
@@ -25,6 +27,13 @@ def report(session, suffix="html"):
     if not path.exists():
         subprocess.run([BX, "--quiet", "report", HERE / f"{session}.jsonl", "--output", path], check=True)
     return path
+
+
+@contextlib.contextmanager
+def started(program, *arguments):
+    with subprocess.Popen([BX.with_name(program), *arguments], stdout=-1, stderr=-1, text=True) as process:
+        yield process
+        process.terminate()
 
 
 def setUpModule():
@@ -89,6 +98,19 @@ class Page(unittest.TestCase):
         for address in ("#shot=1", "#target=2"):
             self.open("downloaded", address)
             self.assertNotRegex(one("body").text, r"\d\s?s\b")
+
+    def test_follows_a_training_to_what_its_report_shows(self):
+        path = pathlib.Path(FOLDER.name, "followed.jsonl")
+        with started("bx-sim", "--rate", "300") as device:
+            with started("bx", "--skip-startup", "train", device.stdout.readline().strip(), "--live", "--output", path,
+                         "--target", HERE / "../../examples/ring-25m-precision-pistol.json") as training:
+                browser.get(next(filter(None, (re.search(r"http\S+", line) for line in training.stderr)))[0])
+                WebDriverWait(browser, 60).until(lambda _: script("shotCount()") > 3)
+                training.terminate()
+                WebDriverWait(browser, 60).until(lambda _: one("#state").text == "Training is over")
+        live = script("[session, byId('page').innerText]")
+        self.open(path.with_suffix(""))
+        self.assertEqual(live, script("[session, byId('page').innerText]"))
 
     def test_is_chosen_by_keys_and_by_links(self):
         self.open("aimed", "#shot=1")

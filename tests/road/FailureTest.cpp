@@ -23,6 +23,8 @@ TEST(Failure, OfPortsFilesAndUsageIsToldBeforeADeviceIsAsked) {
     bx settings /dev/none --device <(yes) | 2 | | bx: ...: read: larger than 16 MiB
     bx target /dev/none $FOLDER/x | 2 | | bx: $FOLDER/x: read: No such file or directory
     bx target /dev/none $FOLDER | 2 | | bx: $FOLDER: read: Is a directory
+    bx train --live 127.0.0.1:65536 /dev/none | 2 | | bx: 127.0.0.1:65536: no ADDRESS:PORT, such as 127.0.0.1:8080 or [::1]:8080
+    bx train /dev/none --live 192.0.2.1:0 | 2 | | bx: 192.0.2.1:0: listen: Cannot assign requested address
     bx download /dev/none --output $FOLDER/no/x | 2 | | bx: $FOLDER/no/x: open: No such file or directory
     bx --trace $FOLDER/no/x info /dev/none | 2 | | bx: $FOLDER/no/x: open: No such file or directory)");
 }

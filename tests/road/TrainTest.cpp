@@ -72,6 +72,13 @@ TEST(Train, ShowsATableOnATerminalWhenTheRecordsGoElsewhere) {
     bx train $PORT --shots 1 --output $FOLDER/p | 0 | | bx: warning: ...\n... records, 1 shot in $FOLDER/p)");
 }
 
+TEST(Train, ServesAPageBesideItsFile) {
+  expectDialogues(R"(
+    bx-sim --rate 2000
+    $BX --skip-startup train $PORT --live --output $FOLDER/s 2>$FOLDER/e & until at=$(grep -o '127[^/]*' $FOLDER/e); do :; done; bx train /dev/none --live $at; exec 3<>/dev/tcp/${at/:/\/}; printf 'GET /events HTTP/1.1\r\nHost: localhost\r\n\r\n' >&3; until read -r line <&3; [[ $line == data* ]]; do :; done; kill $!; cat <&3 >$FOLDER/live; wait $! | 0 | | bx: 127.0.0.1:...: listen: in use by another program
+    grep '^id' $FOLDER/live \p tail -1 \p diff - <(echo id: $(grep -c Position $FOLDER/s)) && grep -c '"state":"ended"' $FOLDER/live | 0 | 1 |)");
+}
+
 // Nobody reads standard output until the device has been told to stop.
 TEST(Train, WritesAllThatWasAcknowledgedWhateverEndsIt) {
   const char* cases[][3] = {
