@@ -53,4 +53,9 @@ std::string printable(std::string_view text) { return cleaned(text, true); }
 
 std::filesystem::path pathOf(std::string_view utf8) { return std::u8string(utf8.begin(), utf8.end()); }
 
+std::string utf8Of(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+  return {text.begin(), text.end()};
+}
+
 }  // namespace BX::platform

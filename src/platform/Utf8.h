@@ -17,5 +17,6 @@ std::string printable(std::string_view text);
 
 // The path that UTF-8 names; a system whose paths are bytes takes any.
 std::filesystem::path pathOf(std::string_view utf8);
+std::string utf8Of(const std::filesystem::path& path);
 
 }  // namespace BX::platform

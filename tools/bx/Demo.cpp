@@ -27,7 +27,7 @@ namespace {
 // A name that no file has, in the folder for files that nobody keeps.
 std::string newReport() {
   const auto name = "bx-demo-" + std::to_string(std::random_device()()) + ".html";
-  return (std::filesystem::temp_directory_path() / name).string();
+  return platform::utf8Of(std::filesystem::temp_directory_path() / name);
 }
 
 class Demo {

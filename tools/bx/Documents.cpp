@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <fstream>
 #include <system_error>
 
+#include "InputFile.h"
 #include "bx/DocumentKeys.h"
 #include "morva/KeyedAccess.h"
 
@@ -28,8 +28,7 @@ std::string place(const std::string& text, std::size_t offset) {
 // No more of it than the largest document has: a path may name a device or a pipe without end.
 std::string readFile(const std::string& path) {
   constexpr std::size_t largest = std::size_t{16} << 20;
-  errno = 0;
-  std::ifstream file(platform::pathOf(path), std::ios::binary);
+  std::ifstream file = openInput(path);
   std::string text;
   std::array<char, 65536> chunk{};
   while (file && text.size() <= largest) {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
 #include <set>
 #include <system_error>
 #include <utility>
 
 #include "Console.h"
+#include "InputFile.h"
 #include "platform/codec/Control.h"
 #include "platform/codec/Payload.h"
 #include "platform/codec/Station.h"
@@ -165,8 +165,7 @@ RecordedEntry parseLine(const std::string& path, std::size_t line, const std::st
 // Sets `missing` when the last line is cut. A trace may be long, but not a line of it: a frame and the name of a port.
 std::vector<RecordedEntry> readEntries(const std::string& path, std::string& missing) {
   constexpr std::size_t longestLine = 65536;
-  errno = 0;
-  std::ifstream file(platform::pathOf(path), std::ios::binary);
+  std::ifstream file = openInput(path);
   std::vector<char> buffer(longestLine);
   std::vector<RecordedEntry> entries;
   std::size_t line = 0;

@@ -99,7 +99,7 @@ std::string summary(const Report& report) {
 void runReport(Tool& tool, const ReportOptions& options) try {
   const Format& format = formatOf(options.output);
   std::error_code unknown;
-  if (std::filesystem::equivalent(options.session, options.output, unknown)) {
+  if (std::filesystem::equivalent(platform::pathOf(options.session), platform::pathOf(options.output), unknown)) {
     throw Failure(wrongUsage, options.output + ": is the session itself");
   }
   platform::OutputFile file(options.output, tool.global.overwrite);

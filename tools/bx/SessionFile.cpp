@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "InputFile.h"
 #include "Records.h"
 
 namespace BX::tool {
@@ -64,9 +65,7 @@ std::unique_ptr<Line> documentOn(std::string text) {
 
 class LineReader {
  public:
-  explicit LineReader(const std::string& path) : path_(path), buffer_(longestLine) {
-    errno = 0;
-    file_.open(path, std::ios::binary);
+  explicit LineReader(const std::string& path) : path_(path), file_(openInput(path)), buffer_(longestLine) {
     if (!file_) refuse(errno);
   }
 
