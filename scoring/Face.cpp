@@ -20,9 +20,13 @@ double millimetresPer(const std::string& unit) {
   return unit == text::mm || unit == text::millimeters ? 1 : millimetresPerInch;
 }
 
+// By way of nanometres, of which half a calibre has a whole number in either unit: half of .375 in is 4762.5
+// micrometres, which doubles come to a little below, and which must not be rounded down for that.
 Micrometres toMicrometres(double millimetres) {
+  constexpr double nanometresPerMillimetre = 1'000'000;
+  constexpr Micrometres nanometresPerMicrometre = 1000;
   if (!(millimetres > 0 && millimetres <= mostMillimetres)) return 0;
-  return micrometresOf(millimetres);
+  return (std::llround(millimetres * nanometresPerMillimetre) + nanometresPerMicrometre / 2) / nanometresPerMicrometre;
 }
 
 struct RingReader {

@@ -121,7 +121,7 @@ std::size_t Session::endOfFollowThrough(const Shot& shot) const {
   std::size_t end = shot.number < shots_.size() ? shots_[shot.number].samplesBefore : samples_.size();
   if (shot.gapsBefore < gaps_.size()) end = std::min(end, gaps_[shot.gapsBefore]);
   const auto follows = [&](const Sample& sample) {
-    return sample.received && *sample.received <= *shot.received + followThrough;
+    return sample.received && *sample.received - *shot.received <= followThrough;
   };
   const auto first = samples_.begin() + static_cast<std::ptrdiff_t>(shot.samplesBefore);
   const auto last = samples_.begin() + static_cast<std::ptrdiff_t>(end);

@@ -81,6 +81,13 @@ void useTarget(Session& session, const std::string& path) {
   session.setTarget(target.getDocument());
 }
 
+void refuseInput(const std::string& output, const std::string& input, const std::string& role) {
+  std::error_code unknown;
+  if (std::filesystem::equivalent(platform::pathOf(input), platform::pathOf(output), unknown)) {
+    throw Failure(wrongUsage, output + ": is the " + role + " itself");
+  }
+}
+
 std::string tenths(int value) { return std::to_string(value / 10) + '.' + std::to_string(value % 10); }
 
 std::string summary(const Report& report) {
@@ -98,10 +105,8 @@ std::string summary(const Report& report) {
 
 void runReport(Tool& tool, const ReportOptions& options) try {
   const Format& format = formatOf(options.output);
-  std::error_code unknown;
-  if (std::filesystem::equivalent(platform::pathOf(options.session), platform::pathOf(options.output), unknown)) {
-    throw Failure(wrongUsage, options.output + ": is the session itself");
-  }
+  refuseInput(options.output, options.session, "session");
+  refuseInput(options.output, options.target, "target");
   platform::OutputFile file(options.output, tool.global.overwrite);
   Session session = readSession(tool, options.session);
   if (!options.target.empty()) useTarget(session, options.target);
