@@ -149,9 +149,9 @@ void discardInput(PortHandle handle) { PurgeComm(handle, PURGE_RXCLEAR); }
 
 // Drivers do not agree on what they report for an adapter that is no longer there.
 bool isHangUp(const boost::system::error_code& error) {
-  constexpr std::array<DWORD, 9> reported{ERROR_ACCESS_DENIED,     ERROR_INVALID_HANDLE,       ERROR_BAD_COMMAND,
-                                          ERROR_GEN_FAILURE,       ERROR_BROKEN_PIPE,          noSuchDevice,
-                                          ERROR_OPERATION_ABORTED, ERROR_DEVICE_NOT_CONNECTED, ERROR_DEVICE_REMOVED};
+  constexpr std::array<DWORD, 10> reported{
+      ERROR_ACCESS_DENIED, ERROR_INVALID_HANDLE,    ERROR_BAD_COMMAND,          ERROR_GEN_FAILURE,    ERROR_BROKEN_PIPE,
+      noSuchDevice,        ERROR_OPERATION_ABORTED, ERROR_DEVICE_NOT_CONNECTED, ERROR_DEVICE_REMOVED, ERROR_NOT_READY};
   return error == boost::asio::error::eof || std::ranges::count(reported, static_cast<DWORD>(error.value())) > 0;
 }
 
