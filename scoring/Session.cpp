@@ -1,14 +1,19 @@
 #include "scoring/Session.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "bx/DocumentKeys.h"
+#include "bx/bx_c.h"
 #include "scoring/Members.h"
 
 namespace BX::scoring {
 
 namespace {
+
+// No shot is aimed at for longer.
+constexpr double longestAim = 1e9;
 
 std::optional<Milliseconds> timeOf(const rapidjson::Value& record) {
   const rapidjson::Value& received = memberOf(record, "received");
@@ -16,14 +21,19 @@ std::optional<Milliseconds> timeOf(const rapidjson::Value& record) {
   return Milliseconds(received.GetInt64());
 }
 
+std::optional<double> aimingTimeOf(const rapidjson::Value& record) {
+  const auto seconds = numberOf(record, key::record::aimingTime);
+  return seconds && std::abs(*seconds) <= longestAim ? seconds : std::nullopt;
+}
+
 unsigned flagsOf(const rapidjson::Value& record) {
   unsigned flags = 0;
-  for (const auto& [key, flag] : {std::pair{key::record::lowSignal, LowSignal},
-                                  {key::record::highSignal, HighSignal},
-                                  {key::record::measureError, MeasureError},
-                                  {key::record::angleError, AngleError},
-                                  {key::record::fsiError, FsiError}}) {
-    if (integerOf(record, key).value_or(0) != 0) flags |= flag;
+  for (const auto& [key, flag] : {std::pair{key::record::lowSignal, BX_LOW_SIGNAL},
+                                  {key::record::highSignal, BX_HIGH_SIGNAL},
+                                  {key::record::measureError, BX_MEASURE_ERROR},
+                                  {key::record::angleError, BX_ANGLE_ERROR},
+                                  {key::record::fsiError, BX_FSI_ERROR}}) {
+    if (integerOf(record, key).value_or(0) != 0) flags |= static_cast<unsigned>(flag);
   }
   return flags;
 }
@@ -83,7 +93,7 @@ void Session::addShot(const rapidjson::Value& record) {
   shot.number = shots_.size() + 1;
   shot.ringTarget = targetNumberOf(record, key::ring::ringTargetNumber);
   shot.silhouetteTarget = targetNumberOf(record, key::silhouette::silhouetteTargetNumber);
-  shot.aimingTime = numberOf(record, key::record::aimingTime);
+  shot.aimingTime = aimingTimeOf(record);
   shot.rotationInDegrees = integerOf(record, key::record::rotationInDegrees);
   shot.tiltInDegrees = integerOf(record, key::record::tiltInDegrees);
   shot.samplesBefore = samples_.size();

@@ -23,15 +23,12 @@ inline constexpr Milliseconds lastSecond{1000};
 inline constexpr Milliseconds lastMoments{200};
 inline constexpr Milliseconds followThrough{500};
 
-// bx_c.h has the same bits.
-enum Flag : unsigned { LowSignal = 1, HighSignal = 2, MeasureError = 16, AngleError = 32, FsiError = 64 };
-
 // What shots and measurements have in common. What a record lacks, or tells beyond all ranges, is missing here, too.
 struct Sample {
   std::optional<Point> position;
   std::optional<Milliseconds> received;  // since the start of the session; a download has no times
   std::optional<int> tilt, rotation;     // sine times 1000
-  unsigned flags = 0;
+  unsigned flags = 0;                    // of bx_c.h: BX_LOW_SIGNAL and so on
 };
 
 struct Shot : Sample {
