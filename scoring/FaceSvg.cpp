@@ -15,6 +15,7 @@ namespace {
 constexpr auto paperColour = "#fbf5e6";
 constexpr auto inkColour = "#1e2022";
 constexpr auto hitColour = "#ffe14a";
+constexpr auto foreignColour = "#2a7fc9";  // stands out from black and from paper
 constexpr std::array pixelColours = {"#c9c1ae", "#8f8878", "#4e4a42"};
 
 // Millimetres without needless zeros.
@@ -126,10 +127,10 @@ std::string hitShapes(const Face& face, const Score& score) {
   const std::string number = std::to_string(score.shot->number);
   // So that the number stays within the hit.
   const Micrometres size = radius * 3 / static_cast<Micrometres>(number.size() + 1);
+  const char* const ink = score.isAtTarget ? inkColour : foreignColour;
   return "<circle" + attribute("class", "hit") + attribute("cx", x) + attribute("cy", y) + attribute("r", radius) +
-         attribute("fill", score.isAtTarget ? hitColour : "none") + attribute("stroke", inkColour) +
-         attribute("stroke-width", radius / 10) + "/>\n" +
-         centredText("hit-number", x, y, size, score.isAtTarget ? inkColour : hitColour, number);
+         attribute("fill", score.isAtTarget ? hitColour : "none") + attribute("stroke", ink) +
+         attribute("stroke-width", radius / 10) + "/>\n" + centredText("hit-number", x, y, size, ink, number);
 }
 
 }  // namespace
