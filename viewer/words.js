@@ -37,7 +37,7 @@ function offsetText(x, y) {
   return `${across}, ${lengthText(Math.abs(y))} ${y < 0 ? 'low' : 'high'}`;
 }
 
-const signals = [[1, 'low signal'], [2, 'high signal'], [16, 'measuring error'], [32, 'angle error'], [64, 'FSI error']];
+const signals = [[1, 'low signal'], [2, 'high signal'], [16, 'measure error'], [32, 'angle error'], [64, 'FSI error']];
 
 function signalText(flags) {
   const told = signals.filter(([bit]) => flags & bit).map(([, words]) => words);
