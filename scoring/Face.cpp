@@ -114,6 +114,8 @@ bool isSilhouette(const rapidjson::Value& target) {
 
 Micrometres micrometresOf(double millimetres) { return std::llround(millimetres * micrometresPerMillimetre); }
 
+double millimetresOf(Micrometres micrometres) { return static_cast<double>(micrometres) / micrometresPerMillimetre; }
+
 // Not std::hypot, for which glibc 2.35 has a version that no older one has.
 double apart(Point a, Point b) {
   const double x = a.x - b.x;

@@ -25,8 +25,9 @@ inline constexpr double millimetresPerPosition = 1;
 // Lengths and positions beyond it are none.
 inline constexpr double mostMillimetres = 10'000'000;
 
-// To the nearest micrometre.
+// To the nearest micrometre, and back.
 Micrometres micrometresOf(double millimetres);
+double millimetresOf(Micrometres micrometres);
 
 // Between the two, in millimetres.
 double apart(Point a, Point b);

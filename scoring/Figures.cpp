@@ -3,16 +3,11 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include <cmath>
-
 namespace BX::scoring {
 
 namespace {
 
 using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
-
-// To the micrometre.
-double rounded(double millimetres) { return std::round(millimetres * 1000) / 1000; }
 
 class Figures {
  public:
@@ -75,7 +70,9 @@ class Figures {
       writer_.Null();
       return;
     }
-    const auto length = [](std::optional<double> value) { return value ? std::optional(rounded(*value)) : value; };
+    const auto length = [](std::optional<double> value) {
+      return value ? std::optional(millimetresOf(micrometresOf(*value))) : value;
+    };
     writer_.StartObject();
     number("centreX", length(group->centre.x));
     number("centreY", length(group->centre.y));
@@ -95,7 +92,7 @@ class Figures {
     value ? writer_.Double(*value) : writer_.Null();
   }
   void diameter(const char* key, Micrometres radius) {
-    number(key, radius > 0 ? std::optional(static_cast<double>(2 * radius) / 1000) : std::nullopt);
+    number(key, radius > 0 ? std::optional(millimetresOf(2 * radius)) : std::nullopt);
   }
 
   Writer& writer_;

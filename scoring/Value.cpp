@@ -12,13 +12,16 @@ namespace {
 
 constexpr int tenthsInRing = 10;
 
-// From the outer line inwards, 0 to 9; `depth` is how far inside of the outer line the hit is.
+// From the outer line inwards, 0 to 9; `depth` is how far inside of the outer line the hit is, `width` more than 0.
 int tenthOf(Micrometres depth, Micrometres width) {
-  if (width == 0) return tenthsInRing - 1;
   return static_cast<int>(std::min<Micrometres>(depth * tenthsInRing / width, tenthsInRing - 1));
 }
 
 }  // namespace
+
+std::string decimalOf(int tenths) {
+  return std::to_string(tenths / tenthsInRing) + '.' + std::to_string(tenths % tenthsInRing);
+}
 
 Value valueOf(const Face& face, Gauge gauge, Point hit) {
   const Micrometres reach = gauge == Gauge::Edge ? face.halfCalibre : 0;
@@ -39,7 +42,7 @@ Value valueOf(const Face& face, Gauge gauge, Point hit) {
 
 int pixelClassOf(const Face& face, Point hit) {
   if (face.side == 0) return 0;
-  const double side = static_cast<double>(face.side) / 1000;
+  const double side = millimetresOf(face.side);
   const double row = std::floor((0.5 - hit.y / side) * bitmapRows);
   const double column = std::floor((0.5 + hit.x / side) * bitmapRows);
   if (row < 0 || column < 0 || row >= static_cast<double>(face.rows.size())) return 0;

@@ -1,6 +1,8 @@
 // What a hit is worth.
 #pragma once
 
+#include <string>
+
 #include "scoring/Face.h"
 
 namespace BX::scoring {
@@ -13,6 +15,9 @@ struct Value {
   int tenths = 0;  // the value with its tenth, in tenths: 93 is 9.3
   bool isInner = false;
 };
+
+// "9.3" of 93.
+std::string decimalOf(int tenths);
 
 // On a face with rings. With r the distance of the hit from the centre, R(k) the radius of ring k and c half the
 // calibre (0 by the centre), each a whole micrometre: the hit has the highest ring with r <= R(k) + c. Its tenths

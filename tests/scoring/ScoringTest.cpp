@@ -35,7 +35,7 @@ auto tableOf(const std::string& name) { return rowsOf(sourceText("tests/scoring/
 std::string textOf(const Value& value) {
   EXPECT_EQ(value.ring, value.tenths / 10);
   if (value.tenths == 0) return "0";
-  return std::to_string(value.ring) + '.' + std::to_string(value.tenths % 10) + (value.isInner ? " X" : "");
+  return decimalOf(value.tenths) + (value.isInner ? " X" : "");
 }
 
 std::string numbers(const std::vector<std::optional<double>>& values) {

@@ -8,6 +8,7 @@
 #include "Records.h"
 #include "SessionFile.h"
 #include "platform/OutputFile.h"
+#include "platform/Utf8.h"
 #include "scoring/FaceSvg.h"
 #include "scoring/Figures.h"
 #include "viewer/Page.h"
@@ -88,13 +89,11 @@ void refuseInput(const std::string& output, const std::string& input, const std:
   }
 }
 
-std::string tenths(int value) { return std::to_string(value / 10) + '.' + std::to_string(value % 10); }
-
 std::string summary(const Report& report) {
   const auto tally = scoring::tallyOf(report.scores);
   std::string text = counted(report.scores.size(), "shot");
   if (tally.scored > 0) {
-    text += ", " + std::to_string(tally.total) + ", with tenths " + tenths(tally.tenths) + ", " +
+    text += ", " + std::to_string(tally.total) + ", with tenths " + scoring::decimalOf(tally.tenths) + ", " +
             counted(static_cast<std::size_t>(tally.innerTens), "inner ten");
   }
   const std::size_t unscored = report.scores.size() - tally.scored;

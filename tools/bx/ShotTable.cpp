@@ -50,8 +50,7 @@ std::string lastValue(const scoring::Session& session) {
   const auto value = scoring::scoreOf(session, 0, scoring::Gauge::Edge, session.shots().back()).value;
   if (!value) return "  -";
   const std::string column = value->tenths < 100 ? " " : "";
-  return column + std::to_string(value->tenths / 10) + '.' + std::to_string(value->tenths % 10) +
-         (value->isInner ? "x" : "");
+  return column + scoring::decimalOf(value->tenths) + (value->isInner ? "x" : "");
 }
 
 }  // namespace BX::tool
