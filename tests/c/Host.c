@@ -7,7 +7,7 @@
 #include <string.h>
 #include <time.h>
 
-#include "scoring/bx_score.h"
+#include "bx/bx_score.h"
 
 _Static_assert(sizeof(bx_record) == 104 && offsetof(bx_record, result_x) == 16 && offsetof(bx_record, distance) == 32 &&
                    offsetof(bx_record, kind) == 48 && offsetof(bx_record, shot_number) == 64 &&
