@@ -33,14 +33,7 @@ TEST(FaultRule, IsReadAsItIsWrittenOrRefusedWithTheReason) {
                            "to-device:silhouette-upload:66:refuse", "to-host:answer:1:refuse"}) {
     EXPECT_EQ(textOf(parseFaultRule(text)), text);
   }
-  for (const auto& row : test::rowsOf(R"(
-    to-host:page:drop       | fault 'to-host:page:drop': not DIRECTION:KIND:N:WHAT
-    to-host:page:1:drop:x   | : not DIRECTION:KIND:N:WHAT
-    up:page:1:drop          | 'up' is not to-host or to-device
-    to-host:page:0:drop     | '0' is not a number from 1
-    to-host:page:1x:drop    | '1x' is not a number from 1
-    to-device:stream:1:drop | 'stream' only travels to-host
-    to-host:ack:1:refuse    | 'ack' cannot be refused)")) {
+  for (const auto& row : test::rowsOf(test::textIn(BX_SOURCE_DIR "/tests/simulator/refused.txt"))) {
     EXPECT_THAT([&] { parseFaultRule(row[0]); }, testing::ThrowsMessage<std::runtime_error>(HasSubstr(row[1])));
   }
 }
@@ -48,16 +41,7 @@ TEST(FaultRule, IsReadAsItIsWrittenOrRefusedWithTheReason) {
 TEST(FaultInjector, CountsAFrameAsEachOfItsKinds) {
   FaultInjector injector({}, {});
   // After a request its repetition or a later part, whatever it begins with, and the answer, are of its kind.
-  for (const auto& row : test::rowsOf(R"(
-    to-device | 3F01           | frame begin
-    to-host   | 7301           | frame begin
-    to-host   | 21             | frame ack
-    to-device | 53             | frame end
-    to-host   | 0000CA65       | frame data stream
-    to-device | 00056200016300 | frame data request page
-    to-device | 000573         | frame data request page
-    to-host   | 0005CA6A       | frame data answer page
-    to-device | 00066204FF65   | frame data request clear)")) {
+  for (const auto& row : test::rowsOf(test::textIn(BX_SOURCE_DIR "/tests/simulator/kinds.txt"))) {
     injector.setRules({});
     const Direction direction = row[0] == "to-host" ? ToHost : ToDevice;
     const Bytes frame = link::encodeFrame(bytesOf(row[1]));
