@@ -7,6 +7,7 @@
 
 #include "Dialogue.h"
 #include "Program.h"
+#include "tests/support/Table.h"
 
 namespace BX::test {
 namespace {
@@ -25,51 +26,15 @@ std::vector<std::string> awaitLines(const std::string& path, const std::string& 
 }
 
 TEST(Train, TellsWhichTargetIsMissingAndTakesTheStoredOne) {
-  expectDialogues(R"(
-    bx-sim --rate 2000
-    bx train $PORT --quiet --shots 2 --device examples/device-settings.json --target examples/ring-25m-precision-pistol.json >$FOLDER/own | 0 | |
-    bx train $PORT --shots 2 --output $FOLDER/none | 0 | | bx: warning: $PORT: no target is given, but the device has ring target 1 in use: ... --target-number 1 ...\nbx: warning: $PORT: shot 1 names ring target 1, which was not given: ... --target-number 1\n... 2 shots in $FOLDER/none
-    head -1 $FOLDER/none | 0 | {..."session":{},"target":null} |
-    tail -1 $FOLDER/none | 0 | ..."Distance":-0.75,..."received":...} |
-    bx train $PORT --shots 2 --target-number 1 --output $FOLDER/stored | 0 | | ... records, 2 shots in $FOLDER/stored
-    head -1 $FOLDER/stored | 0 | {..."target":{"RingTargetNumber":1,...,"NominalDistance":25,...}} |
-    [[ $(tail -1 $FOLDER/own) == *'"Distance":24.25,'* && $(tail -1 $FOLDER/stored) == *'"Distance":24.25,'* ]] | 0 | |
-    bx train $PORT --quiet --seconds 0.1 --device examples/device-settings.json --output $FOLDER/off; bx info $PORT --all | 0 | ..."ringTargetInUse":null,... |
-    bx train $PORT --seconds 0.1 --target-number 1 --output $FOLDER/on | 0 | | bx: warning: $PORT: the device tells of no ring target in use, not of 1\n... in $FOLDER/on
-    bx train $PORT --target-number 9 | 1 | | bx: $PORT: download target: ring target 9: refused...
-    bx train $PORT --quiet --shots 2 --shots-only --target-number 1 \p grep -c ShotNumber | 0 | 2 |
-    bx-sim --script <(echo '6D01 = 596D')
-    bx train $PORT --target-number 1 | 1 | | bx: $PORT: download target: the device's answer is no ring target)");
+  expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/targets.txt"));
 }
 
 TEST(Train, TakesNoOtherFilesPlaceAndTellsWhatWasKept) {
-  expectDialogues(R"(
-    bx-sim --rate 2000 --transcript $FOLDER/t
-    flock $FOLDER/s $BX --skip-startup train $PORT --quiet --output $FOLDER/s; grep '> 6F' $FOLDER/t \p tail -1 | 0 | > 6F0473 | bx: $FOLDER/s: open: in use by another program
-    bx train $PORT --quiet --shots 1 --output $FOLDER/s | 0 | |
-    bx train $PORT --quiet --shots 1 --output $FOLDER/s | 2 | | bx: $FOLDER/s: open: exists and is not empty (--overwrite replaces it)
-    bx train $PORT --quiet --shots 1 --output $FOLDER/s --overwrite; grep -c '^{' $FOLDER/s | 0 | ... |
-    bx train /dev/none --output $FOLDER/never; ls $FOLDER | 0 | s\nt | bx: /dev/none: open: no such port
-    mkfifo $FOLDER/unread; bx train $PORT --quiet --output $FOLDER/unread; rm $FOLDER/unread | 0 | | bx: $FOLDER/unread: open: No such device or address
-    bx train $PORT --output $FOLDER/x --trace $FOLDER/x | 2 | | bx: $FOLDER/x: is given as --output and as --trace
-    bx train $PORT --quiet --output /dev/full | 1 | | bx: /dev/full: write: No space left on device; kept 0 records, 0 shots in /dev/full
-    bx train $PORT --quiet >/dev/full | 1 | | bx: standard output: write: No space left on device; kept 0 records, 0 shots
-    ulimit -f 8; bx train $PORT --quiet --output $FOLDER/big | 1 | | bx: $FOLDER/big: write: File too large; kept ... records, 0 shots in $FOLDER/big
-    tail -c 2 $FOLDER/big | 0 | } |
-    bx train $PORT --shots 1 --overwrite --output $FOLDER/s 2>&-; grep -vc '^{.*}$' $FOLDER/s | 1 | 0 |
-    set -o pipefail; bx train $PORT \p head -1 | 0 | {...} | ***
-    bx train $PORT --quiet --shots 1 >&- | 1 | | bx: standard output: write: Bad file descriptor; kept 0 records, 0 shots)");
+  expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/kept.txt"));
 }
 
 TEST(Train, ShowsATableOnATerminalWhenTheRecordsGoElsewhere) {
-  expectDialogues(R"(
-    bx-sim --rate 2000
-    on-terminal train $PORT --shots 2 --output $FOLDER/s | 0 | ***Connecting...***  shot  value  ***\n     1  ***     2  ***2 shots in $FOLDER/s... |
-    (printf '\x13'; until grep -qs 'ShotNumber":3,' $FOLDER/t; do sleep 0.1; done; printf '\x11'; sleep 1) \p on-terminal train $PORT --shots 3 --output $FOLDER/t | 0 | ***3 shots in $FOLDER/t... |
-    on-terminal train $PORT --shots 2 --output $FOLDER/q --quiet | 0 | |
-    on-terminal train $PORT --shots 2 '>$FOLDER/o' | 0 | ***Connecting...***2 shots... |
-    script --quiet --return --command "stty cols 12; $BX --skip-startup train $PORT --shots 1 --output $FOLDER/n" /dev/null \p grep -c 'shots, [0-9]* record' | 1 | 0 |
-    bx train $PORT --shots 1 --output $FOLDER/p | 0 | | bx: warning: ...\n... records, 1 shot in $FOLDER/p)");
+  expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/terminal.txt"));
 }
 
 TEST(Train, ServesAPageBesideItsFile) {
