@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <system_error>
 
+#include "Console.h"
 #include "platform/Utf8.h"
 
 namespace BX::tool {
@@ -19,6 +21,14 @@ inline std::ifstream openInput(const std::string& path) {
   std::error_code error;
   if (!stream && std::filesystem::is_directory(file, error)) errno = EISDIR;
   return stream;
+}
+
+// Throws when what would be written is what is read, which even --overwrite does not ask for.
+inline void refuseInput(const std::string& output, const std::string& input, const std::string& role) {
+  std::error_code unknown;
+  if (std::filesystem::equivalent(platform::pathOf(input), platform::pathOf(output), unknown)) {
+    throw Failure(wrongUsage, output + ": is the " + role + " itself");
+  }
 }
 
 }  // namespace BX::tool

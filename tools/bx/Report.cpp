@@ -1,10 +1,9 @@
 // What a session was worth: as a page, as a picture, and as figures for other programs.
 #include <algorithm>
 #include <array>
-#include <filesystem>
-#include <system_error>
 
 #include "Documents.h"
+#include "InputFile.h"
 #include "Records.h"
 #include "SessionFile.h"
 #include "platform/OutputFile.h"
@@ -80,13 +79,6 @@ void useTarget(Session& session, const std::string& path) {
   const Json target = readDocument(path);
   if (!target.getDocument().IsObject()) throw Failure(wrongUsage, path + ": check: no JSON object");
   session.setTarget(target.getDocument());
-}
-
-void refuseInput(const std::string& output, const std::string& input, const std::string& role) {
-  std::error_code unknown;
-  if (std::filesystem::equivalent(platform::pathOf(input), platform::pathOf(output), unknown)) {
-    throw Failure(wrongUsage, output + ": is the " + role + " itself");
-  }
 }
 
 std::string summary(const Report& report) {

@@ -5,6 +5,7 @@
 
 #include "Connection.h"
 #include "Documents.h"
+#include "InputFile.h"
 #include "Interrupt.h"
 #include "Recorder.h"
 #include "Training.h"
@@ -43,6 +44,9 @@ class TrainSession {
     if (!options.output.empty() && options.output == tool.global.trace) {
       throw Failure(wrongUsage, options.output + ": is given as --output and as --trace");
     }
+    refuseInput(options.output, options.files.device, "file of device settings");
+    refuseInput(options.output, options.files.session, "file of session settings");
+    refuseInput(options.output, options.files.target, "target");
   }
 
   ~TrainSession() { setLastWords({}); }
