@@ -56,7 +56,7 @@ class EventServer {
   // Does these on the server's thread, in order, and returns at once. Any thread.
   void post(std::function<void()> task);
 
-  // Takes no more viewers, and blocks until all have all of the feed, but no longer than `patience`.
+  // Takes no more viewers, and blocks until all have all of the feed, but no longer than `patience`. Once.
   void finish(std::chrono::milliseconds patience);
 
  private:

@@ -5,6 +5,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/asio/ip/address.hpp>
 // clang-format on
+#include <algorithm>
 #include <string>
 
 namespace BX::viewer {
