@@ -63,7 +63,7 @@ void expectDialogues(const std::string& rows, Words words) {
     }
     ASSERT_EQ(row.size(), 4U);
     const Outcome outcome = Program(typed(row[0], words)).await();
-    EXPECT_EQ(outcome.status, std::stoi(row[1]));
+    EXPECT_EQ(outcome.status, std::stoi(row[1])) << outcome.err;
     expectOutput(outcome.out, row[2], words);
     expectOutput(outcome.err, row[3], words);
   }
