@@ -177,7 +177,7 @@ static void lose(const char* port) {
   CHECK(state.flags == (BX_LOST | BX_ERROR) && state.records == all && all > 200);
   WORKS(bx_add(m, port));
   WORKS(bx_get_state(m, port, &state));
-  CHECK(state.flags == 0 && bx_connect(m, port, 1, NULL, NULL) == BX_E_OPEN);
+  CHECK(state.flags == 0); /* not connected: the name of a port that is gone may be another test's by now */
 }
 
 static void* signalSoon(void* cancel) {
