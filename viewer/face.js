@@ -45,6 +45,7 @@ function applyView() {
     button.setAttribute('aria-pressed', button.dataset.view === view.kind);
   }
   drawNumbers();
+  drawDots();
   drawAims();
   drawScale();
 }
@@ -88,23 +89,9 @@ function drawFace() {
   byId('face').replaceChildren(svg('use', { href: `#face-${chosen.target}` }));
 }
 
-// Thousands of circles are slow to draw: hits that are too many to be told apart are dots of a few paths.
-const mostCircles = 500;
-const dotsInPath = 50;
-
-function hitDots(known) {
-  const paths = [];
-  for (let at = 0; at < known.length; at += dotsInPath) {
-    const d = known.slice(at, at + dotsInPath).map((shot) => `M${place(shots, shot).join(' ')}h0`).join('');
-    paths.push(svg('path', { class: 'dots-around', d, 'stroke-width': 2.12 * hitRadius() }));
-    paths.push(svg('path', { class: 'dots-on-face', d, 'stroke-width': 1.88 * hitRadius() }));
-  }
-  return paths;
-}
-
 function drawHits() {
   const known = shotsInView().filter((shot) => isKnown(shots, shot));
-  const marks = known.length > mostCircles ? hitDots(known)
+  const marks = known.length > mostCircles ? []
     : known.map((shot) => hitMark(shot, isAtTarget(shot) ? 'hit' : 'hit foreign'));
   byId('hits').replaceChildren(svg('g', { 'stroke-width': hitRadius() / 8 }, ...marks),
     svg('g', { id: 'numbers', 'aria-hidden': 'true' }));

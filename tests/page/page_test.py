@@ -15,6 +15,8 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.support.wait import WebDriverWait
 
+import large
+
 BX = pathlib.Path(sys.argv.pop(1)).resolve()
 HERE = pathlib.Path(__file__).parent
 FOLDER = tempfile.TemporaryDirectory()
@@ -143,6 +145,20 @@ class Page(unittest.TestCase):
         one("[data-layer=aims]").click()
         pixels = "byId('aims').getContext('2d').getImageData(0, 0, byId('aims').width, byId('aims').width).data"
         self.assertTrue(script(f"{pixels}.some((value, i) => i % 4 === 3 && value > 0)"))
+
+    def test_shows_thousands_of_shots(self):
+        session = pathlib.Path(FOLDER.name, "large.jsonl")
+        with session.open("w") as file:
+            large.write(5000, 40, file)
+        subprocess.run([BX, "--quiet", "report", session, "--output", session.with_suffix(".html")], check=True)
+        self.assertLess(session.with_suffix(".html").stat().st_size, 10e6)
+        browser.get(session.with_suffix(".html").as_uri())
+        alpha = script("[...byId('dots').getContext('2d').getImageData(0, byId('dots').width / 2, byId('dots').width, 1).data]")[3::4]
+        self.assertEqual((alpha[len(alpha) // 2], alpha[0]), (255, 0))
+        ActionChains(browser).click(one("#hits")).perform()
+        self.assertRegex(script("location.hash"), r"#shot=\d+$")
+        script("choose({series: 0, shot: null})")
+        self.assertEqual((script("byId('dots').hidden"), script("byId('hits').querySelectorAll('circle').length")), (True, 2))
 
     def test_prints_all_shots(self):
         self.open("aimed", "#shot=1")
