@@ -28,10 +28,18 @@ std::string base64Of(std::string_view digest) {
   return text;
 }
 
-std::string policy(bool isLive) {
-  const auto digest = [](const char* hex) { return std::string("'sha256-").append(base64Of(hex)) + "'"; };
-  return "default-src 'none'; script-src " + digest(asset::scriptDigest) + "; style-src " + digest(asset::styleDigest) +
-         "; img-src data:" + (isLive ? "; connect-src 'self'" : "") + "; base-uri 'none'; form-action 'none'";
+struct Parts {
+  bool isLive = false;
+  std::string title;  // markup, as all texts here
+  std::string_view style = asset::style, styleDigest = asset::styleDigest;
+  std::string_view body = {};
+  std::string_view script = asset::script, scriptDigest = asset::scriptDigest;
+};
+
+std::string policyOf(const Parts& parts) {
+  const auto digest = [](std::string_view hex) { return std::string("'sha256-").append(base64Of(hex)) + "'"; };
+  return "default-src 'none'; script-src " + digest(parts.scriptDigest) + "; style-src " + digest(parts.styleDigest) +
+         "; img-src data:" + (parts.isLive ? "; connect-src 'self'" : "") + "; base-uri 'none'; form-action 'none'";
 }
 
 std::string facesOf(const scoring::Session& session) {
@@ -48,17 +56,18 @@ std::string titleOf(const scoring::Session& session, std::size_t target) {
   return scoring::markupOf(name.empty() ? session.start() : name + ", " + session.start());
 }
 
-std::string makePage(const scoring::Session& session, const Showing& showing, bool isLive) {
-  const std::array<std::pair<std::string_view, std::string>, 7> parts = {{{"live", isLive ? " data-live" : ""},
-                                                                          {"policy", policy(isLive)},
-                                                                          {"title", titleOf(session, showing.target)},
-                                                                          {"style", asset::style},
-                                                                          {"faces", facesOf(session)},
-                                                                          {"data", documentOf(session, showing)},
-                                                                          {"script", asset::script}}};
+std::string makePage(const scoring::Session& session, const Showing& showing, const Parts& parts) {
+  const std::array<std::pair<std::string_view, std::string>, 8> marked = {{{"live", parts.isLive ? " data-live" : ""},
+                                                                           {"policy", policyOf(parts)},
+                                                                           {"title", parts.title},
+                                                                           {"style", std::string(parts.style)},
+                                                                           {"faces", facesOf(session)},
+                                                                           {"beside", std::string(parts.body)},
+                                                                           {"data", documentOf(session, showing)},
+                                                                           {"script", std::string(parts.script)}}};
   std::string page;
   std::string_view rest = asset::page;
-  for (const auto& [name, text] : parts) {  // in the order of the page
+  for (const auto& [name, text] : marked) {  // in the order of the page
     const std::string mark = "{{" + std::string(name) + "}}";
     const std::size_t at = rest.find(mark);
     page.append(rest.substr(0, at)).append(text);
@@ -70,11 +79,22 @@ std::string makePage(const scoring::Session& session, const Showing& showing, bo
 }  // namespace
 
 std::string pageOf(const scoring::Session& session, const Showing& showing) {
-  return makePage(session, showing, false);
+  return makePage(session, showing, {.title = titleOf(session, showing.target)});
 }
 
 std::string livePageOf(const scoring::Session& session, const Showing& showing) {
-  return makePage(session, showing, true);
+  return makePage(session, showing, {.isLive = true, .title = titleOf(session, showing.target)});
+}
+
+std::string livePageIn(const Surroundings& surroundings) {
+  return makePage(scoring::Session(rapidjson::Value()), {},
+                  {.isLive = true,
+                   .title = scoring::markupOf(surroundings.title),
+                   .style = surroundings.style,
+                   .styleDigest = surroundings.styleDigest,
+                   .body = surroundings.body,
+                   .script = surroundings.script,
+                   .scriptDigest = surroundings.scriptDigest});
 }
 
 }  // namespace BX::viewer

@@ -4,11 +4,12 @@ const chosen = { target: 0, series: null, shot: null };
 
 function addressOf(change) {
   const { target, series, shot } = { ...chosen, ...change };
-  const parts = [];
-  if (shot !== null) parts.push(`shot=${shot + 1}`);
-  if (series !== null) parts.push(`series=${series + 1}`);
-  if (session.targets.length > 1) parts.push(`target=${target + 1}`);
-  return `#${parts.join('&')}`;
+  const named = new URLSearchParams(location.hash.slice(1)); // what else it names stays
+  for (const [name, index] of Object.entries({ shot, series, target: session.targets.length > 1 ? target : null })) {
+    named.delete(name);
+    if (index !== null) named.set(name, index + 1);
+  }
+  return `#${decodeURIComponent(named)}`;
 }
 
 // What the address names and the session has. A shot brings its target, and leaves a series that it is not in.

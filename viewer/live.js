@@ -84,17 +84,13 @@ function drawAim() {
   ] : []));
 }
 
-function follow() {
-  if (byId('state').hidden) showState('waiting');
-  const events = new EventSource('events');
-  events.addEventListener('session', (event) => takeDocument(JSON.parse(event.data)));
-  events.addEventListener('message', (event) => {
-    const changes = JSON.parse(event.data);
-    takeChanges(changes);
-    if (isOver(changes.state)) events.close();
-  });
-  events.addEventListener('error', () => {
-    showState('reconnecting');
-    if (events.readyState === EventSource.CLOSED) setTimeout(follow, 2000); // refused, such as one viewer too many
-  });
+function followSession() {
+  showState('waiting');
+  follow({
+    session: takeDocument,
+    message: (changes, events) => {
+      takeChanges(changes);
+      if (isOver(changes.state)) events.close();
+    },
+  }, () => showState('reconnecting'));
 }
