@@ -25,8 +25,9 @@ std::string cutToTerminal(std::string text) {
 
 }  // namespace
 
-Console::Console()
-    : outBuffer_(std::cout.rdbuf(&discard_)),
+Console::Console(std::string program)
+    : program_(std::move(program)),
+      outBuffer_(std::cout.rdbuf(&discard_)),
       errBuffer_(std::cerr.rdbuf(&discard_)),
       isTerminal_(system::isTerminal(system::standardOutput)),
       err_(errBuffer_) {
@@ -73,10 +74,10 @@ bool Console::isRead() {
   return isRead_;
 }
 
-void Console::error(const std::string& text) { line("bx: " + text); }
+void Console::error(const std::string& text) { line(program_ + ": " + text); }
 
 void Console::warning(const std::string& text) {
-  if (!quiet_) line("bx: warning: " + text);
+  if (!quiet_) line(program_ + ": warning: " + text);
 }
 
 void Console::note(const std::string& text) {

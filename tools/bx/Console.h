@@ -31,7 +31,8 @@ using platform::validUtf8;  // JSON is UTF-8, and a device may hold any bytes
 // is made printable: it may come from a device, a file or a port's name. Any thread may write.
 class Console {
  public:
-  Console();
+  // `program` begins each error and warning.
+  explicit Console(std::string program = "bx");
   ~Console();
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
@@ -78,6 +79,7 @@ class Console {
 
   void line(const std::string& text);
 
+  const std::string program_;
   Discard discard_;
   std::streambuf* outBuffer_;
   std::streambuf* errBuffer_;
