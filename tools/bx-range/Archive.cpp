@@ -1,9 +1,135 @@
+// The archive: what the gates of a range publish of their sessions, into the database, and confirmed when it is there.
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "Broker.h"
+#include "Intake.h"
 #include "Range.h"
+#include "Topics.h"
+#include "tools/bx/Interrupt.h"
+#include "tools/bx/Records.h"
 
 namespace BX::range {
 
-void runArchive(Tool& /*tool*/, const ArchiveOptions& /*options*/) {
-  throw Failure(tool::deviceFailed, "archive: not built yet");
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto commitInterval = 500ms;
+constexpr std::size_t mostWaiting = std::size_t{32} << 20;  // bytes: gates hear nothing while much is committed
+constexpr auto tellInterval = 1min;
+constexpr auto forgetInterval = 1h;
+constexpr auto patienceAtEnd = 2s;
+
+// Tells troubles that may come a thousand times a second.
+class Complaints {
+ public:
+  explicit Complaints(tool::Console& console) : console_(console) {}
+
+  void tell(const std::string& text) {
+    if (told_ && Clock::now() < *told_ + tellInterval) {
+      ++untold_;
+      return;
+    }
+    console_.warning(untold_ == 0 ? text : text + " (and " + std::to_string(untold_) + " more of the kind before)");
+    told_ = Clock::now();
+    untold_ = 0;
+  }
+
+ private:
+  tool::Console& console_;
+  std::optional<Clock::time_point> told_;
+  std::size_t untold_ = 0;
+};
+
+class Archive {
+ public:
+  Archive(Tool& tool, const Config& config, const ArchiveOptions& options)
+      : tool_(tool), options_(options), topics_(config.range), store_(options.database) {
+    BrokerSettings settings;
+    settings.address = config.broker;
+    settings.clientName = config.range + "/archive";
+    settings.subscriptions = {topics_.ofLanes(what::records)};
+    broker_.emplace(tool.console, settings,
+                    Broker::Events{.received = [this](const Message& message) { receive(message); },
+                                   .connected = {},
+                                   .tick = [this] { tick(); }});
+  }
+
+  void run() {
+    tool::catchInterrupts();
+    tool_.console.note(options_.database + ": archive of " + topics_.of({"MACHINE", "LANE", what::records}));
+    broker_->run([this] { return !tool::interrupted() && !broker_->hasLeft(); });
+    commit();
+    broker_->finish(patienceAtEnd);
+    tool_.console.note(options_.database + ": " + tool::counted(intake_.committed(), "line") + " archived");
+    if (broker_->hasLeft()) {
+      throw Failure(tool::deviceFailed, options_.database + ": archive: ended: another one archives this range");
+    }
+  }
+
+ private:
+  void receive(const Message& message) {
+    const auto topic = topics_.parse(message.topic);
+    try {
+      if (!topic) throw Unusable("no topic of a lane");
+      intake_.take(topic->machine, topic->lane, message.payload);
+    } catch (const Unusable& problem) {
+      messages_.tell(message.topic + ": message: dropped: " + problem.what());
+    }
+    if (intake_.bytes() >= mostWaiting) commit();
+  }
+
+  void tick() {
+    const auto now = Clock::now();
+    if (now >= commitAt_) {
+      commitAt_ = now + commitInterval;
+      commit();
+    }
+    if (options_.keepTraces == 0 || now < forgetAt_) return;
+    attempt("delete traces", [&] {
+      if (!store_.forgetTraces(options_.keepTraces)) forgetAt_ = now + forgetInterval;
+    });
+  }
+
+  // What could not be committed the gates send again.
+  void commit() {
+    attempt("commit", [this] {
+      for (const Confirmation& confirmation : intake_.commit()) {
+        const Topic topic{confirmation.machine, confirmation.lane, what::archived};
+        broker_->publish(topics_.of(topic), messageOf(confirmation), true);
+      }
+    });
+  }
+
+  template <typename Work>
+  void attempt(const char* step, Work work) try {
+    work();
+  } catch (const DatabaseError& error) {
+    if (!error.mayPass()) throw;
+    database_.tell(options_.database + ": " + step + ": " + error.what() + "; trying again");
+  }
+
+  Tool& tool_;
+  const ArchiveOptions& options_;
+  const Topics topics_;
+  Store store_;
+  Intake intake_{store_};
+  std::optional<Broker> broker_;
+  Complaints messages_{tool_.console};
+  Complaints database_{tool_.console};
+  Clock::time_point commitAt_, forgetAt_;
+};
+
+}  // namespace
+
+void runArchive(Tool& tool, const ArchiveOptions& options) try {
+  Archive(tool, readConfig(options.config, Role::Archive), options).run();
+} catch (const DatabaseError& error) {
+  throw Failure(tool::deviceFailed, options.database + ": archive: " + error.what());
 }
 
 }  // namespace BX::range

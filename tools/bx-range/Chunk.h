@@ -1,0 +1,42 @@
+// Lines of a session on their way from its gate to the archive: what a message of LANE/records says, and the answer.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace BX::range {
+
+// What is wrong with a message: a reason alone.
+class Unusable : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+struct Chunk {
+  std::int64_t session = 0;
+  std::int64_t first = 0;               // number of the first line
+  std::vector<std::string_view> lines;  // of the message, byte for byte
+  bool isEnd = false;                   // the session has no more lines than these
+  std::string problem;                  // for which all but the session's number is worth nothing; empty: none
+};
+
+// Each line of the session stands on a line of its own in the message, so that it comes out with every byte: no JSON
+// parser keeps how a number was written. Throws Unusable when the message does not even tell the session.
+Chunk readChunk(std::string_view message);
+
+// The archive has these lines of a session for good.
+struct Confirmation {
+  std::string machine;
+  std::string lane;
+  std::int64_t session = 0;
+  std::int64_t lines = 0;
+  bool ended = false;  // and that is all of them
+  bool operator==(const Confirmation&) const = default;
+};
+
+// The message of LANE/archived.
+std::string messageOf(const Confirmation& confirmation);
+
+}  // namespace BX::range

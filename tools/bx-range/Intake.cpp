@@ -1,0 +1,81 @@
+#include "Intake.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "morva/MORVADataTypeJSON.h"
+#include "scoring/Members.h"
+
+namespace BX::range {
+
+namespace {
+
+void requireHeader(std::string_view line, std::int64_t session) {
+  MORVA::MORVADataTypeJSON header;
+  if (!header.parseString(std::string(line)) || !header.getDocument().IsObject()) {
+    throw Unusable("its first line is no header of a session");
+  }
+  const auto& number = scoring::memberOf(header.getDocument(), "sessionNumber");
+  if (!number.IsInt64() || number.GetInt64() != session) {
+    throw Unusable("its header is that of another session");
+  }
+}
+
+}  // namespace
+
+void Intake::take(const std::string& machine, const std::string& lane, std::string_view message) {
+  const Chunk chunk = readChunk(message);
+  Arrived& arrived = of({machine, lane, chunk.session});
+  if (!chunk.problem.empty()) throw Unusable(chunk.problem);
+  const std::int64_t known = arrived.kept.lines + arrived.addition.lines;
+  if (chunk.first > known) return;
+  if (chunk.first + static_cast<std::int64_t>(chunk.lines.size()) > known) {
+    if (arrived.kept.ended || arrived.addition.ends) throw Unusable("it goes on after its end");
+    if (known == 0) requireHeader(chunk.lines.front(), chunk.session);
+    append(arrived, chunk);
+  }
+  if (chunk.isEnd) arrived.addition.ends = true;
+}
+
+Intake::Arrived& Intake::of(const SessionName& name) {
+  const auto found = arrived_.find(name);
+  if (found != arrived_.end()) return found->second;
+  return arrived_.emplace(name, Arrived{store_.find(name), {}}).first->second;
+}
+
+void Intake::append(Arrived& arrived, const Chunk& chunk) {
+  auto& [text, lines, ends] = arrived.addition;
+  const auto isKnown = static_cast<std::size_t>(arrived.kept.lines + lines - chunk.first);
+  for (std::size_t i = isKnown; i < chunk.lines.size(); ++i) {
+    text.append(chunk.lines[i]) += '\n';
+    bytes_ += chunk.lines[i].size() + 1;
+    ++lines;
+  }
+}
+
+std::vector<Confirmation> Intake::commit() {
+  const auto arrived = std::exchange(arrived_, {});
+  bytes_ = 0;
+  const auto hasNews = [](const auto& entry) {
+    const auto& [kept, addition] = entry.second;
+    const bool isThere = kept.lines + addition.lines > 0;  // else it ended before it began: nothing to keep
+    return addition.lines > 0 || (isThere && addition.ends && !kept.ended);
+  };
+  if (std::any_of(arrived.begin(), arrived.end(), hasNews)) {
+    Transaction transaction = store_.begin();
+    for (const auto& entry : arrived) {
+      if (hasNews(entry)) store_.add(entry.first, entry.second.kept, entry.second.addition);
+    }
+    transaction.commit();
+  }
+  std::vector<Confirmation> confirmations;
+  for (const auto& [name, state] : arrived) {
+    const auto& [kept, addition] = state;
+    committed_ += static_cast<std::size_t>(addition.lines);
+    confirmations.push_back(
+        {name.machine, name.lane, name.number, kept.lines + addition.lines, kept.ended || addition.ends});
+  }
+  return confirmations;
+}
+
+}  // namespace BX::range
