@@ -24,9 +24,10 @@ struct Lane {
 };
 
 // `work` tells whether it was done, or nothing where each failure of the link counts. The first failure is the reason,
-// but in connecting the last one: what fails before may count for nothing there.
+// but in connecting the last one: what fails before may count for nothing there. A call that is ended with its manager
+// may find its port closed before it learns that it is cancelled.
 template <typename Work>
-std::string operate(const Call& call, const std::string& port, const Work& work, bool lastCounts = false) {
+std::string operate(const Call& call, const std::string& port, const Work& work, bool lastCounts = false) try {
   const Turn turn(call, port);
   const link::FailureWatch watch;
   const link::Cancellation::Scope scope(call.cancellation);
@@ -40,6 +41,9 @@ std::string operate(const Call& call, const std::string& port, const Work& work,
     fail(port, failure);
   }
   return std::move(lane.text);
+} catch (const Failed&) {
+  if (call.cancellation.isRequested()) throw Failed{BX_E_CANCELLED, port + ": cancelled"};
+  throw;
 }
 
 template <typename Work>
