@@ -3,6 +3,7 @@
 #include <utility>  // Boost's headers need it before them
 // clang-format off
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/host_name.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -101,9 +102,14 @@ class EventServer::Listener {
       if (!error && reusesAddress) acceptor_.set_option(tcp::acceptor::reuse_address(true), error);
       if (!error) acceptor_.bind(entry.endpoint(), error);
       if (!error) acceptor_.listen(asio::socket_base::max_listen_connections, error);
-      if (!error) return;
+      if (!error) return nameByHost();
     }
     throw ListenError(endpoint + ": listen: " + reason(error));
+  }
+
+  // All of this machine's addresses are none that a browser elsewhere could be sent to.
+  void nameByHost() {
+    if (acceptor_.local_endpoint().address().is_unspecified()) site_.name = asio::ip::host_name();
   }
 
   // A connection whose handler fails ends alone.

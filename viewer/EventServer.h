@@ -50,7 +50,7 @@ class EventServer {
   EventServer(const EventServer&) = delete;
   EventServer& operator=(const EventServer&) = delete;
 
-  // "http://127.0.0.1:8080/"
+  // "http://127.0.0.1:8080/"; with this machine's name when it listens at all of its addresses.
   const std::string& url() const { return url_; }
 
   // Does these on the server's thread, in order, and returns at once. Any thread.

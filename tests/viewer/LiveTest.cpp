@@ -2,6 +2,7 @@
 #include <utility>  // Boost's headers need it before them
 // clang-format off
 #include <boost/algorithm/string/replace.hpp>
+#include <boost/asio/ip/host_name.hpp>
 #include <boost/asio/ip/tcp.hpp>
 // clang-format on
 #include <gmock/gmock.h>
@@ -126,6 +127,7 @@ TEST(Live, AnswersToItsOwnNamesAndToWhatIsAsked) {
     EXPECT_EQ(answer.find("connect-src 'self'") != std::string::npos, isPage) << row[0];
   }
   EXPECT_TRUE(isLocalHost("Range.local:80", "range.local"));
+  EXPECT_TRUE(EventServer("0.0.0.0:0", session).url().starts_with("http://" + boost::asio::ip::host_name()));
   std::list<Viewer> viewers;
   std::string answer;
   do {

@@ -107,6 +107,11 @@ void runReport(Tool& tool, const ReportOptions& options) try {
     tool.console.warning((options.target.empty() ? options.session : options.target) +
                          ": names no rings, so that nothing is scored (--target FILE takes another target)");
   }
+  const auto isAtTarget = [](const Score& score) { return score.isAtTarget; };
+  if (!report.scores.empty() && std::none_of(report.scores.begin(), report.scores.end(), isAtTarget)) {
+    tool.console.warning((options.target.empty() ? options.session : options.target) +
+                         ": has another number than the target that the shots name, so that nothing is scored");
+  }
   file.begin();
   file.add(format.write(report));
   tool.console.note(summary(report) + " in " + options.output);
