@@ -2,14 +2,20 @@
 
 const chosen = { target: 0, series: null, shot: null };
 
-function addressOf(change) {
-  const { target, series, shot } = { ...chosen, ...change };
-  const named = new URLSearchParams(location.hash.slice(1)); // what else it names stays
-  for (const [name, index] of Object.entries({ shot, series, target: session.targets.length > 1 ? target : null })) {
+// The address with these changes; null takes a name out, and what else it names stays.
+function addressWith(changes) {
+  const named = new URLSearchParams(location.hash.slice(1));
+  for (const [name, value] of Object.entries(changes)) {
     named.delete(name);
-    if (index !== null) named.set(name, index + 1);
+    if (value !== null) named.set(name, value);
   }
   return `#${decodeURIComponent(named)}`;
+}
+
+function addressOf(change) {
+  const { target, series, shot } = { ...chosen, ...change };
+  const counted = (index) => (index === null ? null : index + 1);
+  return addressWith({ shot: counted(shot), series: counted(series), target: session.targets.length > 1 ? target + 1 : null });
 }
 
 // What the address names and the session has. A shot brings its target, and leaves a series that it is not in.

@@ -5,6 +5,12 @@
 const session = JSON.parse(byId('data').textContent);
 const { shots, samples } = session;
 
+// In the place of what was there.
+function takeSession(whole) {
+  for (const member of ['start', 'device', 'perSeries', 'first', 'targets']) session[member] = whole[member];
+  for (const columns of ['shots', 'samples']) Object.assign(session[columns], whole[columns]);
+}
+
 const shotCount = () => shots.x.length;
 const isKnown = (columns, index) => columns.x[index] !== null && columns.y[index] !== null;
 const isAtTarget = (shot) => shots.target[shot] !== null;
@@ -40,7 +46,8 @@ const distanceOf = (columns, index) =>
 const hasTimes = (shot) => shots.received[shot] !== null;
 
 // A hit without a calibre is drawn as a dot that can be seen.
-const hitRadius = () => (shown.target.calibre > 0 ? shown.target.calibre / 200 : shown.target.paper / 10000);
+const hitRadiusAt = ({ calibre, paper }) => (calibre > 0 ? calibre / 200 : paper / 10000);
+const hitRadius = () => hitRadiusAt(shown.target);
 
 // What a shot is worth; on a silhouette the class of the pixel that it hit.
 const pixelText = (shot) => `class ${shots.pixel[shot]}`;

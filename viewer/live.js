@@ -23,8 +23,7 @@ function append(columns, added) {
 // The page of another session is another page: its faces are.
 function takeDocument(whole) {
   if (whole.start !== session.start) return location.reload();
-  Object.assign(session, { targets: whole.targets, perSeries: whole.perSeries });
-  for (const columns of ['shots', 'samples']) Object.assign(session[columns], whole[columns]);
+  takeSession(whole);
   return drawNews(true);
 }
 

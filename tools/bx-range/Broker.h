@@ -66,6 +66,7 @@ class Broker : public Publisher {
   void finish(std::chrono::milliseconds patience);
 
   bool publish(const std::string& topic, const std::string& payload, bool isRetained) override;
+  bool isConnected() const { return isConnected_; }
   // Another client has our name: ends the connection without the will, tells so, and connects no more.
   void leave();
   bool hasLeft() const { return hasLeft_; }
