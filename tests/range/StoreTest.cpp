@@ -31,9 +31,9 @@ Lines sessionOf(const std::string& number, std::size_t lines) {
   return session;
 }
 
-std::string told(const std::vector<Confirmation>& confirmations) {
+std::string told(const std::vector<Standing>& standings) {
   std::string text;
-  for (const auto& [machine, lane, session, lines, ended] : confirmations) {
+  for (const auto& [machine, lane, session, lines, ended] : standings) {
     text += (text.empty() ? "" : ", ") + std::to_string(session) + ": " + std::to_string(lines);
     text += ended ? " ended" : "";
   }
@@ -94,7 +94,7 @@ TEST(Intake, KeepsEveryLineOnceWhateverComesAndWhateverEnds) {
     const test::Folder folder;
     std::optional<Store> store(folder.path("db"));
     std::optional<Intake> intake(*store);
-    Confirmation last;
+    Standing last;
     while (!last.ended) {
       const std::size_t near = static_cast<std::size_t>(last.lines) + draw(40);
       const std::size_t first = std::min(near - std::min(near, draw(30)), session.size());

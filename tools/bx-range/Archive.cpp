@@ -98,9 +98,9 @@ class Archive {
   // What could not be committed the gates send again.
   void commit() {
     attempt("commit", [this] {
-      for (const Confirmation& confirmation : intake_.commit()) {
-        const Topic topic{confirmation.machine, confirmation.lane, what::archived};
-        broker_->publish(topics_.of(topic), messageOf(confirmation), true);
+      for (const Standing& standing : intake_.commit()) {
+        const Topic topic{standing.machine, standing.lane, what::archived};
+        broker_->publish(topics_.of(topic), messageOf(standing), true);
       }
     });
   }

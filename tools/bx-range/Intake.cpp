@@ -24,7 +24,7 @@ void requireHeader(std::string_view line, std::int64_t session) {
 }  // namespace
 
 void Intake::take(const std::string& machine, const std::string& lane, std::string_view message) {
-  const Chunk chunk = readChunk(message);
+  const RecordsMessage chunk = readRecords(message);
   Arrived& arrived = of({machine, lane, chunk.session});
   if (!chunk.problem.empty()) throw Unusable(chunk.problem);
   const std::int64_t known = arrived.kept.lines + arrived.addition.lines;
@@ -43,7 +43,7 @@ Intake::Arrived& Intake::of(const SessionName& name) {
   return arrived_.emplace(name, Arrived{store_.find(name), {}}).first->second;
 }
 
-void Intake::append(Arrived& arrived, const Chunk& chunk) {
+void Intake::append(Arrived& arrived, const RecordsMessage& chunk) {
   auto& [text, lines, ends] = arrived.addition;
   const auto isKnown = static_cast<std::size_t>(arrived.kept.lines + lines - chunk.first);
   for (std::size_t i = isKnown; i < chunk.lines.size(); ++i) {
@@ -53,7 +53,7 @@ void Intake::append(Arrived& arrived, const Chunk& chunk) {
   }
 }
 
-std::vector<Confirmation> Intake::commit() {
+std::vector<Standing> Intake::commit() {
   const auto arrived = std::exchange(arrived_, {});
   bytes_ = 0;
   const auto hasNews = [](const auto& entry) {
@@ -68,14 +68,14 @@ std::vector<Confirmation> Intake::commit() {
     }
     transaction.commit();
   }
-  std::vector<Confirmation> confirmations;
+  std::vector<Standing> standings;
   for (const auto& [name, state] : arrived) {
     const auto& [kept, addition] = state;
     committed_ += static_cast<std::size_t>(addition.lines);
-    confirmations.push_back(
+    standings.push_back(
         {name.machine, name.lane, name.number, kept.lines + addition.lines, kept.ended || addition.ends});
   }
-  return confirmations;
+  return standings;
 }
 
 }  // namespace BX::range

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Chunk.h"
+#include "RecordsMessage.h"
 #include "Store.h"
 
 namespace BX::range {
@@ -24,7 +24,7 @@ class Intake {
 
   // Makes it lasting, and gives where each session stands of which anything came. Throws DatabaseError, and nothing of
   // it was taken then.
-  std::vector<Confirmation> commit();
+  std::vector<Standing> commit();
 
   std::size_t bytes() const { return bytes_; }          // waiting to be committed
   std::size_t committed() const { return committed_; }  // lines, by this object
@@ -36,7 +36,7 @@ class Intake {
   };
 
   Arrived& of(const SessionName& name);
-  void append(Arrived& arrived, const Chunk& chunk);
+  void append(Arrived& arrived, const RecordsMessage& chunk);
 
   Store& store_;
   std::map<SessionName, Arrived> arrived_;

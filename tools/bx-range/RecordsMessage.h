@@ -1,4 +1,5 @@
-// Lines of a session on their way from its gate to the archive: what a message of LANE/records says, and the answer.
+// Lines of a session on their way from its gate to the archive: what a message of LANE/records says, and what the
+// archive answers by LANE/archived.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +15,7 @@ class Unusable : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-struct Chunk {
+struct RecordsMessage {
   std::int64_t session = 0;
   std::int64_t first = 0;               // number of the first line
   std::vector<std::string_view> lines;  // of the message, byte for byte
@@ -24,19 +25,18 @@ struct Chunk {
 
 // Each line of the session stands on a line of its own in the message, so that it comes out with every byte: no JSON
 // parser keeps how a number was written. Throws Unusable when the message does not even tell the session.
-Chunk readChunk(std::string_view message);
+RecordsMessage readRecords(std::string_view message);
 
 // The archive has these lines of a session for good.
-struct Confirmation {
+struct Standing {
   std::string machine;
   std::string lane;
   std::int64_t session = 0;
   std::int64_t lines = 0;
   bool ended = false;  // and that is all of them
-  bool operator==(const Confirmation&) const = default;
+  bool operator==(const Standing&) const = default;
 };
 
-// The message of LANE/archived.
-std::string messageOf(const Confirmation& confirmation);
+std::string messageOf(const Standing& standing);
 
 }  // namespace BX::range

@@ -1,4 +1,4 @@
-#include "Chunk.h"
+#include "RecordsMessage.h"
 
 #include <rapidjson/document.h>
 
@@ -54,7 +54,7 @@ std::string readLines(std::string_view text, std::vector<std::string_view>& line
   return {};
 }
 
-std::string readEnvelope(const rapidjson::Value& envelope, Chunk& chunk) {
+std::string readEnvelope(const rapidjson::Value& envelope, RecordsMessage& chunk) {
   const auto first = numberIn(envelope, "first");
   if (!first) return "no number of the first line";
   chunk.first = *first;
@@ -67,7 +67,7 @@ std::string readEnvelope(const rapidjson::Value& envelope, Chunk& chunk) {
 
 }  // namespace
 
-Chunk readChunk(std::string_view message) {
+RecordsMessage readRecords(std::string_view message) {
   if (message.size() > largestMessage) throw Unusable("larger than 16 MiB");
   const auto parts = takeApart(message);
   const std::string_view text = parts ? std::string_view(parts->envelope) : message;
@@ -76,16 +76,16 @@ Chunk readChunk(std::string_view message) {
   if (envelope.HasParseError() || !envelope.IsObject()) throw Unusable("no JSON object");
   const auto session = numberIn(envelope, "session");
   if (!session || *session == 0) throw Unusable("no session number");
-  Chunk chunk;
+  RecordsMessage chunk;
   chunk.session = *session;
   chunk.problem = readEnvelope(envelope, chunk);
   if (chunk.problem.empty() && parts) chunk.problem = readLines(parts->lines, chunk.lines);
   return chunk;
 }
 
-std::string messageOf(const Confirmation& confirmation) {
-  return R"({"session":)" + std::to_string(confirmation.session) + R"(,"lines":)" + std::to_string(confirmation.lines) +
-         R"(,"ended":)" + (confirmation.ended ? "true}" : "false}");
+std::string messageOf(const Standing& standing) {
+  return R"({"session":)" + std::to_string(standing.session) + R"(,"lines":)" + std::to_string(standing.lines) +
+         R"(,"ended":)" + (standing.ended ? "true}" : "false}");
 }
 
 }  // namespace BX::range
