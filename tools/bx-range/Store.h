@@ -2,11 +2,11 @@
 // statements of CREATE, in Store.cpp, tell what each column is.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "Sqlite.h"
 
@@ -16,7 +16,9 @@ struct SessionName {
   std::string machine;
   std::string lane;
   std::int64_t number = 0;
-  auto operator<=>(const SessionName&) const = default;
+  bool operator<(const SessionName& other) const {
+    return std::tie(machine, lane, number) < std::tie(other.machine, other.lane, other.number);
+  }
 };
 
 // What the database has of a session.
