@@ -1,7 +1,7 @@
 # Sourced: the Debian packages that the tree needs, by purpose.
 build_packages=(g++ cmake ninja-build pkg-config libboost-dev libboost-thread-dev libboost-system-dev rapidjson-dev
   libcli11-dev)
-test_packages=(libgtest-dev libgmock-dev)
+test_packages=(libgtest-dev libgmock-dev socat)
 range_packages=(libmosquitto-dev libsqlite3-dev zlib1g-dev)
 range_test_packages=(mosquitto mosquitto-clients python3-jsonschema)
 page_packages=(chromium chromium-driver python3-selenium)

@@ -33,7 +33,7 @@ std::vector<std::string> typed(const std::string& command, const Words& words) {
   std::vector<std::string> shell = {"env"};
   for (const auto& [name, value] : words) shell.push_back(name + '=' + value);
   const std::string programs =
-      R"(bx() { ")" BX_PROGRAM R"(" --skip-startup "$@"; }; bx-sim() { exec ")" BX_SIM_PROGRAM R"(" "$@"; }; )"
+      R"(bx() { ")" BX_PROGRAM R"(" --skip-startup "$@"; }; bx-sim() { exec $VIA ")" BX_SIM_PROGRAM R"(" "$@"; }; )"
       R"(on-terminal() { script --quiet --return --command ")" BX_PROGRAM R"( --skip-startup $*" /dev/null; }; )";
   shell.insert(shell.end(), {"bash", "-c", programs + replaced(command, "\\p", "|")});
   return shell;

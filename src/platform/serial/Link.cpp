@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "bx/BXSerialCom.h"
+#include "platform/AtExit.h"
+#include "platform/serial/Cancelling.h"
 #include "platform/serial/FailureWatch.h"
 
 namespace BX::link {
@@ -31,16 +33,32 @@ bool Link::open() {
   if (const auto former = replaceConnection(nullptr)) former->close();
   modeUnknown_ = false;
   try {
-    replaceConnection(std::make_shared<Connection>(port(), handlers_));
+    replaceConnection(connect());
     return true;
   } catch (const OpenFailure& reason) {
-    return note({reason.kind(), {}, reason.what()});
+    const bool closed = reason.kind() == FailureKind::Cancelled && !isCancelled();
+    return note(closed ? failureOf(FailureKind::Closed) : Failure{reason.kind(), {}, reason.what()});
   } catch (const std::exception& reason) {
     return note({FailureKind::System, {}, reason.what()});
   }
 }
 
+// With a cancellation of its own, which close() requests, and which the host's requests as well.
+std::shared_ptr<Connection> Link::connect() {
+  Cancellation opening;
+  setOpening(opening);
+  const platform::AtExit over([this] { setOpening({}); });
+  const Waker waker([&opening] { opening.request(); });
+  if (isCancelled()) opening.request();
+  const Cancellation::Scope scope(opening);
+  return std::make_shared<Connection>(port(), handlers_);
+}
+
 bool Link::close() {
+  {
+    const MutexLock lock(mutex_);
+    if (opening_) opening_->request();  // it may wait for the network
+  }
   std::shared_ptr<Connection> former;
   {
     const MutexLock lifecycle(lifecycle_);
@@ -62,6 +80,11 @@ std::shared_ptr<Connection> Link::connection() const {
 std::shared_ptr<Connection> Link::replaceConnection(std::shared_ptr<Connection> connection) {
   const MutexLock lock(mutex_);
   return std::exchange(connection_, std::move(connection));
+}
+
+void Link::setOpening(std::optional<Cancellation> opening) {
+  const MutexLock lock(mutex_);
+  opening_ = std::move(opening);
 }
 
 bool Link::commandMode(std::uint8_t mode) { return exchange(withSum({letter::mode, mode}), {letter::mode}, {}, mode); }

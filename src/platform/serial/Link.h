@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "bx/BXSerialLink.h"
 #include "platform/Mutex.h"
 #include "platform/codec/Payload.h"
 #include "platform/serial/Connection.h"
@@ -41,6 +42,8 @@ class Link {
  private:
   bool note(Failure failure);  // always false
   std::shared_ptr<Connection> replaceConnection(std::shared_ptr<Connection> connection);
+  std::shared_ptr<Connection> connect();
+  void setOpening(std::optional<Cancellation> opening);
 
   // Opening and closing take turns. Never held while a handler is waited for, and taken before any other.
   platform::Mutex lifecycle_;
@@ -49,6 +52,7 @@ class Link {
   mutable platform::Mutex mutex_;
   std::string port_ GUARDED_BY(mutex_);
   std::shared_ptr<Connection> connection_ GUARDED_BY(mutex_);
+  std::optional<Cancellation> opening_ GUARDED_BY(mutex_);  // of the opening under way
 };
 
 }  // namespace BX::link

@@ -1,18 +1,18 @@
-// The serial port of the operating system, through Boost.Asio. Asynchronous only: a synchronous read never returns
-// after close(), and fails on every signal.
+// The serial port of the operating system, through Boost.Asio.
 #pragma once
 
 #include <utility>
 
-#include <array>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/serial_port.hpp>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "bx/BXSerialLink.h"
+#include "platform/serial/AsyncLine.h"
 #include "platform/serial/SerialPortHandle.h"
 
 namespace BX::link {
@@ -27,26 +27,17 @@ class SerialPortTransport : public Transport {
   void close() override;
 
  private:
-  // Outlives the transport until the last operation that was under way has ended.
-  struct Port : std::enable_shared_from_this<Port> {
-    explicit Port(boost::asio::io_context& context) : serial(context) {}
-    void read();
-    void writeNext();
-    void fail(const boost::system::error_code& error);
-
-    boost::asio::serial_port serial;
-    Events events;
-    std::array<std::uint8_t, 4096> incoming{};
-    std::vector<std::uint8_t> outgoing;  // being written
-    std::vector<std::uint8_t> waiting;   // to be written after it
-    bool reads = false;                  // until what it has read is handled, too
-    bool closed = false;
+  struct Kind {
+    using Stream = boost::asio::serial_port;
+    static std::size_t writeAtOnce(Stream& serial, std::span<const std::uint8_t> bytes);
+    static void onRead(Stream&) {}
+    static std::string reasonOf(const boost::system::error_code& error);
   };
 
   std::string name_;
   unsigned baud_;
   SerialPort opened_;
-  std::shared_ptr<Port> port_;
+  std::shared_ptr<AsyncLine<Kind>> line_;
 };
 
 }  // namespace BX::link

@@ -1,0 +1,21 @@
+// Ports over TCP: what a serial port does, through a server of the system's own, and how they end.
+#include <gtest/gtest.h>
+
+#include "Dialogue.h"
+#include "tests/support/Table.h"
+
+namespace BX::test {
+namespace {
+
+TEST(Tcp, CarriesWhatASerialPortDoes) {
+  for (const char* rows : {"streamed", "written", "stored"}) {
+    SCOPED_TRACE(rows);
+    expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/" + std::string(rows) + ".txt"),
+                    {{"VIA", "tests/road/over-tcp"}});
+  }
+}
+
+TEST(Tcp, TellsInOneLineWhyALineCannotBeHadOrIsLost) { expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/tcp.txt")); }
+
+}  // namespace
+}  // namespace BX::test
