@@ -120,9 +120,9 @@ bool TcpTransport::runUntil(const std::function<bool()>& isDone, Clock::time_poi
   const Waker waker([this] { context_.stop(); });
   for (;;) {
     context_.restart();  // before looking: from now on a stop counts
-    if (isCancelled()) throw OpenFailure(FailureKind::Cancelled, "cancelled");
     if (isDone()) return true;
     if (Clock::now() >= end) return false;
+    if (isCancelled()) throw OpenFailure(FailureKind::Cancelled, "cancelled");
     context_.run_one_until(end);
   }
 }
