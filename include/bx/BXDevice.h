@@ -60,7 +60,7 @@ class BX_DEVICE_API BXDevice {
   // when `skipStartup`; its failure counts for nothing), waits 500 ms, commands mode 2 unless that was the last mode,
   // and asks for the device information. Up to 9 exchanges. Forgets the training records. True at once, without any of
   // this, when the port is open. False when the port cannot be opened, and then nothing has changed; or when the device
-  // refuses or does not answer, and then it is disconnected.
+  // refuses or does not answer, and then it is disconnected. A device that its manager removes meanwhile tries no more.
   bool connectDevice(bool skipStartup);
   // Closes the port at once, sending nothing; forgets device settings, target, stored targets, records and the
   // Unity callback. Keeps session settings, the last mode, parameter-set frames, isDeviceInitialized and the error
@@ -256,6 +256,7 @@ class BX_DEVICE_API BXDevice {
   Json processShotData(const Bytes& frame);
   Json processMeasurementData(const Bytes& frame);
 
+  std::atomic<bool> removing{false};  // by one thread: another one that wants to leaves it to that
   std::string deviceName;
   std::string portName;
   std::map<std::int32_t, Bytes> deviceFrames;

@@ -1,8 +1,8 @@
 // The registry of devices, one for each serial port, and everything that a host does with them.
 //
-// Ports are named as BXSerialCom::initializePort takes them (such as /dev/ttyUSB0), compared byte by byte, and neither
-// checked nor normalised. Operations that walk all devices go by ascending name. On a port that is not registered an
-// operation sends nothing and gives its empty or false result.
+// Ports are named as BXSerialCom::initializePort takes them (/dev/ttyUSB0, tcp://HOST:PORT), compared byte by byte, and
+// neither checked nor normalised. Operations that walk all devices go by ascending name. On a port that is not
+// registered an operation sends nothing and gives its empty or false result.
 //
 // Every operation blocks until its exchanges are over; BXDevice.h tells what an exchange is, how long it can take and
 // what each step sends. "Mode 6 ... mode 4" is one exchange each, skipped when the device is in that mode already, and

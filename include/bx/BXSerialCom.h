@@ -62,15 +62,23 @@ class BX_SERIAL_COM_API BXSerialCom {
 
   // ---- Port. None of these exchanges anything with the device; the first exchange begins the session.
 
-  // Remembers the port name (such as /dev/ttyUSB0); opens nothing. False, and nothing changes, while the port is open.
+  // Remembers the port name; opens nothing. False, and nothing changes, while the port is open. A name is
+  //   - that of a serial port of this machine: /dev/ttyUSB0, COM3; or
+  //   - tcp://HOST:PORT, a line behind a server that passes its bytes on as they are. HOST is a name, an IPv4 address,
+  //   or
+  //     an IPv6 address in brackets: tcp://[::1]:4001. The server has the line's speed. Nothing keeps a second host
+  //     from the line but the server; when one takes it, the first one's session is lost. Nothing is secret, and nobody
+  //     has to show who he is: for this machine alone, a network of its own, or a tunnel (ssh, stunnel).
+  // Names are compared byte by byte: a line that has two names is two ports.
   bool initializePort(const std::string& port);
-  // Opens the remembered port for exclusive use, raw, without flow control, discarding unread input. True at once when
-  // it is open already. False when it cannot be opened, is in use by another program, or is the terminal that controls
-  // this process.
+  // Opens the remembered port: a serial port for exclusive use, raw, without flow control, discarding unread input.
+  // True at once when it is open already. False when it cannot be opened, is in use by another program, or is the
+  // terminal that controls this process. Over TCP it blocks for 3 s at most, looking up the host included, and ends at
+  // once when the port is closed or the thread is cancelled (BXSerialLink.h) meanwhile.
   bool openPort();
   // Closes the port, with the settings that it had before. True when it was open. An exchange under way on another
-  // thread fails at once. Called outside a handler: no handler runs any more when it returns. Called inside one: none
-  // starts afterwards. The callbacks stay.
+  // thread fails at once, and so does an opening over TCP. Called outside a handler: no handler runs any more when it
+  // returns. Called inside one: none starts afterwards. The callbacks stay.
   bool closePort();
   // Whether the port is open and has not been hung up.
   bool isConnected() const;

@@ -1,5 +1,5 @@
 // What our own link offers a host beyond the contract of BXSerialCom.h: time-outs and line speed, the reason of the
-// last failure, cancellation, statistics, traces, and transports other than a serial port.
+// last failure, cancellation, statistics, traces, and transports of a host's own.
 //
 // All functions may be called from any thread at any time.
 #pragma once
@@ -18,7 +18,9 @@
 namespace BX::link {
 
 struct Options {
-  // Line speed in bits a second, eight data bits, no parity, one stop bit; ten bits travel for each byte.
+  // Line speed in bits a second, eight data bits, no parity, one stop bit; ten bits travel for each byte. A line over
+  // TCP has the speed that was set at its server: this sets nothing there, but the waits below begin when bytes have
+  // left at this speed.
   unsigned baud = 115200;
   // A frame is sent again when it is not acknowledged this long after its last byte has left; each further wait is
   // half as long again.
@@ -39,7 +41,7 @@ BX_SERIAL_COM_API Options getOptions();
 enum class FailureKind {
   None,  // nothing has failed
   // ---- opening
-  NoSuchPort,
+  NoSuchPort,  // nor such a host, nothing listens there, or the name is none (tcp://HOST:PORT)
   NotPermitted,
   InUse,  // by another program
   NotASerialPort,
@@ -111,9 +113,9 @@ class BX_SERIAL_COM_API Cancellation {
   // before the scope or in it, every exchange of this thread, under way or to come, fails at once as Cancelled, and the
   // thread starts no listening. The device stays connected, and its session and stream go on; an answer that still
   // comes is dropped. A mode that was commanded meanwhile may have been taken or not: the next exchange without such a
-  // scope, unless it commands a mode itself, is preceded by the command to rest. Opening and closing a port are not
-  // cancelled: they wait for nothing but handlers of the host. Scopes nest: the innermost one counts alone. The
-  // cancellation itself may be gone before the scope.
+  // scope, unless it commands a mode itself, is preceded by the command to rest. Opening a port over TCP is
+  // cancelled as well. Other openings, and closing, are not: they wait for nothing but handlers of the host. Scopes
+  // nest: the innermost one counts alone. The cancellation itself may be gone before the scope.
   class BX_SERIAL_COM_API Scope {
    public:
     explicit Scope(const Cancellation& cancellation);
@@ -206,8 +208,8 @@ class BX_SERIAL_COM_API Transport {
 
 using TransportFactory = std::function<std::unique_ptr<Transport>(const std::string& port)>;
 
-// From now on openPort gets the line of exactly this port name from `factory`; an empty function brings the serial
-// port back.
+// From now on openPort gets the line of exactly this port name from `factory`; an empty function brings back what the
+// name means by itself. While open() runs, a cancellation of its thread, and closePort, end BX::link::wait at once.
 BX_SERIAL_COM_API void setTransport(const std::string& port, TransportFactory factory);
 
 }  // namespace BX::link

@@ -5,15 +5,17 @@
  * What a function gives through a pointer is 0 or NULL when it fails, unless it is told otherwise. Where a pointer is
  * said to be optional, NULL means that the host does not want it.
  *
- * Texts are UTF-8 and end with a zero byte. Ports are named as the system names them (/dev/ttyUSB0), compared byte by
- * byte; a port name is not empty. Documents are JSON texts; docs/ tables their keys, types and units. A document that
- * is passed in is an object. Every text that is given is the host's, who frees it with bx_free.
+ * Texts are UTF-8 and end with a zero byte. Ports are named as the system names them (/dev/ttyUSB0), or tcp://HOST:PORT
+ * for a line behind a server in the network (docs/link.md), and compared byte by byte; a port name is not empty.
+ * Documents are JSON texts; docs/ tables their keys, types and units. A document that is passed in is an object. Every
+ * text that is given is the host's, who frees it with bx_free.
  *
  * Managers and cancels are keys, not addresses: one that was destroyed, or never was any, is told as BX_E_HANDLE by
  * every function, and no key is given twice.
  *
  * Blocking. A function blocks as long as its exchanges with the device take: 1.3 s each when nothing acknowledges, and
  * else 2 s after the device's last sign. "N exchanges" means N times that at worst; the first failure mostly ends it.
+ * Opening a port over TCP is tried three times and takes 3 s each at worst.
  * bx_cancel_signal ends a call that was given the cancel within 250 ms; bx_destroy and bx_shutdown end all calls.
  *
  * Threads. Everything may be called from any thread at any time. Operations on one port take turns; on different ports
@@ -117,7 +119,8 @@ BX_C_API int32_t bx_create(uint32_t version, bx_manager** m);
  * sent. Streams are not stopped: a device goes on until its host was silent for a minute. */
 BX_C_API int32_t bx_destroy(bx_manager* m);
 /* The same for all managers; cancels and the trace file end as well. Returns once no thread is inside the library, nor
- * one of its own runs: it may be unloaded then. All can be created again. */
+ * one of its own runs: it may be unloaded then. (One that still looks up the name of a host keeps it in memory.) All
+ * can be created again. */
 BX_C_API int32_t bx_shutdown(void);
 
 /* A cancel may be given to many calls, at once and one after the other. Signalled, it ends them all with

@@ -54,7 +54,7 @@ bool BXDevice::connectDevice(bool skipStartup) {
   if (serialCom.isConnected()) return true;
   int tries = 1;
   while (!serialCom.openPort()) {
-    if (++tries > openTries) return false;
+    if (++tries > openTries || removing) return false;
   }
   clearTrainingFrames();
   {

@@ -72,11 +72,11 @@ bool BXDeviceManager::removeDevice(const std::string& port) {
 
 // False when another thread is removing it. An operation, or a hang-up, may have taken it out meanwhile.
 bool BXDeviceManager::remove(const std::string& port, Entry& entry) {
-  if (entry.removing.exchange(true)) return false;
+  if (entry.device.removing.exchange(true)) return false;
   try {
     entry.device.getSerialCom().closePort();
   } catch (...) {
-    entry.removing = false;
+    entry.device.removing = false;
     throw;
   }
   registry->remove(port, &entry);

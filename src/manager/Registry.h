@@ -22,8 +22,7 @@ struct BXDeviceManager::Entry {
   std::mutex connecting;  // held by the thread that connects it, before `operation` and never waited for
   platform::Mutex records;
   bool recordsInUse GUARDED_BY(records) = false;
-  std::atomic<bool> removing{false};  // by one thread: another one that wants to leaves it to that
-  std::atomic<unsigned> starts{0};    // of a training, counted
+  std::atomic<unsigned> starts{0};  // of a training, counted
   BXDevice device;
 };
 

@@ -7,8 +7,9 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <thread>
 
-#include "bx/BXSerialCom.h"
+#include "bx/BXDeviceManager.h"
 #include "bx/BXSerialLink.h"
+#include "bx/Waiting.h"
 #include "tests/support/Event.h"
 #include "tests/support/Table.h"
 
@@ -84,6 +85,18 @@ TEST_F(TcpTest, EndsAnOpeningInTimeOrWhenTheHostWantsIt) {
       EXPECT_EQ(link::lastFailure(port).kind, kind) << name;
     }
   }
+
+  setWaitFunction([](auto) {});
+  BXDeviceManager manager;
+  manager.addDevice(port, {});
+  std::thread remover([&, before = lookUps.load()] {
+    test::await([before] { return lookUps > before; });
+    manager.removeDevice(port);
+  });
+  manager.connectDevice(port, true);
+  remover.join();
+  setWaitFunction({});
+  EXPECT_EQ(link::lastFailure(port).kind, FailureKind::Closed) << "and is not tried again";
   isSilent = false;
   isSilent.notify_all();
 }

@@ -23,7 +23,7 @@ CLI::Option& addName(CLI::App& command, const std::string& usage, std::string& n
 }
 
 void addPort(CLI::App& command, std::string& port) {
-  addName(command, "PORT", port, "Serial port, such as /dev/ttyUSB0").required();
+  addName(command, "PORT", port, "Serial port, such as /dev/ttyUSB0, or tcp://HOST:PORT").required();
 }
 
 // Gives --target.
