@@ -9,7 +9,6 @@
 
 #include "bx/BXDeviceManager.h"
 #include "bx/BXSerialLink.h"
-#include "bx/Waiting.h"
 #include "tests/support/Event.h"
 #include "tests/support/Table.h"
 
@@ -32,35 +31,28 @@ using link::FailureKind;
 
 class TcpTest : public testing::Test {
  protected:
-  bool opens(const std::string& name) {
-    com.initializePort(port = name);
-    return com.openPort();
-  }
-  std::string address() const { return "tcp://127.0.0.1:" + std::to_string(server.local_endpoint().port()); }
+  bool opens(const std::string& name) { return com.initializePort(port = name) && com.openPort(); }
 
   boost::asio::io_context context;
-  tcp::acceptor server{context, tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0)};
+  tcp::acceptor server{context, {boost::asio::ip::address_v4::loopback(), 0}};
+  const std::string here = "tcp://127.0.0.1:" + std::to_string(server.local_endpoint().port());
   std::string port;
   BXSerialCom com;
 };
 
-TEST_F(TcpTest, TellsWhatIsWrongWithAName) {
+TEST_F(TcpTest, TellsWhatIsWrongWithANameOrHowALineHasEnded) {
   for (const auto& row : test::rowsOf(test::textIn(BX_SOURCE_DIR "/tests/link/names.txt"))) {
     EXPECT_FALSE(opens(row.at(0)));
     EXPECT_EQ(link::lastError(port), row.at(1)) << port;
   }
-}
-
-TEST_F(TcpTest, TellsHowALineEnds) {
   for (const bool reset : {false, true}) {
-    ASSERT_TRUE(opens(address())) << link::lastError(port);
+    ASSERT_TRUE(opens(here)) << link::lastError(port);
     tcp::socket socket = server.accept();
-    if (reset) socket.set_option(tcp::socket::linger(true, 0));
+    socket.set_option(tcp::socket::linger(reset, 0));
     socket.close();
     EXPECT_FALSE(com.poll());
     EXPECT_EQ(link::lastFailure(port).kind, FailureKind::HungUp);
     EXPECT_EQ(link::lastError(port), reset ? "the connection was reset" : "the connection was closed by the server");
-    EXPECT_FALSE(com.isConnected());
   }
 }
 
@@ -68,35 +60,30 @@ TEST_F(TcpTest, EndsAnOpeningInTimeOrWhenTheHostWantsIt) {
   server.listen(0);
   std::vector<tcp::socket> queue;  // that nobody accepts: who comes after them hears nothing
   for (int i = 0; i < 4; ++i) queue.emplace_back(context).async_connect(server.local_endpoint(), [](auto) {});
-  EXPECT_FALSE(opens(address()));
+  EXPECT_FALSE(opens(here));
   EXPECT_EQ(link::lastError(port), "no answer within 3.0 s");
 
+  const auto failureOf = [&](const auto& opening, const auto& end) {
+    std::thread ender([&end, before = lookUps.load()] {
+      test::await([before] { return lookUps > before; });
+      end();
+    });
+    opening();
+    ender.join();
+    return link::lastFailure(port).kind;
+  };
   isSilent = true;
-  for (const std::string& name : {address(), std::string("tcp://slow:4001")}) {
-    for (const auto kind : {FailureKind::Closed, FailureKind::Cancelled}) {
-      link::Cancellation cancellation;
-      const link::Cancellation::Scope scope(cancellation);
-      std::thread ender([&, before = lookUps.load()] {
-        test::await([before] { return lookUps > before; });
-        kind == FailureKind::Closed ? static_cast<void>(com.closePort()) : cancellation.request();
-      });
-      EXPECT_FALSE(opens(name));
-      ender.join();
-      EXPECT_EQ(link::lastFailure(port).kind, kind) << name;
-    }
+  for (const std::string& name : {here, std::string("tcp://slow:4001")}) {
+    EXPECT_EQ(failureOf([&] { opens(name); }, [&] { com.closePort(); }), FailureKind::Closed) << name;
+    link::Cancellation cancellation;
+    const link::Cancellation::Scope scope(cancellation);
+    EXPECT_EQ(failureOf([&] { opens(name); }, [&] { cancellation.request(); }), FailureKind::Cancelled) << name;
   }
-
-  setWaitFunction([](auto) {});
   BXDeviceManager manager;
   manager.addDevice(port, {});
-  std::thread remover([&, before = lookUps.load()] {
-    test::await([before] { return lookUps > before; });
-    manager.removeDevice(port);
-  });
-  manager.connectDevice(port, true);
-  remover.join();
-  setWaitFunction({});
-  EXPECT_EQ(link::lastFailure(port).kind, FailureKind::Closed) << "and is not tried again";
+  EXPECT_EQ(failureOf([&] { manager.connectDevice(port, true); }, [&] { manager.removeDevice(port); }),
+            FailureKind::Closed)
+      << "and is not tried again";
   isSilent = false;
   isSilent.notify_all();
 }

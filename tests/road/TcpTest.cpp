@@ -9,7 +9,6 @@ namespace {
 
 TEST(Tcp, CarriesWhatASerialPortDoes) {
   for (const char* rows : {"streamed", "written", "stored"}) {
-    SCOPED_TRACE(rows);
     expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/" + std::string(rows) + ".txt"),
                     {{"VIA", "tests/road/over-tcp"}});
   }
