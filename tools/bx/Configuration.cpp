@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "Connection.h"
 #include "Documents.h"
 #include "Progress.h"
@@ -28,7 +30,7 @@ void configure(Tool& tool, Connection& connection, Configuration& configuration)
     const Progress progress(tool.console, connection);
     if (!manager.createTargetOnDevice(port, target->type, target->document)) connection.fail("upload target");
   }
-  if (!configuration.device) {
+  if (!configuration.device && !std::exchange(configuration.isToldOf, true)) {
     Review review(tool.global.force);
     review.add(port + ": settings written back", warningsAbout(connection.settings(), DocumentKind::DeviceSettings));
     review.tell(tool.console);

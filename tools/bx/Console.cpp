@@ -84,7 +84,7 @@ void Console::note(const std::string& text) {
   if (!quiet_) line(text);
 }
 
-bool Console::drawsProgress() const { return !quiet_ && system::isTerminal(system::standardError); }
+bool Console::drawsProgress() const { return !quiet_ && !still_ && system::isTerminal(system::standardError); }
 
 void Console::progress(const std::string& text) {
   const platform::MutexLock lock(mutex_);

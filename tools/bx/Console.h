@@ -41,6 +41,8 @@ class Console {
   void showLibrary();
   // Only errors are written to standard error from now on.
   void beQuiet() { quiet_ = true; }
+  // Nothing that moves is drawn from now on.
+  void beStill() { still_ = true; }
 
   // One line of data, valid UTF-8 and flushed. False when nobody reads standard output any more; throws Failure when it
   // cannot be written for another reason.
@@ -90,6 +92,7 @@ class Console {
   std::ostream err_ GUARDED_BY(mutex_);
   bool showsProgress_ GUARDED_BY(mutex_) = false;
   bool quiet_ = false;
+  bool still_ = false;
 };
 
 }  // namespace BX::tool

@@ -87,13 +87,16 @@ class Demo {
   void trainAndShow(Connection& connection) {
     startTraining(connection);
     const auto start = std::chrono::steady_clock::now();
-    const auto loss = followTraining(connection, [this, start](Json record) {
-      streamed_.push_back(record);
-      const bool shot = isShot(record);
-      if (shot) shots_.push_back(record);
-      setReceived(record, std::chrono::duration_cast<Milliseconds>(std::chrono::steady_clock::now() - start));
-      session_->add(record.getDocument());
-      if (shot) say(shotLine(record, lastValue(*session_)));
+    const auto loss = followTraining(connection, [this, start](std::vector<Json> records) {
+      for (auto& record : records) {
+        if (shots_.size() >= wanted_) break;
+        streamed_.push_back(record);
+        const bool shot = isShot(record);
+        if (shot) shots_.push_back(record);
+        setReceived(record, std::chrono::duration_cast<Milliseconds>(std::chrono::steady_clock::now() - start));
+        session_->add(record.getDocument());
+        if (shot) say(shotLine(record, lastValue(*session_)));
+      }
       return shots_.size() < wanted_;
     });
     if (loss || interrupted()) connection.fail("training");

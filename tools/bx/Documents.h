@@ -50,6 +50,7 @@ Findings warningsAbout(const Json& document, DocumentKind kind);
 struct Configuration {
   std::optional<Json> device, session;
   std::optional<TargetFile> target;
+  bool isToldOf = false;  // that settings are written back which no device reports in full
   bool any() const { return device || session || target; }
 };
 

@@ -10,34 +10,32 @@ namespace BX::tool {
 
 namespace {
 
-constexpr std::chrono::milliseconds pollInterval{5};
+using Take = std::function<bool(std::vector<Json> records)>;
 
 class Stream {
  public:
-  Stream(BXDevice& device, const std::function<bool(Json)>& take) : device_(device), take_(take) {}
+  Stream(BXDevice& device, const Take& take) : device_(device), take_(take) {}
 
   // Whether the stream ended by itself.
-  bool follow(const std::function<bool()>& goesOn) {
+  bool follow(const std::function<bool()>& goesOn, std::chrono::milliseconds interval) {
     while (wantsMore_ && !interrupted() && goesOn()) {
       const bool streams =
           device_.getSerialCom().getStreaming();  // asked first: what came before the end is taken below
       takeArrived();
       if (!streams) return true;
-      std::this_thread::sleep_for(pollInterval);
+      std::this_thread::sleep_for(interval);
     }
     return false;
   }
 
   void takeArrived() {
-    for (auto& record : device_.takeTrainingFrames()) {
-      if (!wantsMore_) return;
-      wantsMore_ = take_(std::move(record));
-    }
+    auto records = device_.takeTrainingFrames();
+    if (wantsMore_ && !records.empty()) wantsMore_ = take_(std::move(records));
   }
 
  private:
   BXDevice& device_;
-  const std::function<bool(Json)>& take_;
+  const Take& take_;
   bool wantsMore_ = true;
 };
 
@@ -55,11 +53,11 @@ void startTraining(Connection& connection) {
   }
 }
 
-std::optional<TrainingLoss> followTraining(Connection& connection, const std::function<bool(Json)>& take,
-                                           const std::function<bool()>& goesOn) {
+std::optional<TrainingLoss> followTraining(Connection& connection, const Take& take,
+                                           const std::function<bool()>& goesOn, std::chrono::milliseconds interval) {
   Stream stream(connection.device(), take);
   // A failure that ends no stream, such as a full queue, is told at the end.
-  const bool lost = stream.follow(goesOn) && connection.failed();
+  const bool lost = stream.follow(goesOn, interval) && connection.failed();
   if (!lost) connection.manager().stopTraining(connection.port());
   stream.takeArrived();
   if (!connection.failed()) return std::nullopt;
