@@ -2,6 +2,7 @@
 
 #include <mosquitto.h>
 #include <mqtt_protocol.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -187,12 +188,24 @@ void Broker::subscribe() {
   deadline_ = Clock::time_point::max();
 }
 
+// By poll: the library's own loop selects, which a program with a thousand descriptors cannot.
+int Broker::exchange(Clock::time_point until) {
+  mosquitto* const client = client_.get();
+  const auto patience = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
+  const short wanted = mosquitto_want_write(client) ? POLLIN | POLLOUT : POLLIN;
+  pollfd socket = {mosquitto_socket(client), wanted, 0};
+  ::poll(&socket, 1, static_cast<int>(std::max(patience, 0ms).count()));
+  int code = MOSQ_ERR_SUCCESS;
+  if ((socket.revents & POLLOUT) != 0) code = mosquitto_loop_write(client, 1);
+  if (code == MOSQ_ERR_SUCCESS && (socket.revents & ~POLLOUT) != 0) code = mosquitto_loop_read(client, 1);
+  return code == MOSQ_ERR_SUCCESS ? mosquitto_loop_misc(client) : code;
+}
+
 // Waits for the network, or for the time of the next try, but not beyond `until`.
 void Broker::step(Clock::time_point until) {
   if (!client_ && !hasLeft_ && Clock::now() >= retryAt_) begin();
   if (!client_) return std::this_thread::sleep_until(hasLeft_ ? until : std::min(until, retryAt_));
-  const auto patience = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
-  const int code = mosquitto_loop(client_.get(), static_cast<int>(std::max(patience, 0ms).count()), 1);
+  const int code = exchange(until);
   const std::string reason = code == MOSQ_ERR_SUCCESS ? std::string() : reasonOf(code);
   if (code == MOSQ_ERR_SUCCESS && lossReason_.empty() && !isConnected_ && subscribing_ == 0 &&
       deadline_ == Clock::time_point::max()) {

@@ -30,6 +30,7 @@ class Publisher {
   // Queues the message (QoS 1) and returns at once. False, and nothing is queued, unless the broker is connected. An
   // empty payload that is retained clears the topic.
   virtual bool publish(const std::string& topic, const std::string& payload, bool isRetained) = 0;
+  virtual bool isConnected() const = 0;
 };
 
 struct BrokerSettings {
@@ -66,7 +67,11 @@ class Broker : public Publisher {
   void finish(std::chrono::milliseconds patience);
 
   bool publish(const std::string& topic, const std::string& payload, bool isRetained) override;
+<<<<<<< HEAD
   bool isConnected() const { return isConnected_; }
+=======
+  bool isConnected() const override { return isConnected_; }
+>>>>>>> fb3e9e1 (Train the lanes of a machine, and publish what they keep)
   // Another client has our name: ends the connection without the will, tells so, and connects no more.
   void leave();
   bool hasLeft() const { return hasLeft_; }
@@ -82,6 +87,7 @@ class Broker : public Publisher {
   void configure();
   void subscribe();
   void step(Clock::time_point until);
+  int exchange(Clock::time_point until);
   void dispatch();
   void lose(const std::string& reason);
   void tellTrouble(const std::string& text);

@@ -17,13 +17,13 @@ class Stream {
   Stream(BXDevice& device, const Take& take) : device_(device), take_(take) {}
 
   // Whether the stream ended by itself.
-  bool follow(const std::function<bool()>& goesOn, std::chrono::milliseconds interval) {
+  bool follow(const std::function<bool()>& goesOn, std::chrono::milliseconds between) {
     while (wantsMore_ && !interrupted() && goesOn()) {
       const bool streams =
           device_.getSerialCom().getStreaming();  // asked first: what came before the end is taken below
       takeArrived();
       if (!streams) return true;
-      std::this_thread::sleep_for(interval);
+      std::this_thread::sleep_for(between);
     }
     return false;
   }
@@ -54,10 +54,10 @@ void startTraining(Connection& connection) {
 }
 
 std::optional<TrainingLoss> followTraining(Connection& connection, const Take& take,
-                                           const std::function<bool()>& goesOn, std::chrono::milliseconds interval) {
+                                           const std::function<bool()>& goesOn, std::chrono::milliseconds between) {
   Stream stream(connection.device(), take);
   // A failure that ends no stream, such as a full queue, is told at the end.
-  const bool lost = stream.follow(goesOn, interval) && connection.failed();
+  const bool lost = stream.follow(goesOn, between) && connection.failed();
   if (!lost) connection.manager().stopTraining(connection.port());
   stream.takeArrived();
   if (!connection.failed()) return std::nullopt;

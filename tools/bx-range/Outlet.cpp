@@ -1,0 +1,105 @@
+#include "Outlet.h"
+
+#include <rapidjson/document.h>
+
+#include <utility>
+
+#include "platform/OutputFile.h"
+
+namespace BX::range {
+
+std::optional<Confirmation> confirmationOf(const std::string& text) {
+  rapidjson::Document document;
+  document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
+  if (document.HasParseError() || !document.IsObject()) return std::nullopt;
+  const auto session = document.FindMember("session");
+  const auto lines = document.FindMember("lines");
+  const auto ended = document.FindMember("ended");
+  const auto end = document.MemberEnd();
+  if (session == end || lines == end || !session->value.IsUint64() || !lines->value.IsUint64()) return std::nullopt;
+  return Confirmation{session->value.GetUint64(), lines->value.GetUint64(),
+                      ended != end && ended->value.IsBool() && ended->value.GetBool()};
+}
+
+Outlet::Outlet(const Spool& spool, const Topics& topics, Topic topic, std::function<void(const std::string&)> complain)
+    : spool_(spool), topics_(topics), topic_(std::move(topic)), complain_(std::move(complain)) {}
+
+void Outlet::add(const SpooledSession& session) {
+  names_[session.number] = session.name;
+  sender_.begin(session.number);
+  sender_.grow(session.lines);
+  sender_.end();
+}
+
+void Outlet::take(Lane::News news) {
+  for (const auto& session : news.sessions) {
+    if (names_.emplace(session.number, session.name).second) sender_.begin(session.number);
+    sender_.grow(session.lines);
+    if (session.isEnded) sender_.end();
+  }
+  for (auto& [what, text] : news.retained) {
+    retained_[what] = std::move(text);
+    unsent_.insert(what);
+  }
+}
+
+void Outlet::reconnect() {
+  sender_.reconnect();
+  for (const auto& [what, text] : retained_) unsent_.insert(what);
+}
+
+void Outlet::confirm(const Confirmation& confirmation) try {
+  if (!sender_.knows(confirmation.session)) {
+    if (confirmation.isEnded) return;
+    const auto session = spool_.recall(topic_.lane, confirmation.session);
+    if (!session) return;
+    names_[session->number] = session->name;
+    sender_.recall(session->number, session->lines);
+  }
+  const auto kept = sender_.confirm(confirmation, Sender::Clock::now());
+  if (!kept) return;
+  const auto name = names_.extract(*kept);
+  spool_.finish(name.mapped());
+} catch (const platform::OutputError& error) {
+  complain_(error.what());
+}
+
+void Outlet::send(Publisher& publisher) {
+  sendRetained(publisher);
+  while (publisher.isConnected()) {
+    const auto chunk = sender_.next(Sender::Clock::now());
+    if (!chunk || !sendChunk(publisher, *chunk)) return;
+  }
+}
+
+void Outlet::sendRetained(Publisher& publisher) {
+  std::erase_if(unsent_,
+                [&](const std::string& what) { return publisher.publish(topicOf(what), retained_[what], true); });
+}
+
+bool Outlet::sendChunk(Publisher& publisher, const Chunk& chunk) try {
+  std::string text;
+  if (chunk.count > 0) {
+    if (std::exchange(opened_, chunk.session) != chunk.session || !lines_) {
+      lines_.reset();
+      lines_ = std::make_unique<SessionLines>(spool_.pathOf(names_.at(chunk.session)));
+    }
+    text = lines_->read(chunk.first, chunk.count) + '\n';
+  }
+  return publisher.publish(topicOf(what::records),
+                           "{\"session\":" + std::to_string(chunk.session) +
+                               ",\"first\":" + std::to_string(chunk.first) + ",\"lines\":[" + text + ']' +
+                               (chunk.isEnd ? ",\"end\":true}" : "}"),
+                           false);
+} catch (const platform::OutputError& error) {
+  complain_(error.what());
+  return false;
+}
+
+std::string Outlet::topicOf(const std::string& what) const {
+  Topic topic = topic_;
+  topic.what = what;
+  return topics_.of(topic);
+}
+
+}  // namespace BX::range

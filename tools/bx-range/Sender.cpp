@@ -1,0 +1,71 @@
+#include "Sender.h"
+
+#include <algorithm>
+
+namespace BX::range {
+
+void Sender::reconnect() {
+  sent_ = confirmed_;
+  isEndSent_ = false;
+}
+
+void Sender::recall(SessionNumber session, std::size_t lines) {
+  sessions_.push_front({session, lines, true});
+  confirmed_ = 0;
+  reconnect();
+}
+
+bool Sender::knows(SessionNumber session) const {
+  return std::any_of(sessions_.begin(), sessions_.end(), [&](const Session& one) { return one.number == session; });
+}
+
+// A power cut may take lines from us that the archive has.
+bool Sender::isWhole(const Session& session, const Confirmation& confirmation) {
+  return session.isEnded &&
+         (confirmation.isEnded ? confirmation.lines >= session.lines : confirmation.lines > session.lines);
+}
+
+std::optional<SessionNumber> Sender::confirm(const Confirmation& confirmation, Clock::time_point now) {
+  const auto session = std::find_if(sessions_.begin(), sessions_.end(),
+                                    [&](const Session& one) { return one.number == confirmation.session; });
+  if (session == sessions_.end()) return std::nullopt;
+  const bool isInHand = session == sessions_.begin();
+  if (isWhole(*session, confirmation)) {
+    sessions_.erase(session);
+    if (isInHand) {
+      confirmed_ = 0;
+      reconnect();
+    }
+    return confirmation.session;
+  }
+  if (!isInHand || confirmation.lines == confirmed_) return std::nullopt;
+  // Less than before, from an archive that was restored from a copy, or more than was sent, to another run of ours.
+  const std::size_t lines = std::min(confirmation.lines, session->lines);
+  const bool isBack = lines < confirmed_;
+  confirmed_ = lines;
+  if (isBack || sent_ < confirmed_) reconnect();
+  progress_ = now;
+  return std::nullopt;
+}
+
+std::optional<Chunk> Sender::next(Clock::time_point now) {
+  if (sessions_.empty()) return std::nullopt;
+  const Session& session = sessions_.front();
+  const bool isUnderWay = sent_ > confirmed_ || isEndSent_;
+  if (!isUnderWay) progress_ = now;
+  if (now - progress_ >= patience) {
+    reconnect();
+    progress_ = now;
+  }
+  const std::size_t limit = std::min(session.lines, confirmed_ + mostAhead);
+  if (sent_ < limit) {
+    const Chunk chunk{session.number, sent_, std::min(mostLines, limit - sent_), false};
+    sent_ += chunk.count;
+    return chunk;
+  }
+  if (!session.isEnded || sent_ < session.lines || isEndSent_) return std::nullopt;
+  isEndSent_ = true;
+  return Chunk{session.number, session.lines, 0, true};
+}
+
+}  // namespace BX::range

@@ -1,0 +1,73 @@
+// What a lane sends next: a procedure without I/O. The archive alone knows what is kept; whatever it has not confirmed
+// is sent again.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+
+namespace BX::range {
+
+using SessionNumber = std::uint64_t;
+
+// Lines of a session file from `first` on, or its end: then `first` is the number of all its lines.
+struct Chunk {
+  SessionNumber session = 0;
+  std::size_t first = 0;
+  std::size_t count = 0;
+  bool isEnd = false;
+  bool operator==(const Chunk&) const = default;
+};
+
+// What the archive tells of a session: the lines that it has committed, and whether it knows their end.
+struct Confirmation {
+  SessionNumber session = 0;
+  std::size_t lines = 0;
+  bool isEnded = false;
+};
+
+class Sender {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  static constexpr std::size_t mostLines = 200;   // in a chunk
+  static constexpr std::size_t mostAhead = 3000;  // lines beyond what is confirmed
+  static constexpr std::chrono::seconds patience{5};
+
+  // Sessions are sent in the order in which they begin.
+  void begin(SessionNumber session) { sessions_.push_back({session, 0, false}); }
+  // One that was kept before is not any more: it comes first.
+  void recall(SessionNumber session, std::size_t lines);
+  // The newest session has so many lines now, and will get no more.
+  void grow(std::size_t lines) { sessions_.back().lines = lines; }
+  void end() { sessions_.back().isEnded = true; }
+
+  // Again from what is confirmed.
+  void reconnect();
+  // The session that is kept as a whole now, if there is one. What is not about our sessions is ignored.
+  std::optional<SessionNumber> confirm(const Confirmation& confirmation, Clock::time_point now);
+  // What is to be sent now, if anything is; it counts as sent.
+  std::optional<Chunk> next(Clock::time_point now);
+
+  bool knows(SessionNumber session) const;
+  std::size_t waiting() const { return sessions_.size(); }
+
+ private:
+  struct Session {
+    SessionNumber number = 0;
+    std::size_t lines = 0;
+    bool isEnded = false;
+  };
+
+  static bool isWhole(const Session& session, const Confirmation& confirmation);
+
+  std::deque<Session> sessions_;  // not kept as a whole yet; the first one is in hand
+  std::size_t confirmed_ = 0;     // of it
+  std::size_t sent_ = 0;
+  bool isEndSent_ = false;
+  Clock::time_point progress_;  // when it was last confirmed, or had nothing under way
+};
+
+}  // namespace BX::range

@@ -1,0 +1,122 @@
+#include "Spool.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <tuple>
+#include <utility>
+
+#include "SessionLines.h"
+#include "Topics.h"
+#include "platform/Descriptors.h"
+#include "platform/OutputFile.h"
+
+namespace BX::range {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view suffix = ".jsonl";
+
+[[noreturn]] void throwSpoolError(const std::string& path, const std::string& step, const std::error_code& error) {
+  throw platform::OutputError(path, step, error.value(), error.message());
+}
+
+// Nothing for a file of another name.
+std::optional<SpooledSession> sessionOf(const std::string& name) {
+  if (!name.ends_with(suffix)) return std::nullopt;
+  const std::string stem = name.substr(0, name.size() - suffix.size());
+  const auto last = stem.rfind('_');
+  const auto middle = last == std::string::npos || last == 0 ? std::string::npos : stem.rfind('_', last - 1);
+  if (middle == std::string::npos) return std::nullopt;
+  SpooledSession session{stem.substr(0, middle), name, 0, 0};
+  const char* const end = stem.data() + stem.size();
+  const auto read = std::from_chars(stem.data() + last + 1, end, session.number);
+  if (read.ec != std::errc() || read.ptr != end || !isName(session.lane)) return std::nullopt;
+  return session;
+}
+
+std::vector<SpooledSession> sessionsIn(const std::string& folder) {
+  std::vector<SpooledSession> sessions;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    if (auto session = sessionOf(entry->path().filename().string())) sessions.push_back(std::move(*session));
+  }
+  if (error) throwSpoolError(folder, "read", error);
+  const auto byName = [](const auto& session) { return std::tie(session.lane, session.name); };
+  std::sort(sessions.begin(), sessions.end(), [&](const auto& a, const auto& b) { return byName(a) < byName(b); });
+  return sessions;
+}
+
+// How many whole lines the file has, without what comes after them.
+std::size_t cutToWholeLines(const std::string& path) {
+  const auto extent = SessionLines(path).scan();
+  std::error_code error;
+  if (fs::file_size(path, error) != extent.bytes && !error) fs::resize_file(path, extent.bytes, error);
+  if (error) throwSpoolError(path, "cut", error);
+  return extent.lines;
+}
+
+}  // namespace
+
+std::string sessionFileName(const std::string& lane, const std::string& start, SessionNumber number) {
+  std::string time = start;
+  std::erase_if(time, [](char c) { return c == '-' || c == ':'; });
+  return lane + '_' + time + '_' + std::to_string(number) + std::string(suffix);
+}
+
+Spool::Spool(std::string folder) : folder_(std::move(folder)) {
+  std::error_code error;
+  fs::create_directories(folder_ + "/done", error);
+  if (error) throwSpoolError(folder_, "make", error);
+  const std::string path = folder_ + "/lock";
+  lock_ = platform::openToAppend(path);
+  if (lock_ >= 0) return;
+  const int code = errno;
+  throw platform::OutputError(folder_, "lock", code,
+                              code == EBUSY ? "in use by another gate" : std::generic_category().message(code));
+}
+
+Spool::~Spool() { platform::closeDescriptor(lock_); }
+
+std::vector<SpooledSession> Spool::recover() const {
+  std::vector<SpooledSession> sessions = sessionsIn(folder_);
+  for (auto& session : sessions) session.lines = cutToWholeLines(pathOf(session.name));
+  std::erase_if(sessions, [this](const SpooledSession& session) {
+    std::error_code ignored;
+    return session.lines == 0 && fs::remove(pathOf(session.name), ignored);
+  });
+  return sessions;
+}
+
+void Spool::finish(const std::string& name) const {
+  std::error_code error;
+  fs::rename(pathOf(name), donePath(name), error);
+  if (error) throwSpoolError(pathOf(name), "move", error);
+}
+
+std::optional<SpooledSession> Spool::recall(const std::string& lane, SessionNumber number) const {
+  for (auto& session : sessionsIn(folder_ + "/done")) {
+    if (session.lane != lane || session.number != number) continue;
+    std::error_code error;
+    fs::rename(donePath(session.name), pathOf(session.name), error);
+    if (error) throwSpoolError(donePath(session.name), "move", error);
+    session.lines = cutToWholeLines(pathOf(session.name));
+    return session;
+  }
+  return std::nullopt;
+}
+
+void Spool::prune(std::chrono::hours age) const {
+  for (const auto& session : sessionsIn(folder_ + "/done")) {
+    std::error_code error;
+    const auto written = fs::last_write_time(donePath(session.name), error);
+    if (!error && fs::file_time_type::clock::now() - written >= age) fs::remove(donePath(session.name), error);
+  }
+}
+
+}  // namespace BX::range

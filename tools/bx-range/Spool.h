@@ -1,0 +1,59 @@
+// The folder where a gate keeps its session files until the archive has them, and for a time afterwards:
+//
+//   LANE_START_NUMBER.jsonl   the archive does not have all of it yet
+//   done/                     those that it has
+//   lock                      held by the gate that uses the folder
+//   control                   the socket by which that gate is told what to do (Control.h)
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sender.h"
+
+namespace BX::range {
+
+// "LANE_20261122T081500Z_NUMBER.jsonl"; `start` is ISO 8601.
+std::string sessionFileName(const std::string& lane, const std::string& start, SessionNumber number);
+
+struct SpooledSession {
+  std::string lane;
+  std::string name;  // of the file
+  SessionNumber number = 0;
+  std::size_t lines = 0;
+};
+
+// Any thread may call the members, but those that take a session one session's callers one at a time.
+class Spool {
+ public:
+  // Makes the folder, and takes it for this process. Throws Failure, or platform::OutputError: another gate has it.
+  explicit Spool(std::string folder);
+  ~Spool();
+  Spool(const Spool&) = delete;
+  Spool& operator=(const Spool&) = delete;
+
+  const std::string& folder() const { return folder_; }
+  std::string pathOf(const std::string& name) const { return folder_ + '/' + name; }
+
+  // What earlier runs have left to send, by lane and start, the oldest first. A last line that was cut is cut off. To
+  // be called before the first session of this run. Throws platform::OutputError.
+  std::vector<SpooledSession> recover() const;
+  // The archive has all of it.
+  void finish(const std::string& name) const;
+  // Back to those that are not archived; nothing when it is not kept any more.
+  std::optional<SpooledSession> recall(const std::string& lane, SessionNumber number) const;
+  // Deletes what was finished and is older.
+  void prune(std::chrono::hours age) const;
+
+ private:
+  std::string donePath(const std::string& name) const { return folder_ + "/done/" + name; }
+
+  const std::string folder_;
+  int lock_ = -1;
+};
+
+}  // namespace BX::range
