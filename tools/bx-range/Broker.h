@@ -67,11 +67,7 @@ class Broker : public Publisher {
   void finish(std::chrono::milliseconds patience);
 
   bool publish(const std::string& topic, const std::string& payload, bool isRetained) override;
-<<<<<<< HEAD
-  bool isConnected() const { return isConnected_; }
-=======
   bool isConnected() const override { return isConnected_; }
->>>>>>> fb3e9e1 (Train the lanes of a machine, and publish what they keep)
   // Another client has our name: ends the connection without the will, tells so, and connects no more.
   void leave();
   bool hasLeft() const { return hasLeft_; }

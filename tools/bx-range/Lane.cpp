@@ -63,7 +63,7 @@ struct Lane::Session {
   std::string failure;  // of the disk
 };
 
-Lane::Lane(Tool& tool, const Spool& spool, LaneConfig config)
+Lane::Lane(tool::Tool& tool, const Spool& spool, LaneConfig config)
     : tool_(tool),
       spool_(spool),
       config_(std::move(config)),

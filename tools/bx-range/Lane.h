@@ -29,7 +29,7 @@ struct SessionNews {
 class Lane {
  public:
   // Reads the lane's documents; throws Failure. Nothing else is done until it is started.
-  Lane(Tool& tool, const Spool& spool, LaneConfig config);
+  Lane(tool::Tool& tool, const Spool& spool, LaneConfig config);
   // Ends the session, and waits until the device rests.
   ~Lane();
   Lane(const Lane&) = delete;
@@ -71,7 +71,7 @@ class Lane {
   void tell(const Session& session, bool isEnded);
   void tellTrouble(const std::string& text);
 
-  Tool& tool_;
+  tool::Tool& tool_;
   const Spool& spool_;
   const LaneConfig config_;
   tool::TrainingDevice device_;  // of the lane's thread, as what follows
