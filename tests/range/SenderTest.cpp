@@ -113,6 +113,12 @@ TEST(Sender, GoesNoFurtherThanItMayAndBackWhenNothingMoves) {
   EXPECT_FALSE(sender.confirm({1, 10'000, false}, now));
   EXPECT_THAT(sender.confirm({1, 10'000, true}, now), Optional(1U));
   EXPECT_THAT(sender.next(now), Optional(Chunk{2, 0, 1, false}));
+  sender.end();
+  sender.begin(3);
+  sender.grow(1);
+  sender.end();
+  EXPECT_THAT(sender.confirm({3, 1, true}, now), Optional(3U));  // to an earlier run
+  EXPECT_THAT(sender.next(now), Optional(Chunk{2, 1, 0, true}));
   sender.recall(1, 10'000);
   sender.confirm({1, 9900, false}, now);
   EXPECT_THAT(sender.next(now), Optional(Chunk{1, 9900, 100, false}));
