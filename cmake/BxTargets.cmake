@@ -17,8 +17,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(bx_options INTERFACE -Wthread-safety)  # reads the attributes of src/platform/Mutex.h
 endif()
 if(WIN32)
-  # Windows 10, and none of what windows.h would define beside it. Programs and libraries carry their runtime.
-  target_compile_definitions(bx_options INTERFACE _WIN32_WINNT=0x0A00 WIN32_LEAN_AND_MEAN NOMINMAX)
+  # Windows 10, and none of what windows.h would define beside it. The system's messages come in UTF-8. Programs and
+  # libraries carry their runtime.
+  target_compile_definitions(bx_options INTERFACE
+    _WIN32_WINNT=0x0A00 WIN32_LEAN_AND_MEAN NOMINMAX BOOST_SYSTEM_USE_UTF8)
   target_link_options(bx_options INTERFACE -static $<$<CONFIG:Release>:-s>)
   target_link_libraries(bx_options INTERFACE ws2_32 mswsock)
 endif()
@@ -146,6 +148,7 @@ function(bx_test name)
   endif()
   if(CMAKE_CROSSCOMPILING)
     add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
   else()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
   endif()

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "bx/BXSerialLink.h"
+#include "platform/Utf8.h"
 
 namespace BX::link {
 
@@ -29,8 +30,8 @@ std::vector<PortInfo> listPorts() {
     if (type != REG_SZ) continue;
     name.at(nameBytes / sizeof(wchar_t)) = 0;
     PortInfo info;
-    info.port = std::filesystem::path(name.data()).string();
-    info.description = std::filesystem::path(driver.data()).filename().string();  // of such as \\Device\\VCP0
+    info.port = platform::utf8Of(name.data());
+    info.description = platform::utf8Of(std::filesystem::path(driver.data()).filename());  // of such as \\Device\\VCP0
     info.transport.clear();
     ports.push_back(std::move(info));
   }

@@ -7,11 +7,11 @@
 #include <boost/asio/error.hpp>
 #include <cctype>
 #include <chrono>
-#include <filesystem>
 #include <string_view>
 #include <thread>
 
 #include "bx/BXSerialLink.h"
+#include "platform/Utf8.h"
 
 namespace BX::link {
 
@@ -34,7 +34,7 @@ std::string textOf(DWORD error) {
   std::array<wchar_t, 256> text{};
   constexpr DWORD flags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
   FormatMessageW(flags, nullptr, error, 0, text.data(), static_cast<DWORD>(text.size()), nullptr);
-  return "error " + std::to_string(error) + ": " + std::filesystem::path(text.data()).string();
+  return "error " + std::to_string(error) + ": " + platform::utf8Of(text.data());
 }
 
 OpenFailure failureFor(DWORD error) {
@@ -75,7 +75,7 @@ std::shared_ptr<void> claim(std::string_view port) {
   std::string name(nameOf(port));
   std::ranges::transform(name, name.begin(),
                          [](unsigned char c) { return c == '\\' ? '/' : static_cast<char>(std::toupper(c)); });
-  const auto object = std::filesystem::path("Local\\BX_SERIAL_COM " + name);
+  const auto object = platform::pathOf("Local\\BX_SERIAL_COM " + name);
   const HANDLE claimed = CreateEventW(nullptr, TRUE, FALSE, object.c_str());
   const DWORD error = GetLastError();
   require(claimed != nullptr);
@@ -120,7 +120,7 @@ void drain(HANDLE handle) {
 SerialPort openSerialPort(const std::string& port) {
   const auto found = std::make_shared<LineSettings>();
   found->claim = claim(port);
-  const auto path = std::filesystem::path(devices).concat(nameOf(port));
+  const auto path = platform::pathOf(std::string(devices).append(nameOf(port)));
   SerialPort opened;
   // No sharing: while it is open, nobody else opens it.
   opened.handle =
