@@ -161,6 +161,7 @@ void HttpConnection::close() {
 void HttpConnection::drop() {
   Error ignored;
   socket_.set_option(boost::asio::socket_base::linger(true, 0), ignored);
+  socket_.cancel(ignored);  // what is under way keeps a socket open where closing does not end it
   socket_.close(ignored);
 }
 
