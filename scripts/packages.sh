@@ -3,7 +3,7 @@ build_packages=(g++ cmake ninja-build pkg-config libboost-dev libboost-thread-de
   libcli11-dev)
 test_packages=(libgtest-dev libgmock-dev socat)
 range_packages=(libmosquitto-dev libsqlite3-dev zlib1g-dev)
-range_test_packages=(mosquitto mosquitto-clients python3-jsonschema)
+range_test_packages=(mosquitto mosquitto-clients openssl python3-jsonschema)
 page_packages=(chromium chromium-driver python3-selenium)
 lint_packages=(clang clang-format clang-tidy)
 fuzz_packages=(clang libclang-rt-dev)

@@ -9,19 +9,16 @@ import sys
 import tempfile
 import unittest
 
-from selenium import webdriver
 from selenium.webdriver import ActionChains
-from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.support.wait import WebDriverWait
 
 import large
+from browser import OPTIONS, start
 
 BX = pathlib.Path(sys.argv.pop(1)).resolve()
 HERE = pathlib.Path(__file__).parent
 FOLDER = tempfile.TemporaryDirectory()
-OPTIONS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-sync",
-           "--disable-background-networking", "--disable-component-update", "--window-size=1300,1100"]
 
 
 def report(session, suffix="html"):
@@ -40,11 +37,7 @@ def started(program, *arguments):
 
 def setUpModule():
     global browser
-    options = webdriver.ChromeOptions()
-    for option in [*OPTIONS, f"--user-data-dir={FOLDER.name}/profile"]:
-        options.add_argument(option)
-    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    browser = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
+    browser = start(f"{FOLDER.name}/profile")
     unittest.addModuleCleanup(browser.quit)
 
 

@@ -1,11 +1,7 @@
 #include <gmock/gmock.h>
 
-#include <fstream>
-
-#include "tests/road/Program.h"
 #include "tests/support/Table.h"
 #include "tools/bx-range/BoardFeed.h"
-#include "tools/bx-range/NamesFile.h"
 
 namespace BX::range {
 namespace {
@@ -64,39 +60,6 @@ TEST(Board, TellsEachViewerWhatChangedSinceItsPlace) {
   viewer::Place old = first;
   viewer::Place ofAnother{*following.event + 1, 1};
   EXPECT_EQ(toldIn(feed.next(old)), toldIn(feed.next(ofAnother)));
-}
-
-TEST(Board, ShowsASeriesAsAPageShowsASessionAndAFaceOnce) {
-  BoardFeed feed("hall");
-  const std::string score =
-      R"({"shots": 12, "target": )" + test::textIn(BX_SOURCE_DIR "/examples/ring-25m-precision-pistol.json") +
-      R"(, "series": {"shots": [{"x": 0, "y": 0, "value": 10}, {"x": 1.5, "y": -2, "value": null}]}})";
-  for (const char* lane : {"a/1", "a/2"}) EXPECT_TRUE(feed.takeScore(lane, score));
-  viewer::Place place;
-  const auto data = dataOf(*feed.next(place));
-  const auto& shots = data["lanes"][1]["score"]["document"]["shots"];
-  EXPECT_EQ(shots["tenths"][0].GetInt(), 109);
-  EXPECT_TRUE(shots["tenths"][1].IsNull());  // at another target
-  EXPECT_EQ(shots["y"][1].GetInt(), -200);
-  ASSERT_EQ(data["faces"].Size(), 1U);
-  EXPECT_EQ(data["faces"][0]["id"].GetUint64(), data["lanes"][0]["face"].GetUint64());
-}
-
-TEST(Board, KeepsTheNamesOfAFileThatHasBecomeWrong) {
-  const test::Folder folder;
-  const std::string path = folder.path("names.json");
-  tool::Console console;
-  NamesFile file(console, path);
-  const auto write = [&](const std::string& text) { std::ofstream(path) << text; };
-  EXPECT_FALSE(file.changed());
-  write(R"({"a/1": "One"})");
-  EXPECT_EQ(file.changed(), (Names{{"a/1", "One"}}));
-  for (const char* const wrong : {R"({"a/1": "One"})", R"({"a/1": 1})", "[]", "{"}) {
-    write(wrong);
-    EXPECT_FALSE(file.changed()) << wrong;
-  }
-  write("{}");
-  EXPECT_EQ(file.changed(), Names());
 }
 
 }  // namespace

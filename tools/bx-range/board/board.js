@@ -69,7 +69,7 @@ function showCounts() {
 }
 
 function showAddress() {
-  for (const [name, { link }] of tiles) link.setAttribute('href', addressWith({ lane: name }));
+  for (const [name, { link }] of tiles) link.href = addressWith({ lane: name });
   sortTiles();
   drawLane();
 }

@@ -66,7 +66,7 @@ function makeTile(name) {
   const link = html('a', {},
     html('span', { class: 'who' }, html('b', {}, ...laneLabel(name)), parts.shooter, parts.state), picture,
     html('span', { class: 'last' }, parts.value, parts.inner), parts.series,
-    html('span', { class: 'sum' }, parts.total, parts.tenths), parts.since);
+    html('span', { class: 'sum' }, parts.total, ' ', parts.tenths), parts.since);
   return { element: html('li', { 'data-lane': name }, link), link, parts };
 }
 
@@ -81,6 +81,7 @@ function fillTile({ element, link, parts }, lane) {
   for (const [part, text] of Object.entries(words)) parts[part].textContent = text;
   element.dataset.state = lane.state;
   link.title = lane.reason;
+  link.href = addressWith({ lane: lane.lane });
   link.setAttribute('aria-label', `Lane ${lane.lane} ${lane.name}: ${words.state}, last ${words.value || nothing}, total ${words.total || nothing}`);
   parts.picture.toggleAttribute('hidden', !score);
   if (score) fillPicture(parts.picture, lane);
