@@ -1,10 +1,8 @@
 using System;
 
-namespace Bx
-{
+namespace Bx {
     /// <summary>Why a call has failed. Two kinds are exceptions of the system's: see <see cref="BxException"/>.</summary>
-    public enum BxStatus
-    {
+    public enum BxStatus {
         /// <summary>It has not.</summary>
         Ok = 0,
         /// <summary>A value that is none of those that are told; also: the port is registered already.</summary>
@@ -36,8 +34,7 @@ namespace Bx
     /// <see cref="Lifetime.Shutdown"/>, is an <see cref="OperationCanceledException"/> instead; a manager that is no
     /// more, an <see cref="ObjectDisposedException"/>. The message is one line: "/dev/ttyUSB0: no such port".
     /// </summary>
-    public class BxException : Exception
-    {
+    public class BxException : Exception {
         /// <summary>The kind of the failure.</summary>
         public BxStatus Status { get; private set; }
 
@@ -54,8 +51,7 @@ namespace Bx
         public string Settings { get; private set; }
 
         /// <summary>A failure; the message begins with the port.</summary>
-        public BxException(BxStatus status, string port, string message, string settings) : base(message)
-        {
+        public BxException(BxStatus status, string port, string message, string settings) : base(message) {
             Status = status;
             Port = port;
             Settings = settings;

@@ -2,20 +2,17 @@ using System;
 using System.Threading;
 using System.Threading.Tasks;
 
-namespace Bx
-{
+namespace Bx {
     /// <summary>
     /// Runs calls that block, each on a thread of its own: the pool's threads are few, and 32 lanes may wait for seconds.
     /// </summary>
-    internal static class Calls
-    {
+    internal static class Calls {
         private const int ReportMilliseconds = 100;
 
         /// <summary>Gives a status, and the text that the call has given, if it does.</summary>
         internal delegate int Body(IntPtr cancel, out IntPtr json);
 
-        internal static Task<string> Run(string port, CancellationToken token, Body body)
-        {
+        internal static Task<string> Run(string port, CancellationToken token, Body body) {
             var result = new TaskCompletionSource<string>(TaskCreationOptions.RunContinuationsAsynchronously);
             var thread = new Thread(() => Complete(result, port, token, body));
             thread.IsBackground = true;
@@ -24,35 +21,26 @@ namespace Bx
             return result.Task;
         }
 
-        internal static Task Run(string port, CancellationToken token, Func<IntPtr, int> body)
-        {
-            return Run(port, token, (IntPtr cancel, out IntPtr json) =>
-            {
+        internal static Task Run(string port, CancellationToken token, Func<IntPtr, int> body) {
+            return Run(port, token, (IntPtr cancel, out IntPtr json) => {
                 json = IntPtr.Zero;
                 return body(cancel);
             });
         }
 
         /// <summary>The same, and reports again and again meanwhile; the last time when it is done.</summary>
-        internal static Body Reporting(Action report, Body body)
-        {
-            return (IntPtr cancel, out IntPtr json) =>
-            {
+        internal static Body Reporting(Action report, Body body) {
+            return (IntPtr cancel, out IntPtr json) => {
                 Exception failure = null;
-                TimerCallback tick = _ =>
-                {
-                    try
-                    {
+                TimerCallback tick = _ => {
+                    try {
                         report();
-                    }
-                    catch (Exception thrown)
-                    {
+                    } catch (Exception thrown) {
                         failure = thrown; // nobody would catch it on this thread
                     }
                 };
                 int status;
-                using (var ended = new ManualResetEvent(false))
-                {
+                using (var ended = new ManualResetEvent(false)) {
                     var timer = new Timer(tick, null, ReportMilliseconds, ReportMilliseconds);
                     status = body(cancel, out json);
                     if (timer.Dispose(ended)) ended.WaitOne();
@@ -64,40 +52,29 @@ namespace Bx
             };
         }
 
-        private static void Complete(TaskCompletionSource<string> result, string port, CancellationToken token, Body body)
-        {
-            try
-            {
+        private static void Complete(TaskCompletionSource<string> result, string port, CancellationToken token, Body body) {
+            try {
                 result.TrySetResult(Call(port, token, body));
-            }
-            catch (OperationCanceledException)
-            {
+            } catch (OperationCanceledException) {
                 result.TrySetCanceled(token);
-            }
-            catch (Exception failure)
-            {
+            } catch (Exception failure) {
                 result.TrySetException(failure);
             }
         }
 
-        private static string Call(string port, CancellationToken token, Body body)
-        {
+        private static string Call(string port, CancellationToken token, Body body) {
             if (!token.CanBeCanceled) return Call(port, IntPtr.Zero, body);
             token.ThrowIfCancellationRequested();
             IntPtr cancel;
             Native.Check(Native.bx_cancel_create(out cancel), port);
-            try
-            {
+            try {
                 using (token.Register(() => Native.bx_cancel_signal(cancel))) return Call(port, cancel, body);
-            }
-            finally
-            {
+            } finally {
                 Native.bx_cancel_destroy(cancel);
             }
         }
 
-        private static string Call(string port, IntPtr cancel, Body body)
-        {
+        private static string Call(string port, IntPtr cancel, Body body) {
             IntPtr json;
             var status = body(cancel, out json);
             // The reason is the thread's last failure: to take the text is none.

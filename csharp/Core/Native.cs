@@ -2,14 +2,12 @@ using System;
 using System.Runtime.InteropServices;
 using System.Text;
 
-namespace Bx
-{
+namespace Bx {
     /// <summary>
     /// The functions of bx_c.h. Texts go in as bytes with a zero at the end, since the runtimes do not agree on how they
     /// marshal strings; structures and arrays are blittable, so that nothing is copied. Nothing is called back.
     /// </summary>
-    internal static class Native
-    {
+    internal static class Native {
         internal const uint Version = 100;
 
         private const string Name = "BX_DEVICE";
@@ -117,8 +115,7 @@ namespace Bx
         internal static extern int bx_get_state(ManagerHandle m, byte[] port, out DeviceState state);
 
         /// <summary>UTF-8 with a zero at the end. A zero within would cut the text without a word.</summary>
-        internal static byte[] Bytes(string text, string parameter)
-        {
+        internal static byte[] Bytes(string text, string parameter) {
             if (text == null) throw new ArgumentNullException(parameter);
             if (text.IndexOf('\0') >= 0) throw new ArgumentException("a text with a zero character", parameter);
             var bytes = new byte[Utf8.GetByteCount(text) + 1];
@@ -126,41 +123,33 @@ namespace Bx
             return bytes;
         }
 
-        internal static string Text(IntPtr text)
-        {
+        internal static string Text(IntPtr text) {
             if (text == IntPtr.Zero) return null;
             var length = 0;
             while (Marshal.ReadByte(text, length) != 0) ++length;
             return Text(text, 0, length);
         }
 
-        internal static string Text(IntPtr text, int offset, int length)
-        {
+        internal static string Text(IntPtr text, int offset, int length) {
             var bytes = new byte[length];
             Marshal.Copy(IntPtr.Add(text, offset), bytes, 0, length);
             return Encoding.UTF8.GetString(bytes);
         }
 
         /// <summary>The text, which the library has given, and frees.</summary>
-        internal static string Take(IntPtr given)
-        {
-            try
-            {
+        internal static string Take(IntPtr given) {
+            try {
                 return Text(given);
-            }
-            finally
-            {
+            } finally {
                 bx_free(given);
             }
         }
 
         /// <summary>Throws what a status below zero stands for: on the thread that has made the call.</summary>
-        internal static void Check(int status, string port, string settings = null)
-        {
+        internal static void Check(int status, string port, string settings = null) {
             if (status >= 0) return;
             var told = Text(bx_last_error());
-            switch ((BxStatus)status)
-            {
+            switch ((BxStatus)status) {
                 case BxStatus.Cancelled:
                     throw new OperationCanceledException(told);
                 case BxStatus.Handle:
@@ -175,32 +164,27 @@ namespace Bx
     /// A manager's key. Keys are never given twice, so a second destruction, on whatever thread and whenever the
     /// finaliser runs, does no harm.
     /// </summary>
-    internal sealed class ManagerHandle : SafeHandle
-    {
-        internal ManagerHandle() : base(IntPtr.Zero, true)
-        {
+    internal sealed class ManagerHandle : SafeHandle {
+        internal ManagerHandle() : base(IntPtr.Zero, true) {
             IntPtr key;
             Native.Check(Native.bx_create(Native.Version, out key), null);
             SetHandle(key);
         }
 
-        public override bool IsInvalid
-        {
+        public override bool IsInvalid {
             get { return handle == IntPtr.Zero; }
         }
 
         /// <summary>
         /// Ends the calls under way, too: each of them holds a reference, for whose end a SafeHandle alone would wait.
         /// </summary>
-        internal void Destroy()
-        {
+        internal void Destroy() {
             if (IsClosed) return;
             Native.bx_destroy(handle);
             Dispose();
         }
 
-        protected override bool ReleaseHandle()
-        {
+        protected override bool ReleaseHandle() {
             Native.bx_destroy(handle);
             return true;
         }

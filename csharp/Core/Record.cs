@@ -1,11 +1,9 @@
 using System;
 using System.Runtime.InteropServices;
 
-namespace Bx
-{
+namespace Bx {
     /// <summary>What a record is.</summary>
-    public enum RecordKind
-    {
+    public enum RecordKind {
         /// <summary>Neither of the others; all members are 0.</summary>
         Other = 0,
         /// <summary>A shot.</summary>
@@ -16,8 +14,7 @@ namespace Bx
 
     /// <summary>What the device says of a record.</summary>
     [Flags]
-    public enum RecordFlags : uint
-    {
+    public enum RecordFlags : uint {
         /// <summary>Nothing.</summary>
         None = 0,
         /// <summary>The signal was low.</summary>
@@ -39,8 +36,7 @@ namespace Bx
     /// the target, right and up positive.
     /// </summary>
     [StructLayout(LayoutKind.Sequential)]
-    public struct Record
-    {
+    public struct Record {
         /// <summary>Where it lies, mm to the right.</summary>
         public double PositionX;
         /// <summary>Where it lies, mm up.</summary>
@@ -84,8 +80,7 @@ namespace Bx
 
     /// <summary>What a device is doing.</summary>
     [Flags]
-    public enum DeviceFlags : uint
-    {
+    public enum DeviceFlags : uint {
         /// <summary>Nothing: it is not connected.</summary>
         None = 0,
         /// <summary>It is connected.</summary>
@@ -102,8 +97,7 @@ namespace Bx
 
     /// <summary>A device, as it is now, 72 bytes. What is counted, is counted since its port was last opened.</summary>
     [StructLayout(LayoutKind.Sequential)]
-    public struct DeviceState
-    {
+    public struct DeviceState {
         /// <summary>Frames sent.</summary>
         public ulong FramesSent;
         /// <summary>Frames sent again.</summary>
@@ -128,15 +122,13 @@ namespace Bx
         public uint PagesTotal;
 
         /// <summary>Whether any of these flags is set.</summary>
-        public bool Has(DeviceFlags any)
-        {
+        public bool Has(DeviceFlags any) {
             return (Flags & any) != 0;
         }
     }
 
     /// <summary>What of a hit must reach a ring's line.</summary>
-    public enum Gauge
-    {
+    public enum Gauge {
         /// <summary>The edge of its hole, at the target's calibre.</summary>
         Edge = 0,
         /// <summary>Its centre.</summary>
@@ -145,8 +137,7 @@ namespace Bx
 
     /// <summary>What a hit is worth.</summary>
     [StructLayout(LayoutKind.Sequential)]
-    public struct HitValue
-    {
+    public struct HitValue {
         /// <summary>1; 0 on a target without rings: then <see cref="Ring"/>, Tenths and Inner are 0.</summary>
         public int Scored;
         /// <summary>The whole value; 0 for none.</summary>
