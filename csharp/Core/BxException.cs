@@ -1,7 +1,9 @@
 using System;
 
 namespace Bx {
-    /// <summary>Why a call has failed. Two kinds are exceptions of the system's: see <see cref="BxException"/>.</summary>
+    /// <summary>
+    /// Why a call has failed. Two kinds are exceptions of the system's: see <see cref="BxException"/>.
+    /// </summary>
     public enum BxStatus {
         /// <summary>It has not.</summary>
         Ok = 0,
@@ -15,7 +17,9 @@ namespace Bx {
         NoDevice = -4,
         /// <summary>The port, or a file, cannot be opened.</summary>
         Open = -5,
-        /// <summary>The device does not answer, answers what it should not, or is gone; or the port is closed.</summary>
+        /// <summary>
+        /// The device does not answer, answers what it should not, or is gone; or the port is closed.
+        /// </summary>
         Link = -6,
         /// <summary>Refused by the device.</summary>
         Refused = -7,

@@ -4,19 +4,26 @@ using System.Threading.Tasks;
 
 namespace Bx {
     /// <summary>
-    /// Runs calls that block, each on a thread of its own: the pool's threads are few, and 32 lanes may wait for seconds.
+    /// Runs calls that block, each on a thread of its own: the pool's threads are few, and 32 lanes may wait for
+    /// seconds.
     /// </summary>
     internal static class Calls {
         private const int ReportMilliseconds = 100;
+        private static readonly object Gate = new object();
+        private static int running;
 
         /// <summary>Gives a status, and the text that the call has given, if it does.</summary>
         internal delegate int Body(IntPtr cancel, out IntPtr json);
 
         internal static Task<string> Run(string port, CancellationToken token, Body body) {
             var result = new TaskCompletionSource<string>(TaskCreationOptions.RunContinuationsAsynchronously);
-            var thread = new Thread(() => Complete(result, port, token, body));
+            var thread = new Thread(() => {
+                Complete(result, port, token, body);
+                Count(-1);
+            });
             thread.IsBackground = true;
             thread.Name = "BX " + port;
+            Count(1);
             thread.Start();
             return result.Task;
         }
@@ -52,9 +59,30 @@ namespace Bx {
             };
         }
 
-        private static void Complete(TaskCompletionSource<string> result, string port, CancellationToken token, Body body) {
+        /// <summary>
+        /// Waits until the threads of calls that do not block any more have ended. A runtime may not survive one that
+        /// compiles a method while its domain is unloaded.
+        /// </summary>
+        internal static void AwaitEnd(int milliseconds) {
+            lock (Gate) {
+                while (running > 0 && Monitor.Wait(Gate, milliseconds)) {
+                }
+            }
+        }
+
+        private static void Count(int change) {
+            lock (Gate) {
+                running += change;
+                Monitor.PulseAll(Gate);
+            }
+        }
+
+        private static void Complete(TaskCompletionSource<string> result, string port, CancellationToken token,
+                                     Body body) {
             try {
                 result.TrySetResult(Call(port, token, body));
+            } catch (Exception) when (Lifetime.IsUnloading) {
+                // nobody learns it any more
             } catch (OperationCanceledException) {
                 result.TrySetCanceled(token);
             } catch (Exception failure) {

@@ -2,13 +2,15 @@ using System;
 
 namespace Bx {
     /// <summary>
-    /// The native library as a whole. Before the domain that has loaded this assembly is unloaded, as an engine's editor
-    /// does whenever scripts have changed, everything native is ended: a thread that was left inside would hold the
-    /// unloading up.
+    /// The native library as a whole. Before the domain that has loaded this assembly is unloaded, as an engine's
+    /// editor does whenever scripts have changed, everything native is ended: a thread that was left inside would hold
+    /// the unloading up.
     /// </summary>
     public static class Lifetime {
         private static readonly object Gate = new object();
-        private static bool unloading;
+        private const int UnloadMilliseconds = 1000;
+
+        internal static volatile bool IsUnloading;
 
         static Lifetime() {
             AppDomain.CurrentDomain.DomainUnload += EndForGood;
@@ -58,14 +60,15 @@ namespace Bx {
 
         internal static ManagerHandle CreateManager() {
             lock (Gate) {
-                if (unloading) throw new AppDomainUnloadedException();
+                if (IsUnloading) throw new AppDomainUnloadedException();
                 return new ManagerHandle();
             }
         }
 
         private static void EndForGood(object sender, EventArgs none) {
-            lock (Gate) unloading = true;
+            lock (Gate) IsUnloading = true;
             Shutdown();
+            Calls.AwaitEnd(UnloadMilliseconds);
         }
     }
 }

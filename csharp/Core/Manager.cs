@@ -5,17 +5,18 @@ using System.Threading.Tasks;
 
 namespace Bx {
     /// <summary>
-    /// Some devices, one for each serial port. Documents are JSON texts; docs/documents.md of the library tables their keys
-    /// and units.
+    /// Some devices, one for each serial port. Documents are JSON texts; docs/documents.md of the library tables their
+    /// keys and units.
     /// <para>
-    /// What talks to a device is asynchronous and runs on a thread of its own, as long as its exchanges take: 1.3 s each
-    /// when nothing acknowledges, and else 2 s after the device's last sign; mostly the first failure ends it. A token ends
-    /// it within 250 ms, and leaves the device connected and usable. <see cref="TakeRecords(string, Record[])"/> and
-    /// <see cref="GetState"/> wait for nothing and allocate nothing: call them once a frame. Nothing is called back.
+    /// What talks to a device is asynchronous and runs on a thread of its own, as long as its exchanges take: 1.3 s
+    /// each when nothing acknowledges, and else 2 s after the device's last sign; mostly the first failure ends it. A
+    /// token ends it within 250 ms, and leaves the device connected and usable. <see cref="TakeRecords(string,
+    /// Record[])"/> and <see cref="GetState"/> wait for nothing and allocate nothing: call them once a frame. Nothing
+    /// is called back.
     /// </para>
     /// <para>
-    /// Everything may be called from any thread at any time. Operations on one port take turns, those on different ports
-    /// run at the same time. What fails throws <see cref="BxException"/>.
+    /// Everything may be called from any thread at any time. Operations on one port take turns, those on different
+    /// ports run at the same time. What fails throws <see cref="BxException"/>.
     /// </para>
     /// </summary>
     public sealed class Manager : IDisposable {
@@ -60,8 +61,8 @@ namespace Bx {
         }
 
         /// <summary>
-        /// All registered ports at once, in the time of the slowest one. Fails with the first failure by the ports' names;
-        /// <see cref="BxException.Settings"/> then has those that are connected.
+        /// All registered ports at once, in the time of the slowest one. Fails with the first failure by the ports'
+        /// names; <see cref="BxException.Settings"/> then has those that are connected.
         /// </summary>
         public Task<string> ConnectAllAsync(bool skipStartup = false,
                                             CancellationToken token = default(CancellationToken)) {
@@ -82,8 +83,8 @@ namespace Bx {
         }
 
         /// <summary>
-        /// The device settings, as they were written, or read when the device was connected: 11 exchanges. What the device
-        /// has made of those that were written, the next connection tells.
+        /// The device settings, as they were written, or read when the device was connected: 11 exchanges. What the
+        /// device has made of those that were written, the next connection tells.
         /// </summary>
         public Task<string> GetSettingsAsync(string port, CancellationToken token = default(CancellationToken)) {
             var name = Name(port);
@@ -98,8 +99,8 @@ namespace Bx {
         }
 
         /// <summary>
-        /// Keeps session settings, for the next <see cref="SetSettingsAsync"/> and <see cref="StartTrainingAsync"/>; sends
-        /// nothing.
+        /// Keeps session settings, for the next <see cref="SetSettingsAsync"/> and <see cref="StartTrainingAsync"/>;
+        /// sends nothing.
         /// </summary>
         public Task SetSessionAsync(string port, string json) {
             byte[] name = Name(port), text = Native.Bytes(json, "json");
@@ -132,8 +133,8 @@ namespace Bx {
         }
 
         /// <summary>
-        /// Sends a target, of <paramref name="type"/> "RING" or "SILHOUETTE", and puts it in use: 6 exchanges, or up to 68
-        /// for a silhouette. Not while the device streams.
+        /// Sends a target, of <paramref name="type"/> "RING" or "SILHOUETTE", and puts it in use: 6 exchanges, or up to
+        /// 68 for a silhouette. Not while the device streams.
         /// </summary>
         public Task UploadTargetAsync(string port, string type, string json,
                                       CancellationToken token = default(CancellationToken)) {
@@ -150,8 +151,8 @@ namespace Bx {
         }
 
         /// <summary>
-        /// Tells which target the device has in use, when it was not uploaded just before; 255 for none. Shots are decoded
-        /// with it. Sends nothing.
+        /// Tells which target the device has in use, when it was not uploaded just before; 255 for none. Shots are
+        /// decoded with it. Sends nothing.
         /// </summary>
         public Task UseTargetAsync(string port, string type, int number) {
             byte[] name = Name(port), kind = Native.Bytes(type, "type");
@@ -194,9 +195,9 @@ namespace Bx {
         }
 
         /// <summary>
-        /// Takes the first records that wait, as many as fit, in their order; the others wait on. Gives how many. Records
-        /// outlive the end of a stream and a hang-up; after the last one a hang-up is thrown once, as
-        /// <see cref="BxStatus.Link"/>, and then the port is <see cref="BxStatus.NoDevice"/> until it is added anew.
+        /// Takes the first records that wait, as many as fit, in their order; the others wait on. Gives how many.
+        /// Records outlive the end of a stream and a hang-up; after the last one a hang-up is thrown once, as <see
+        /// cref="BxStatus.Link"/>, and then the port is <see cref="BxStatus.NoDevice"/> until it is added anew.
         /// </summary>
         public int TakeRecords(string port, Record[] records) {
             UIntPtr count;
@@ -210,7 +211,8 @@ namespace Bx {
             UIntPtr taken;
             IntPtr json;
             var capacity = Math.Min(records.Length, documents.Length);
-            Native.Check(Native.bx_take_records(handle, Name(port), records, (UIntPtr)capacity, out taken, out json), port);
+            Native.Check(Native.bx_take_records(handle, Name(port), records, (UIntPtr)capacity, out taken, out json),
+                         port);
             var count = (int)taken;
             for (var i = 0; i < count; ++i)
                 documents[i] = Native.Text(json, (int)records[i].JsonOffset, (int)records[i].JsonLength);

@@ -4,8 +4,8 @@ using System.Text;
 
 namespace Bx {
     /// <summary>
-    /// The functions of bx_c.h. Texts go in as bytes with a zero at the end, since the runtimes do not agree on how they
-    /// marshal strings; structures and arrays are blittable, so that nothing is copied. Nothing is called back.
+    /// The functions of bx_c.h. Texts go in as bytes with a zero at the end, since the runtimes do not agree on how
+    /// they marshal strings; structures and arrays are blittable, so that nothing is copied. Nothing is called back.
     /// </summary>
     internal static class Native {
         internal const uint Version = 100;
@@ -104,12 +104,12 @@ namespace Bx {
         internal static extern int bx_clear_session(ManagerHandle m, byte[] port, IntPtr c);
 
         [DllImport(Name, CallingConvention = Convention)]
-        internal static extern int bx_take_records(ManagerHandle m, byte[] port, [Out] Record[] records, UIntPtr capacity,
-                                                   out UIntPtr count, IntPtr noJson);
+        internal static extern int bx_take_records(ManagerHandle m, byte[] port, [Out] Record[] records,
+                                                   UIntPtr capacity, out UIntPtr count, IntPtr noJson);
 
         [DllImport(Name, CallingConvention = Convention)]
-        internal static extern int bx_take_records(ManagerHandle m, byte[] port, [Out] Record[] records, UIntPtr capacity,
-                                                   out UIntPtr count, out IntPtr json);
+        internal static extern int bx_take_records(ManagerHandle m, byte[] port, [Out] Record[] records,
+                                                   UIntPtr capacity, out UIntPtr count, out IntPtr json);
 
         [DllImport(Name, CallingConvention = Convention)]
         internal static extern int bx_get_state(ManagerHandle m, byte[] port, out DeviceState state);

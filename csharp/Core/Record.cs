@@ -91,7 +91,9 @@ namespace Bx {
         Downloading = 4,
         /// <summary>The stream, or something since it was started or since the device was added, has failed.</summary>
         Error = 8,
-        /// <summary>The port was hung up during a stream; the device is registered no longer, its records wait.</summary>
+        /// <summary>
+        /// The port was hung up during a stream; the device is registered no longer, its records wait.
+        /// </summary>
         Lost = 16
     }
 

@@ -3,6 +3,7 @@ using System.Collections.Generic;
 using System.Linq;
 using System.Text;
 using System.Threading;
+using Bx.Unity;
 using static Bx.Tests.Checks;
 
 namespace Bx.Tests {
@@ -11,7 +12,8 @@ namespace Bx.Tests {
         public static readonly Dictionary<string, Action> All = new Dictionary<string, Action> {
             { "travel", TravelsTheWholeRoad }, { "decode", GivesStructsThatAreTheDocuments },
             { "refuse", TellsWhatHasFailed }, { "cancel", EndsWhatBlocks }, { "lose", KeepsTheRecordsOfALostLane },
-            { "forget", FreesThePortsOfForgottenManagers }, { "frame", AllocatesNothingInAFrame }
+            { "forget", FreesThePortsOfForgottenManagers }, { "frame", AllocatesNothingInAFrame },
+            { "lane", TellsALanesEventsInUpdate }
         };
 
         private static void TravelsTheWholeRoad() {
@@ -67,7 +69,7 @@ namespace Bx.Tests {
             var lines = new StringBuilder();
             for (var i = 0; i < 300; ++i) {
                 random.NextBytes(bytes);
-                lines.Append(i % 2 == 0 ? "CA6A" : "CA65").Append(BitConverter.ToString(bytes).Replace("-", "")).Append('\n');
+                lines.AppendLine((i % 2 == 0 ? "CA6A" : "CA65") + BitConverter.ToString(bytes).Replace("-", ""));
             }
             using (var range = new Range("--rate 1000 --stream $F/stream", 1, lines.ToString()))
             using (var manager = range.Stream()) {
@@ -175,6 +177,41 @@ namespace Bx.Tests {
                 Holds(GC.GetAllocatedBytesForCurrentThread() == allocated);
                 Holds(taken > 32 * 100);
             }
+        }
+
+        // A hang-up comes after its records; a handler that throws loses none; enabled anew, a lane waits for its own
+        // end.
+        private static void TellsALanesEventsInUpdate() {
+            using (var range = new Range("--rate 1000 --fault to-host:stream:300:hangup", 2)) {
+                var lane = new BxLane { Port = range.Port, RetrySeconds = 0 };
+                int connected = 0, told = 0, lost = 0;
+                lane.Connected += () => ++connected;
+                lane.Shot += shot => Holds(shot.Kind == RecordKind.Shot);
+                lane.Measurement += measurement => Holds(++told % 50 > 0);
+                lane.Lost += reason => lost += reason.Contains("hung up") ? 1 : 100;
+                lane.OnEnable();
+                Until(() => lane.Status == LaneStatus.Lost || !Updates(lane));
+                Holds(connected == 1 && lost == 1 && told > 200 && lane.Reason.Length > 0);
+                lane.OnDisable();
+                lane.Port = range.Ports[1];
+                for (var plays = 2; plays < 4; ++plays) {
+                    lane.OnEnable();
+                    Until(() => connected == plays || !Updates(lane));
+                    lane.OnDisable();
+                }
+                lane.Port = range.Folder + "/none";
+                lane.OnEnable();
+                Until(() => lane.Status == LaneStatus.Lost || !Updates(lane));
+                Holds(lane.Reason == "no such port" && connected == 3);
+            }
+        }
+
+        private static bool Updates(BxLane lane) {
+            try {
+                lane.Update();
+            } catch (Exception ofHandler) when (ofHandler.Message.StartsWith("what line")) {
+            }
+            return true;
         }
     }
 }

@@ -31,7 +31,8 @@ namespace Bx.Tests {
             throw new Exception("line " + line + " throws nothing");
         }
 
-        internal static BxException Fails(BxStatus status, string port, Action action, [CallerLineNumber] int line = 0) {
+        internal static BxException Fails(BxStatus status, string port, Action action,
+                                          [CallerLineNumber] int line = 0) {
             var failure = Throws<BxException>(action, line);
             if (failure.Status == status && failure.Port == port) return failure;
             throw new Exception("line " + line + " fails with " + failure.Status + " of " + failure.Port, failure);
