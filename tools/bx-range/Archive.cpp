@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Broker.h"
+#include "Complaints.h"
 #include "Intake.h"
 #include "Range.h"
 #include "Topics.h"
@@ -20,30 +21,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto commitInterval = 500ms;
 constexpr std::size_t mostWaiting = std::size_t{32} << 20;  // bytes: gates hear nothing while much is committed
-constexpr auto tellInterval = 1min;
 constexpr auto forgetInterval = 1h;
 constexpr auto patienceAtEnd = 2s;
-
-// Tells troubles that may come a thousand times a second.
-class Complaints {
- public:
-  explicit Complaints(tool::Console& console) : console_(console) {}
-
-  void tell(const std::string& text) {
-    if (told_ && Clock::now() < *told_ + tellInterval) {
-      ++untold_;
-      return;
-    }
-    console_.warning(untold_ == 0 ? text : text + " (and " + std::to_string(untold_) + " more of the kind before)");
-    told_ = Clock::now();
-    untold_ = 0;
-  }
-
- private:
-  tool::Console& console_;
-  std::optional<Clock::time_point> told_;
-  std::size_t untold_ = 0;
-};
 
 class Archive {
  public:

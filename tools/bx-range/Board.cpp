@@ -3,6 +3,7 @@
 
 #include "BoardFeed.h"
 #include "Broker.h"
+#include "Complaints.h"
 #include "NamesFile.h"
 #include "Range.h"
 #include "Topics.h"
@@ -14,7 +15,6 @@ namespace {
 
 constexpr std::size_t mostPayload = 256 * 1024;
 constexpr std::chrono::seconds namesInterval{1};
-constexpr std::chrono::minutes complaintInterval{1};
 // All that the broker retains has come by then: it sends some at a time, and does not tell the last.
 constexpr std::chrono::seconds retainedTime{3};
 
@@ -48,9 +48,7 @@ class Board {
 
   void post(const Message& message) {
     server_.post([this, message] {
-      if (take(message) || Clock::now() < quietUntil_) return;
-      quietUntil_ = Clock::now() + complaintInterval;
-      console_.warning(message.topic + ": is not what a gate publishes, and is left out");
+      if (!take(message)) complaints_.tell(message.topic + ": is not what a gate publishes, and is left out");
     });
   }
 
@@ -96,8 +94,8 @@ class Board {
   tool::Console& console_;
   const Topics topics_;
   NamesFile names_;
-  Clock::time_point quietUntil_;  // of the server's thread
-  BoardFeed feed_;                // likewise
+  Complaints complaints_{console_};  // of the server's thread
+  BoardFeed feed_;                   // likewise
   viewer::EventServer server_;
   Broker broker_;
   bool wasConnected_ = false;
