@@ -68,6 +68,8 @@ class Broker : public Publisher {
 
   bool publish(const std::string& topic, const std::string& payload, bool isRetained) override;
   bool isConnected() const override { return isConnected_; }
+  // What was published and the broker has not taken yet.
+  std::size_t unconfirmed() const { return unconfirmed_.size(); }
   // Another client has our name: ends the connection without the will, tells so, and connects no more.
   void leave();
   bool hasLeft() const { return hasLeft_; }

@@ -184,7 +184,8 @@ void Gate::onTick() {
   control_.poll();
   for (const auto& lane : lanes_) outletOf(lane->name()).take(lane->takeNews());
   const auto now = GateClock::now();
-  if (now >= nextSend_ && broker_.isConnected()) {
+  // What a slow broker has not taken yet is not added to: the next chunks are longer for it.
+  if (now >= nextSend_ && broker_.isConnected() && broker_.unconfirmed() <= outlets_.size()) {
     nextSend_ = now + sendInterval;
     for (auto& [lane, outlet] : outlets_) outlet.send(broker_);
   }

@@ -6,6 +6,7 @@ namespace BX::range {
 
 void Sender::reconnect() {
   sent_ = confirmed_;
+  ahead_ = mostLines;
   isEndSent_ = false;
 }
 
@@ -43,6 +44,7 @@ std::optional<SessionNumber> Sender::confirm(const Confirmation& confirmation, C
   const std::size_t lines = std::min(confirmation.lines, session->lines);
   const bool isBack = lines < confirmed_;
   confirmed_ = lines;
+  ahead_ = std::min(2 * ahead_, mostAhead);
   if (isBack || sent_ < confirmed_) reconnect();
   progress_ = now;
   return std::nullopt;
@@ -57,7 +59,7 @@ std::optional<Chunk> Sender::next(Clock::time_point now) {
     reconnect();
     progress_ = now;
   }
-  const std::size_t limit = std::min(session.lines, confirmed_ + mostAhead);
+  const std::size_t limit = std::min(session.lines, confirmed_ + ahead_);
   if (sent_ < limit) {
     const Chunk chunk{session.number, sent_, std::min(mostLines, limit - sent_), false};
     sent_ += chunk.count;

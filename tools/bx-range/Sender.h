@@ -1,5 +1,6 @@
 // What a lane sends next: a procedure without I/O. The archive alone knows what is kept; whatever it has not confirmed
-// is sent again.
+// is sent again. One chunk goes first, and further ahead with each confirmation: while nobody answers, a hundred lanes
+// that come back at once would only fill the broker's queues, which drops what is too much.
 #pragma once
 
 #include <chrono>
@@ -33,7 +34,7 @@ class Sender {
   using Clock = std::chrono::steady_clock;
 
   static constexpr std::size_t mostLines = 200;   // in a chunk
-  static constexpr std::size_t mostAhead = 3000;  // lines beyond what is confirmed
+  static constexpr std::size_t mostAhead = 3000;  // lines beyond what is confirmed, at the end
   static constexpr std::chrono::seconds patience{5};
 
   // Sessions are sent in the order in which they begin.
@@ -66,6 +67,7 @@ class Sender {
   std::deque<Session> sessions_;  // not kept as a whole yet; the first one is in hand
   std::size_t confirmed_ = 0;     // of it
   std::size_t sent_ = 0;
+  std::size_t ahead_ = mostLines;  // that it may be sent
   bool isEndSent_ = false;
   Clock::time_point progress_;  // when it was last confirmed, or had nothing under way
 };
