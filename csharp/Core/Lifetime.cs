@@ -2,9 +2,9 @@ using System;
 
 namespace Bx {
     /// <summary>
-    /// The native library as a whole. Before the domain that has loaded this assembly is unloaded, as an engine's
-    /// editor does whenever scripts have changed, everything native is ended: a thread that was left inside would hold
-    /// the unloading up.
+    /// The native library as a whole. Before the process ends, or the domain that has loaded this assembly is unloaded,
+    /// as an engine's editor does whenever scripts have changed, everything native is ended: a thread that was left
+    /// inside would hold the unloading up.
     /// </summary>
     public static class Lifetime {
         private static readonly object Gate = new object();
@@ -14,6 +14,7 @@ namespace Bx {
 
         static Lifetime() {
             AppDomain.CurrentDomain.DomainUnload += EndForGood;
+            AppDomain.CurrentDomain.ProcessExit += EndForGood;
         }
 
         /// <summary>Of the native library: major * 10000 + minor * 100 + patch.</summary>
