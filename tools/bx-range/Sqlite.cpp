@@ -8,11 +8,12 @@ namespace {
 
 constexpr int patience = 10'000;  // milliseconds, for others that hold the file
 
-// SQLite says only that it cannot open a file; the system tells why.
+// SQLite says only that it cannot open a file, where the system tells why; and not that it has a log to write.
 std::string reasonOf(sqlite3* handle, int code) {
   if (handle == nullptr) return sqlite3_errstr(code);
   const int system = sqlite3_system_errno(handle);
   if ((code & 0xFF) == SQLITE_CANTOPEN && system != 0) return std::generic_category().message(system);
+  if ((code & 0xFF) == SQLITE_READONLY) return "it or its folder may not be written to, which readers need, too";
   return sqlite3_errmsg(handle);
 }
 

@@ -17,7 +17,9 @@ std::string uncompressed(std::string_view bytes, std::int64_t size) {
 
 }  // namespace
 
-StoreReader::StoreReader(const std::string& path) : database_(path, SQLITE_OPEN_READONLY) { requireOurs(database_); }
+// SQLite reads a file that may not be written to all the same; who may write it takes the log away behind itself, which
+// would be in the way of an archive of another user.
+StoreReader::StoreReader(const std::string& path) : database_(path, SQLITE_OPEN_READWRITE) { requireOurs(database_); }
 
 std::vector<StoreReader::Session> StoreReader::sessions() {
   Statement row(database_,
