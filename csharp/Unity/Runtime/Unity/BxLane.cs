@@ -56,7 +56,10 @@ namespace Bx.Unity {
         private CancellationTokenSource ending;
         private Task opening;
         private Task closing = Task.CompletedTask;
-        private float retryAt;
+        private float retryAt, streamedAt;
+
+        // That the line is lost is known a moment after the stream's end.
+        private const float EndSeconds = 0.5f;
 
         // Without a reload of the domain, what an earlier play mode has left runs on: also when its scene did not end
         // well.
@@ -120,6 +123,7 @@ namespace Bx.Unity {
                 return;
             }
             Status = LaneStatus.Streaming;
+            streamedAt = Time.unscaledTime;
             if (Connected != null) Connected();
         }
 
@@ -142,7 +146,8 @@ namespace Bx.Unity {
                 Fail("the library was shut down");
                 return;
             }
-            if (manager != null && !streams) Fail("the stream has ended");
+            if (streams) streamedAt = Time.unscaledTime;
+            else if (manager != null && Time.unscaledTime - streamedAt > EndSeconds) Fail("the stream has ended");
         }
 
         private void Tell(Record record) {
