@@ -1,9 +1,11 @@
 // What the archive takes, confirms and gives back.
 #include <gmock/gmock.h>
 
+#include <memory>
 #include <random>
 #include <regex>
 #include <span>
+#include <tuple>
 
 #include "tests/road/Program.h"
 #include "tests/support/Table.h"
@@ -41,7 +43,7 @@ std::string told(const std::vector<Standing>& standings) {
 }
 
 // What the archive answers to "chunk SESSION FIRST LINES [end]", "end SESSION LINES", "commit", or a message itself.
-std::string answer(Intake& intake, const std::string& lane, const std::string& said) try {
+std::string answer(Intake& intake, const std::string& machine, const std::string& lane, const std::string& said) try {
   static const std::regex form(R"((chunk|end) (\d+) (\d+)( (\d+))?( end)?)");
   if (said == "commit") return told(intake.commit());
   std::string message = std::regex_replace(said, std::regex(R"(\\n)"), "\n");
@@ -51,7 +53,7 @@ std::string answer(Intake& intake, const std::string& lane, const std::string& s
     const Lines lines = sessionOf(word[2], first + count);
     message = messageOf(word[2], first, std::span(lines).subspan(first), word[1] == "end" || word[6].matched);
   }
-  intake.take("a", lane, message);
+  intake.take(machine, lane, message);
   return {};
 } catch (const Unusable& problem) {
   return problem.what();
@@ -64,7 +66,7 @@ TEST(Intake, TakesWhatGoesOnAndConfirmsWhatIsCommitted) {
   std::optional<Intake> intake;
   for (const auto& row : test::rowsOf(test::textIn(BX_SOURCE_DIR "/tests/range/intake.txt"))) {
     if (row.size() > 1) {
-      EXPECT_EQ(answer(*intake, lane, row[0]), row[1]) << lane << ": " << row[0];
+      EXPECT_EQ(answer(*intake, "a", lane, row[0]), row[1]) << lane << ": " << row[0];
     } else {
       lane = row[0];
       intake.emplace(store);
@@ -160,6 +162,40 @@ TEST(Store, TellsShotsInColumnsAndForgetsTraces) {
   EXPECT_FALSE(store.forgetTraces(1));
   EXPECT_EQ(query(path, "SELECT count(*) || (SELECT count(*) FROM shots) FROM chunks"), "03");
   EXPECT_FALSE(StoreReader(path).sessions().at(0).hasTraces);
+}
+
+TEST(Export, ListsSessionsAndGivesBackTheOneThatIsMeant) {
+  const test::Folder folder;
+  const std::string path = folder.path("db");
+  const auto send = [&, store = std::make_shared<Store>(path)](const std::string& machine, const std::string& said) {
+    Intake intake(*store);
+    answer(intake, machine, "1", said);
+    intake.commit();
+    store->forgetTraces(1);
+  };
+  send("a", "chunk 8 0 2 end");
+  query(path, "UPDATE sessions SET ended = '2026-11-01T08:00:00Z'");
+  send("a", "chunk 7 0 2 end");
+  send("b", "chunk 7 0 1");
+  const std::string header = sessionOf("7", 1)[0] + '\n';
+  for (const auto& [session, status, out, err] : std::vector<std::tuple<std::string, int, std::string, std::string>>{
+           {"", 0,
+            "a/1/8  2026-11-22T08:00:00Z  2 lines, 1 shot, shots alone\n"
+            "a/1/7  2026-11-22T08:00:00Z  2 lines, 1 shot\n"
+            "b/1/7  2026-11-22T08:00:00Z  1 line, 0 shots, not ended\n",
+            ""},
+           {"a/1/7", 0, header + "{\"ShotNumber\":1}\n", ""},
+           {"b/1/7", 0, header, "warning: DB: export: b/1/7 has not ended: 1 line so far"},
+           {"7", 2, "", "DB: export: choose one of: a/1/7 b/1/7"},
+           {"9", 2, "", "DB: export: no session 9 (without SESSION they are listed)"},
+           {"8", 1, "", "DB: export: the traces of a/1/8 were deleted; the table \"shots\" has its 1 shot"}}) {
+    std::vector<std::string> command{BX_RANGE_PROGRAM, "export", path};
+    if (!session.empty()) command.push_back(session);
+    const auto outcome = test::Program(command).await();
+    EXPECT_EQ(outcome.status, status) << session;
+    EXPECT_EQ(outcome.out, out);
+    EXPECT_EQ(std::regex_replace(outcome.err, std::regex(path), "DB"), err.empty() ? "" : "bx-range: " + err + '\n');
+  }
 }
 
 TEST(Store, RefusesWhatIsNoneOfItsOwnAndChangesNothingThere) {

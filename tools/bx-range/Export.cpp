@@ -58,14 +58,14 @@ const Session& choose(const ExportOptions& options, const std::vector<Session>& 
 void write(Tool& tool, StoreReader& reader, const ExportOptions& options, const Session& session) {
   const std::string place = options.database + ": export: ";
   if (!session.hasTraces) {
-    throw Failure(tool::deviceFailed, place + "the traces of " + nameOf(session.name) + " were deleted; its " +
-                                          tool::counted(static_cast<std::size_t>(session.kept.shots), "shot") +
-                                          " stand in the table \"shots\"");
+    throw Failure(tool::deviceFailed, place + "the traces of " + nameOf(session.name) +
+                                          " were deleted; the table \"shots\" has its " +
+                                          tool::counted(static_cast<std::size_t>(session.kept.shots), "shot"));
   }
   reader.read(session, [](std::string_view text) { return write(text); });
   if (!session.kept.ended) {
-    tool.console.warning(place + nameOf(session.name) + " has not ended: these are the first " +
-                         tool::counted(static_cast<std::size_t>(session.kept.lines), "line"));
+    tool.console.warning(place + nameOf(session.name) + " has not ended: " +
+                         tool::counted(static_cast<std::size_t>(session.kept.lines), "line") + " so far");
   }
 }
 
