@@ -80,7 +80,7 @@ function fillTile({ element, link, parts }, lane) {
   };
   for (const [part, text] of Object.entries(words)) parts[part].textContent = text;
   element.dataset.state = lane.state;
-  link.title = lane.reason;
+  link.title = [words.since, lane.reason].filter((word) => word).join('; ');
   link.href = addressWith({ lane: lane.lane });
   link.setAttribute('aria-label', `Lane ${lane.lane} ${lane.name}: ${words.state}, last ${words.value || nothing}, total ${words.total || nothing}`);
   parts.picture.toggleAttribute('hidden', !score);
