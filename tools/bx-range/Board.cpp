@@ -13,7 +13,7 @@ namespace BX::range {
 
 namespace {
 
-constexpr std::size_t mostPayload = 256 * 1024;
+constexpr std::size_t mostPayload = 262'144;
 constexpr std::chrono::seconds namesInterval{1};
 // All that the broker retains has come by then: it sends some at a time, and does not tell the last.
 constexpr std::chrono::seconds retainedTime{3};

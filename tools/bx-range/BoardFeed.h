@@ -28,11 +28,11 @@ class BoardFeed : public viewer::Feed {
  public:
   explicit BoardFeed(const std::string& range);
 
-  // Retained messages; an empty one: it was cleared. False when it makes no sense, or is of one lane too many, and is
-  // left out.
+  // Retained messages, of a machine or of a lane ("a/7"); an empty one: it was cleared. False when it makes no sense,
+  // or is of one lane too many, and is left out.
   bool takeMachine(const std::string& machine, std::string_view payload);
-  bool takeStatus(const std::string& lane, std::string_view payload);
-  bool takeScore(const std::string& lane, std::string_view payload);
+  bool takeStatus(const std::string& name, std::string_view payload);
+  bool takeScore(const std::string& name, std::string_view payload);
   void setNames(Names names);
   void setBroker(bool isConnected);
 
