@@ -4,11 +4,8 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <set>
 
 #include "RealBroker.h"
-#include "tools/bx-range/Broker.h"
-#include "tools/bx-range/Topics.h"
 
 namespace BX::range {
 namespace {
@@ -18,38 +15,6 @@ using test::Folder;
 using test::Program;
 using test::readFile;
 using ::testing::HasSubstr;
-
-// Follows what is published, as a board does.
-class Witness {
- public:
-  explicit Witness(const test::RealBroker& real)
-      : broker_(console_, {real.address(), "", {"bx/#"}, {}},
-                {[this](const Message& message) {
-                   auto& last = last_[message.topic];
-                   if (last != message.payload) all_ += message.topic + ' ' + message.payload + '\n';
-                   last = message.payload;
-                 },
-                 {},
-                 {}}) {}
-
-  // Until the last message of the topic holds the text.
-  void await(const std::string& topic, const std::string& text) {
-    broker_.run([&] { return last_["bx/v1/hall/" + topic].find(text) == std::string::npos; });
-  }
-  void awaitNothing(const std::string& topic) {
-    broker_.run([&] { return !last_["bx/v1/hall/" + topic].empty(); });
-  }
-  void publish(const std::string& topic, const std::string& payload) {
-    broker_.run([&] { return !broker_.publish("bx/v1/hall/" + topic, payload, true); });
-  }
-  const std::string& all() const { return all_; }
-
- private:
-  tool::Console console_;
-  std::map<std::string, std::string> last_;
-  std::string all_;
-  Broker broker_;
-};
 
 class Gate : public ::testing::Test {
  protected:
@@ -64,6 +29,7 @@ class Gate : public ::testing::Test {
                         << R"(},"range":"hall","machine":"a","spool":")" << name << R"(","lanes":[)" << list << "]}";
     return path;
   }
+  void await(const std::string& topic, const std::string& text) { witness_.await("bx/v1/hall/" + topic, text); }
   static Program start(std::vector<std::string> words) {
     words.insert(words.begin(), BX_RANGE_PROGRAM);
     return Program(words);
@@ -78,31 +44,31 @@ class Gate : public ::testing::Test {
 
   const Folder folder_;
   test::RealBroker broker_;
+  test::Client witness_{broker_, "", {"bx/#"}};
   const test::Device device_{{"--lanes", "2", "--rate", "200", "--link", folder_.path("lane%d")}};
 };
 
 TEST_F(Gate, ArchivesEachSessionByteForByteAcrossTheBrokersDeath) {
   const std::string config = configWith("spool", {"0", "1", "gone"});
   const std::string database = folder_.path("db");
-  Witness witness(broker_);
   Program gate = start({"gate", "--skip-startup", config});
-  witness.await("a/status", "running");
-  witness.await("a/gone/status", "no such port");
-  witness.await("a/0/score", "\"shots\":1,");
+  await("a/status", "running");
+  await("a/gone/status", "no such port");
+  await("a/0/score", "\"shots\":1,");
   broker_.kill();
   broker_.start();
   Program archive = start({"archive", config, database});
-  witness.await("a/1/archived", "\"lines\":");
+  await("a/1/archived", "\"lines\":");
   EXPECT_EQ(start({"next", config, "0"}).await().status, 0);
   EXPECT_THAT(start({"next", config, "gone"}).await().err, HasSubstr("lane gone: next: does not train"));
   EXPECT_THAT(start({"gate", config}).await().err, HasSubstr("in use by another gate"));
-  witness.await("a/0/archived", "\"ended\":true");
+  await("a/0/archived", "\"ended\":true");
   gate.send(SIGTERM);
   const auto outcome = gate.await();
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_THAT(outcome.err, HasSubstr("3 sessions, "));
-  witness.await("a/status", "lost");
-  witness.await("a/0/session", "\"lines\":");
+  await("a/status", "lost");
+  await("a/0/session", "\"lines\":");
   archive.send(SIGTERM);
   archive.await();
   std::string exported;
@@ -118,21 +84,21 @@ TEST_F(Gate, ArchivesEachSessionByteForByteAcrossTheBrokersDeath) {
 
 TEST_F(Gate, GoesOnWhereAKilledOneStopped) {
   const std::string config = configWith("spool", {"0", "1"});
-  Witness witness(broker_);
   {
     Program gate = start({"gate", "--skip-startup", config});
-    witness.await("a/1/score", "\"shots\":1,");
+    await("a/1/score", "\"shots\":1,");
     gate.send(SIGKILL);
   }
-  witness.await("a/status", "lost");
-  witness.publish("a/1/archived", R"({"session":1,"lines":7,"ended":false})");  // of an older session
+  await("a/status", "lost");
+  witness_.broker.publish("bx/v1/hall/a/1/archived", R"({"session":1,"lines":7,"ended":false})",
+                          true);  // of an older session
   const std::string before = spooled("spool");
   const std::string fewer = configWith("fewer", {"0"});
   fs::rename(folder_.path("spool"), folder_.path("fewer"));
   Program gate = start({"gate", "--skip-startup", fewer});
-  for (const auto* const what : {"status", "session", "score"}) witness.awaitNothing(std::string("a/1/") + what);
+  for (const auto* const what : {"status", "session", "score"}) await(std::string("a/1/") + what, "");
   Program archive = start({"archive", fewer, folder_.path("db")});
-  witness.await("a/1/archived", "\"ended\":true");  // though the lane is none of this gate's any more
+  await("a/1/archived", "\"ended\":true");  // though the lane is none of this gate's any more
   gate.send(SIGINT);
   EXPECT_EQ(gate.await().status, 0);
   const std::string after = spooled("fewer/done");
@@ -140,15 +106,14 @@ TEST_F(Gate, GoesOnWhereAKilledOneStopped) {
 }
 
 TEST_F(Gate, LeavesTheBrokerToAnotherOneOfItsNameAndTrainsOn) {
-  Witness witness(broker_);
   Program first = start({"gate", "--skip-startup", configWith("first", {"0"})});
-  witness.await("a/0/status", "training");
+  await("a/0/status", "training");
   Program second = start({"gate", "--skip-startup", configWith("second", {"1"})});
-  witness.await("a/1/status", "training");
-  witness.await("a/status", "\"running\"");
-  for (int shots = 1; shots < 4; ++shots) witness.await("a/1/score", "\"shots\":" + std::to_string(shots));
+  await("a/1/status", "training");
+  await("a/status", "\"running\"");
+  for (int shots = 1; shots < 4; ++shots) await("a/1/score", "\"shots\":" + std::to_string(shots));
   const auto size = spooled("first").size();
-  while (spooled("first").size() == size) witness.await("a/1/status", "training");
+  while (spooled("first").size() == size) await("a/1/status", "training");
   first.send(SIGTERM);
   EXPECT_THAT(first.await().err, HasSubstr("another client has taken the name \"bx-gate-hall-a\""));
   second.send(SIGTERM);
