@@ -110,7 +110,7 @@ BrokerSettings Gate::brokerSettings() const {
 std::string Gate::status(const std::string& state, const std::string& since) const {
   std::string lanes;
   for (const auto& lane : config_.lanes) lanes += (lanes.empty() ? "\"" : ",\"") + lane.name + '"';
-  return "{\"state\":\"" + state + '"' + (since.empty() ? "" : ",\"since\":\"" + since + '"') +
+  return R"({"state":")" + state + '"' + (since.empty() ? "" : R"(,"since":")" + since + '"') +
          ",\"gate\":" + std::to_string(instance_) + ",\"lanes\":[" + lanes + "]}";
 }
 

@@ -257,8 +257,8 @@ void Lane::tell(const Session& session, bool isEnded) {
 }
 
 void Lane::setStatus(const char* state, SessionNumber session, const std::string& reason) {
-  const std::string begun = std::string("{\"state\":\"") + state + "\",\"since\":\"";
-  const std::string end = std::string("\",\"session\":") + (session == 0 ? "null" : std::to_string(session)) +
+  const std::string begun = std::string(R"({"state":")") + state + R"(","since":")";
+  const std::string end = R"(","session":)" + (session == 0 ? "null" : std::to_string(session)) +
                           (reason.empty() ? "" : ",\"reason\":" + quoted(reason)) + '}';
   // The same again is no news.
   if (std::exchange(status_, begun + end) != begun + end) retain(what::status, begun + tool::timeNow() + end);

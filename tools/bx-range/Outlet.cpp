@@ -5,20 +5,18 @@
 #include <utility>
 
 #include "platform/OutputFile.h"
+#include "scoring/Members.h"
 
 namespace BX::range {
 
 std::optional<Confirmation> confirmationOf(const std::string& text) {
   rapidjson::Document document;
   document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
-  if (document.HasParseError() || !document.IsObject()) return std::nullopt;
-  const auto session = document.FindMember("session");
-  const auto lines = document.FindMember("lines");
-  const auto ended = document.FindMember("ended");
-  const auto end = document.MemberEnd();
-  if (session == end || lines == end || !session->value.IsUint64() || !lines->value.IsUint64()) return std::nullopt;
-  return Confirmation{session->value.GetUint64(), lines->value.GetUint64(),
-                      ended != end && ended->value.IsBool() && ended->value.GetBool()};
+  if (document.HasParseError()) return std::nullopt;
+  const auto& session = scoring::memberOf(document, "session");
+  const auto& lines = scoring::memberOf(document, "lines");
+  if (!session.IsUint64() || !lines.IsUint64()) return std::nullopt;
+  return Confirmation{session.GetUint64(), lines.GetUint64(), scoring::memberOf(document, "ended").IsTrue()};
 }
 
 Outlet::Outlet(const Spool& spool, const Topics& topics, Topic topic, std::function<void(const std::string&)> complain)
@@ -31,14 +29,14 @@ void Outlet::add(const SpooledSession& session) {
   sender_.end();
 }
 
-void Outlet::take(Lane::News news) {
+void Outlet::take(const Lane::News& news) {
   for (const auto& session : news.sessions) {
     if (names_.emplace(session.number, session.name).second) sender_.begin(session.number);
     sender_.grow(session.lines);
     if (session.isEnded) sender_.end();
   }
-  for (auto& [what, text] : news.retained) {
-    retained_[what] = std::move(text);
+  for (const auto& [what, text] : news.retained) {
+    retained_[what] = text;
     unsent_.insert(what);
   }
 }

@@ -24,7 +24,7 @@ class Outlet {
 
   // A session of an earlier run; these come first.
   void add(const SpooledSession& session);
-  void take(Lane::News news);
+  void take(const Lane::News& news);
   // To a broker that knows nothing.
   void reconnect();
   void confirm(const Confirmation& confirmation);
