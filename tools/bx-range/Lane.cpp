@@ -137,9 +137,7 @@ void Lane::trainSessions() {
     try {
       if (!trainSession()) return;
     } catch (const platform::OutputError& error) {
-      tellTrouble(error.what());
-      setStatus(state::ready, 0, error.what());
-      pause(diskRetrySeconds);
+      awaitDisk(error.reason());
     } catch (const tool::Failure& failure) {
       if (isEnding()) return;
       tellTrouble(failure.what());
@@ -148,6 +146,14 @@ void Lane::trainSessions() {
       return pause(retrySeconds);
     }
   }
+}
+
+// Without the file's name, which is another one at each try.
+void Lane::awaitDisk(const std::string& reason) {
+  const std::string text = spool_.folder() + ": write a session file: " + reason;
+  if (std::exchange(diskTrouble_, text) != text) tool_.console.error("lane " + config_.name + ": " + text);
+  setStatus(state::ready, 0, text);
+  pause(diskRetrySeconds);
 }
 
 // False when the device is lost.
@@ -166,11 +172,7 @@ bool Lane::trainSession() {
       [this] { return !isEnding_ && !wantsNext_; }, takeInterval);
   isTraining_ = false;
   tell(*session, true);
-  if (!session->failure.empty()) {
-    tellTrouble(session->failure);
-    setStatus(state::ready, 0, session->failure);
-    pause(diskRetrySeconds);
-  }
+  if (!session->failure.empty()) awaitDisk(session->failure);
   if (!loss) return true;
   const std::string problem =
       config_.port + (loss->atEnd ? ": stop training: " : ": training: ") + tool::explain(loss->failure);
@@ -230,9 +232,10 @@ void Lane::take(Session& session, std::vector<Json> records) {
   try {
     session.file.add(text);
   } catch (const platform::OutputError& error) {
-    session.failure = error.what();
+    session.failure = error.reason();
     return;
   }
+  diskTrouble_.clear();
   session.lines += records.size();
   const platform::MutexLock lock(mutex_);
   news_.sessions.push_back({session.number, session.name, session.lines, false});

@@ -66,6 +66,7 @@ class Lane {
   void take(Session& session, std::vector<tool::Json> records);
   bool isEnding() const;
   void pause(int seconds) const;
+  void awaitDisk(const std::string& reason);
   void setStatus(const char* state, SessionNumber session, const std::string& reason = {});
   void retain(const char* what, const std::string& text);
   void tell(const Session& session, bool isEnded);
@@ -78,6 +79,7 @@ class Lane {
   const char* awayState_;        // while no device answers
   std::string status_;           // told last, without its time
   std::string trouble_;          // told last
+  std::string diskTrouble_;
   std::atomic<bool> isOver_ = true;
   std::atomic<bool> isEnding_ = false;
   std::atomic<bool> isTraining_ = false;
