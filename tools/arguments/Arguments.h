@@ -34,6 +34,7 @@ CLI::Validator wholeNumber(unsigned long long least, unsigned long long most);
 CLI::Validator decimalNumber(double least, double most);
 // A path or a port, and not an option that took the place of one that was left out.
 CLI::Validator name();
+CLI::Option& addName(CLI::App& app, const std::string& usage, std::string& value, const std::string& help);
 
 // Throws CLI::Success when help or the version was asked for (print helpOf(chosen(app)) or what()), and WrongUsage.
 void parse(CLI::App& app, int argc, const char* const* argv);

@@ -55,4 +55,8 @@ CLI::Validator name() {
           ""};
 }
 
+CLI::Option& addName(CLI::App& app, const std::string& usage, std::string& value, const std::string& help) {
+  return *addOption(app, usage, value, help).transform(name());
+}
+
 }  // namespace BX::arguments

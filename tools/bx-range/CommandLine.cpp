@@ -6,14 +6,8 @@ namespace BX::range {
 
 namespace {
 
+using arguments::addName;
 using arguments::addOption;
-
-// A path, an address or a name.
-CLI::Option& addName(CLI::App& command, const std::string& usage, std::string& name, const std::string& help) {
-  CLI::Option& option = addOption(command, usage, name, help);
-  option.transform(arguments::name());
-  return option;
-}
 
 void addConfig(CLI::App& command, std::string& config) {
   addName(command, "CONFIG", config, "The range's configuration, a JSON file").required();

@@ -8,19 +8,13 @@ namespace BX::tool {
 
 namespace {
 
+using arguments::addName;
 using arguments::addOption;
 using arguments::decimalNumber;
 using arguments::wholeNumber;
 
 constexpr unsigned mostShots = 1'000'000;
 constexpr double aWeek = 7 * 24 * 60 * 60;
-
-// A path or a port.
-CLI::Option& addName(CLI::App& command, const std::string& usage, std::string& name, const std::string& help) {
-  CLI::Option& option = addOption(command, usage, name, help);
-  option.transform(arguments::name());
-  return option;
-}
 
 void addPort(CLI::App& command, std::string& port) {
   addName(command, "PORT", port, "Serial port, such as /dev/ttyUSB0, or tcp://HOST:PORT").required();
