@@ -4,8 +4,8 @@ import statistics
 import sys
 import tempfile
 
-from selenium import webdriver
-from selenium.webdriver.chrome.service import Service
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "tests/page"))
+import browser as chromium
 
 CHOICES = {
     "nothing": "",
@@ -22,10 +22,7 @@ TIMED = """const done = arguments[0], begun = performance.now(); %s;
   requestAnimationFrame(() => setTimeout(() => done(performance.now() - begun), 0))"""
 
 with tempfile.TemporaryDirectory() as profile:
-    options = webdriver.ChromeOptions()
-    for option in ["--headless", "--no-sandbox", "--disable-gpu", f"--user-data-dir={profile}", "--window-size=1440,1100"]:
-        options.add_argument(option)
-    browser = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
+    browser = chromium.start(profile)
     browser.get(pathlib.Path(sys.argv[1]).resolve().as_uri())
     times = {name: [] for name in CHOICES}
     for _ in range(ROUNDS):
