@@ -29,7 +29,7 @@ TEST(C, RefusesWhatIsNoManagerOrNoSense) {
 TEST(C, ConnectsManyLanesAtOnce) {
   expectDialogues(R"(
     bx-sim --lanes 2 --link lane% | 2 | | bx-sim: lane%: needs %d...
-    bx-sim --lanes 2 --link $FOLDER/l%d >&2 & until [ -e $FOLDER/l1 ]; do :; done; kill %1; wait %1; ls $FOLDER | 0 | | ***
+    bx-sim --lanes 2 --link $FOLDER/l%d >&2 & await '[ -e $FOLDER/l1 ]'; kill %1; wait %1; ls $FOLDER | 0 | | ***
     ln -s /dev/pts/gone $FOLDER/lane7 | 0 | |
     bx-sim --rate 100 --lanes 32 --link $FOLDER/lane%d --transcript $FOLDER/%d-%d.txt
     $BX lanes $FOLDER/lane{0..31} | 0 | ***32 lanes connected in***destroyed, as they stream, in*** | ***

@@ -37,7 +37,7 @@ TEST(Failure, OfANameThatIsNotOursToTake) {
     bx-sim --link $FOLDER/lane | 1 | | bx-sim: $FOLDER/lane: is a link to /no/terminal...
     bx-sim --link $FOLDER | 1 | | bx-sim: $FOLDER: exists and is no symbolic link
     echo kept >$FOLDER/kept; (bx-sim --transcript $FOLDER/kept); echo $?; cat $FOLDER/kept | 0 | 2\nkept | bx-sim: $FOLDER/kept: open: exists and is not empty...
-    bx-sim --link $FOLDER/full --transcript /dev/full & until bx info -q $FOLDER/full 2>&9; do :; done 9>$FOLDER/errors; kill %1; wait %1 | 1 | ***} | bx-sim: /dev/full: write: No space left on device; lines kept: 0)");
+    bx-sim --link $FOLDER/full --transcript /dev/full & await 'bx info -q $FOLDER/full 2>&9' 9>$FOLDER/errors; kill %1; wait %1 | 1 | ***} | bx-sim: /dev/full: write: No space left on device; lines kept: 0)");
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ TEST(Train, WritesAllThatWasAcknowledgedWhateverEndsIt) {
   for (const auto& [signal, limit, first] : cases) {
     expectDialogues(R"(
       bx-sim --rate 2000 --transcript $FOLDER/t
-      mkfifo $FOLDER/p; $BX --skip-startup train $PORT --quiet $LIMIT >$FOLDER/p & exec 3<$FOLDER/p; until [ $(grep -c '^< CA' $FOLDER/t) -ge $FIRST ]; do :; done; kill $SIGNAL $!; kill $SIGNAL $!; until [ $(grep -c '^> 6F04' $FOLDER/t) -ge 2 ]; do :; done; [ $(wc -l <&3) = $(grep -c '^< CA' $FOLDER/t) ] && wait $! | 0 | |)",
+      mkfifo $FOLDER/p; $BX --skip-startup train $PORT --quiet $LIMIT >$FOLDER/p & exec 3<$FOLDER/p; await "[ \$(grep -c '^< CA' $FOLDER/t) -ge $FIRST ]"; kill $SIGNAL $!; kill $SIGNAL $!; await "[ \$(grep -c '^> 6F04' $FOLDER/t) -ge 2 ]"; [ $(wc -l <&3) = $(grep -c '^< CA' $FOLDER/t) ] && wait $! | 0 | |)",
                     {{"FIRST", first}, {"LIMIT", limit}, {"SIGNAL", signal}});
   }
 }
@@ -55,16 +55,16 @@ TEST(Train, WritesAllThatWasAcknowledgedWhateverEndsIt) {
 TEST(Train, LeavesTheDeviceAtRestWhenASignalComesInTheMiddle) {
   expectDialogues(R"(
     bx-sim --latency 50 --transcript $FOLDER/t
-    $BX --skip-startup clear $PORT & until grep -q '^> 6F06' $FOLDER/t; do :; done; kill -INT $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1 | 0 | > 6F0473 | ...
-    $BX --skip-startup train $PORT --quiet >$FOLDER/o & until grep -q '^> 6F03' $FOLDER/t; do :; done; kill -INT $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1; grep -c '^< CA' $FOLDER/t \p cmp - <(grep -c . $FOLDER/o) | 0 | > 6F0473 | ...)");
+    $BX --skip-startup clear $PORT & await "grep -q '^> 6F06' $FOLDER/t"; kill -INT $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1 | 0 | > 6F0473 | ...
+    $BX --skip-startup train $PORT --quiet >$FOLDER/o & await "grep -q '^> 6F03' $FOLDER/t"; kill -INT $!; wait $!; grep '^> 6F' $FOLDER/t \p tail -1; grep -c '^< CA' $FOLDER/t \p cmp - <(grep -c . $FOLDER/o) | 0 | > 6F0473 | ...)");
 }
 
 TEST(Train, EndsAtOnceWithASignalBeforeItBegins) {
   expectDialogues(R"(
     bx-sim
-    $BX train $PORT --quiet --trace $FOLDER/t --output $FOLDER/s & until grep -qs ' [*] opened' $FOLDER/t; do :; done; kill -INT $!; wait $! | 130 | | bx: $PORT: connect: interrupted
+    $BX train $PORT --quiet --trace $FOLDER/t --output $FOLDER/s & await "grep -q ' [*] opened' $FOLDER/t"; kill -INT $!; wait $! | 130 | | bx: $PORT: connect: interrupted
     bx-sim --latency 60000
-    $BX train $PORT --quiet --trace $FOLDER/u --output $FOLDER/s & until grep -qs ' > ' $FOLDER/u; do :; done; kill -INT $!; wait $! | 130 | | bx: $PORT: connect: interrupted
+    $BX train $PORT --quiet --trace $FOLDER/u --output $FOLDER/s & await "grep -q ' > ' $FOLDER/u"; kill -INT $!; wait $! | 130 | | bx: $PORT: connect: interrupted
     ls $FOLDER | 0 | t\nu |)");
 }
 
