@@ -7,14 +7,18 @@
 namespace BX::test {
 namespace {
 
+// BX_TERMINAL has tests/windows/bx-sim, too, tell its terminal.
+
 TEST(Tcp, CarriesWhatASerialPortDoes) {
   for (const char* rows : {"streamed", "written", "stored"}) {
     expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/" + std::string(rows) + ".txt"),
-                    {{"VIA", "tests/road/over-tcp"}});
+                    {{"VIA", "env BX_TERMINAL=yes tests/road/over-tcp"}});
   }
 }
 
-TEST(Tcp, TellsInOneLineWhyALineCannotBeHadOrIsLost) { expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/tcp.txt")); }
+TEST(Tcp, TellsInOneLineWhyALineCannotBeHadOrIsLost) {
+  expectDialogues(textIn(BX_SOURCE_DIR "/tests/road/tcp.txt"), {{"VIA", "env BX_TERMINAL=yes"}});
+}
 
 }  // namespace
 }  // namespace BX::test

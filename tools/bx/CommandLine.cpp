@@ -17,7 +17,7 @@ constexpr unsigned mostShots = 1'000'000;
 constexpr double aWeek = 7 * 24 * 60 * 60;
 
 void addPort(CLI::App& command, std::string& port) {
-  addName(command, "PORT", port, "Serial port, such as /dev/ttyUSB0, or tcp://HOST:PORT").required();
+  addName(command, "PORT", port, "Serial port, such as /dev/ttyUSB0 or COM3, or tcp://HOST:PORT").required();
 }
 
 // Gives --target.
