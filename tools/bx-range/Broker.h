@@ -47,7 +47,9 @@ struct BrokerSettings {
 class Broker : public Publisher {
  public:
   struct Events {
-    // What they throw, run() throws. Before `connected` comes what was retained for all subscriptions but the last.
+    // What they throw, run() throws. What was retained may go on coming long after `connected`: a broker has only some
+    // messages under way at a time (mosquitto: 20). Of one topic it comes before anything that is published later, so
+    // who reads what it publishes itself knows that nothing from before is to come once that is back.
     std::function<void(const Message&)> received;
     std::function<void()> connected;  // and subscribed
     std::function<void()> tick;       // each tickInterval, connected or not

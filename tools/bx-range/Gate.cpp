@@ -56,6 +56,7 @@ class Gate {
   void onConnected();
   void onTick();
   void clear(const std::string& lane);
+  Lane* find(const std::string& name) const;
   std::string beginNext(const std::string& name);
   bool areLanesOver() const;
   std::size_t waiting() const;
@@ -71,8 +72,7 @@ class Gate {
   std::map<std::string, Outlet> outlets_;  // by lane, those that are no longer configured included
   Control control_;
   Broker broker_;
-  std::set<std::string> formerLanes_;  // whose topics are retained
-  bool wasConnected_ = false;
+  bool hasSpoken_ = false;      // the broker has sent us our own status
   std::set<std::string> told_;  // complaints
   GateClock::time_point nextSend_;
   GateClock::time_point nextPrune_;
@@ -147,12 +147,15 @@ void Gate::onStatus(const std::string& text) {
   status.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
   if (status.HasParseError() || !status.IsObject()) return;
   const auto& instance = scoring::memberOf(status, "gate");
-  if (instance.IsUint64() && instance.GetUint64() == instance_) return;
-  if (wasConnected_) return broker_.leave();
+  if (instance.IsUint64() && instance.GetUint64() == instance_) {
+    hasSpoken_ = true;
+    return;
+  }
+  if (hasSpoken_) return broker_.leave();
   const auto& lanes = scoring::memberOf(status, "lanes");
   if (!lanes.IsArray()) return;
   for (const auto& lane : lanes.GetArray()) {
-    if (lane.IsString() && isName(lane.GetString())) formerLanes_.insert(lane.GetString());
+    if (lane.IsString() && isName(lane.GetString()) && find(lane.GetString()) == nullptr) clear(lane.GetString());
   }
 }
 
@@ -166,14 +169,12 @@ void Gate::onArchived(const std::string& lane, const Message& message) {
 }
 
 void Gate::onConnected() {
-  wasConnected_ = true;
-  for (const auto& lane : config_.lanes) formerLanes_.erase(lane.name);
-  for (const auto& lane : std::exchange(formerLanes_, {})) clear(lane);
   broker_.publish(topics_.of({config_.machine, {}, what::status}), status("running", start_), true);
   for (auto& [lane, outlet] : outlets_) outlet.reconnect();
 }
 
-// Before the lane is left out of the machine's status: else nobody would know that there is something to clear.
+// Of a lane that an earlier run had. That run's status comes first of all, and so before we replace it: else nobody
+// would know that there is something to clear.
 void Gate::clear(const std::string& lane) {
   for (const auto* const what : {what::status, what::session, what::score}) {
     broker_.publish(topics_.of({config_.machine, lane, what}), {}, true);
@@ -194,11 +195,16 @@ void Gate::onTick() {
   spool_.prune(std::chrono::hours(config_.keepHours));
 }
 
-std::string Gate::beginNext(const std::string& name) {
+Lane* Gate::find(const std::string& name) const {
   const auto lane =
       std::find_if(lanes_.begin(), lanes_.end(), [&](const auto& candidate) { return candidate->name() == name; });
-  if (lane == lanes_.end()) return "no such lane";
-  return (*lane)->beginNext() ? "" : "does not train";
+  return lane == lanes_.end() ? nullptr : lane->get();
+}
+
+std::string Gate::beginNext(const std::string& name) {
+  Lane* const lane = find(name);
+  if (lane == nullptr) return "no such lane";
+  return lane->beginNext() ? "" : "does not train";
 }
 
 bool Gate::areLanesOver() const {
