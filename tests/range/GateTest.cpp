@@ -120,5 +120,27 @@ TEST_F(Gate, LeavesTheBrokerToAnotherOneOfItsNameAndTrainsOn) {
   EXPECT_THAT(second.await().err, ::testing::Not(HasSubstr("another client")));
 }
 
+TEST_F(Gate, HasItsSessionsTakenByTheArchiveThatCameLast) {
+  witness_.connect();
+  // What an earlier archive confirmed comes for long after the connection: it is no rival.
+  for (int lane = 0; lane < 200; ++lane) {
+    const std::string topic = "a/" + std::to_string(lane) + "/archived";
+    witness_.broker.publish("bx/v1/hall/" + topic, R"({"session":1,"lines":7,"ended":true,"archive":5})", true);
+  }
+  await("a/199/archived", "5");
+  const std::string config = configWith("spool", {"0"});
+  Program gate = start({"gate", "--skip-startup", config});
+  Program first = start({"archive", config, folder_.path("first")});
+  await("a/0/archived", "\"ended\":false");
+  Program second = start({"archive", config, folder_.path("second")});
+  const auto outcome = first.await();
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("first: archive: ended: another one archives this range"));
+  EXPECT_EQ(start({"next", config, "0"}).await().status, 0);
+  await("a/0/archived", "\"ended\":true");
+  second.send(SIGTERM);
+  EXPECT_EQ(second.await().status, 0);
+}
+
 }  // namespace
 }  // namespace BX::range

@@ -8,6 +8,7 @@
 #include "Complaints.h"
 #include "Intake.h"
 #include "Range.h"
+#include "Rivals.h"
 #include "Topics.h"
 #include "tools/bx/Interrupt.h"
 #include "tools/bx/Records.h"
@@ -31,7 +32,7 @@ class Archive {
     BrokerSettings settings;
     settings.address = config.broker;
     settings.clientName = config.range + "/archive";
-    settings.subscriptions = {topics_.ofLanes(what::records)};
+    settings.subscriptions = {topics_.ofLanes(what::archived), topics_.ofLanes(what::records)};
     broker_.emplace(tool.console, settings,
                     Broker::Events{.received = [this](const Message& message) { receive(message); },
                                    .connected = {},
@@ -55,11 +56,18 @@ class Archive {
     const auto topic = topics_.parse(message.topic);
     try {
       if (!topic) throw Unusable("no topic of a lane");
+      if (topic->what == what::archived) return watch(message);
       intake_.take(topic->machine, topic->lane, message.payload);
     } catch (const Unusable& problem) {
       messages_.tell(message.topic + ": message: dropped: " + problem.what());
     }
     if (intake_.bytes() >= mostWaiting) commit();
+  }
+
+  // Of two archives the first one ends: else the broker would throw them out in turn for ever.
+  void watch(const Message& message) {
+    const auto archive = archiveOf(message.payload);
+    if (archive && rivals_.tells(message.topic, *archive)) broker_->leave();
   }
 
   void tick() {
@@ -79,7 +87,7 @@ class Archive {
     attempt("commit", [this] {
       for (const Standing& standing : intake_.commit()) {
         const Topic topic{standing.machine, standing.lane, what::archived};
-        broker_->publish(topics_.of(topic), messageOf(standing), true);
+        broker_->publish(topics_.of(topic), messageOf(standing, rivals_.own()), true);
       }
     });
   }
@@ -97,6 +105,7 @@ class Archive {
   const Topics topics_;
   Store store_;
   Intake intake_{store_};
+  Rivals rivals_;
   std::optional<Broker> broker_;
   Complaints messages_{tool_.console};
   Complaints database_{tool_.console};

@@ -19,6 +19,8 @@ using namespace std::chrono_literals;
 constexpr int qualityOfService = 1;
 constexpr int keepAliveSeconds = 10;  // the broker misses a client that is silent for half as long again
 constexpr auto connectPatience = 10s;
+// Two clients of one name that throw each other out are not to do so all the time.
+constexpr auto lastingConnection = 10s;
 constexpr std::chrono::milliseconds firstRetry = 500ms;
 constexpr std::chrono::milliseconds lastRetry = 10s;
 
@@ -210,7 +212,7 @@ void Broker::step(Clock::time_point until) {
   if (code == MOSQ_ERR_SUCCESS && lossReason_.empty() && !isConnected_ && subscribing_ == 0 &&
       deadline_ == Clock::time_point::max()) {
     isConnected_ = true;
-    retryAfter_ = firstRetry;
+    connectedAt_ = Clock::now();
     if (std::exchange(wasConnected_, true) || !trouble_.empty()) console_.note(name() + ": connected");
     trouble_.clear();
     dispatch();
@@ -231,6 +233,7 @@ void Broker::dispatch() {
 
 void Broker::lose(const std::string& reason) {
   const std::string step = isConnected_ ? ": " : ": connect: ";
+  if (isConnected_ && Clock::now() - connectedAt_ >= lastingConnection) retryAfter_ = firstRetry;
   isConnected_ = false;
   std::string text = name() + step + withoutFullStop(reason);
   if (!detail_.empty()) text += " (" + detail_ + ')';

@@ -62,8 +62,8 @@ class Broker : public Publisher {
   Broker(const Broker&) = delete;
   Broker& operator=(const Broker&) = delete;
 
-  // Connects, again and again, and lets the events happen until `goesOn`, asked at each tick, says no. A name that has
-  // to be resolved may block it for some seconds.
+  // Connects, again and again, after 0.5 s at first and after up to 10 s when no connection lasts, and lets the events
+  // happen until `goesOn`, asked at each tick, says no. A name that has to be resolved may block it for some seconds.
   void run(const std::function<bool()>& goesOn);
   // Waits until the broker has taken what was published, but no longer than `patience`, and disconnects.
   void finish(std::chrono::milliseconds patience);
@@ -107,6 +107,7 @@ class Broker : public Publisher {
   std::string detail_;                      // the library's own last error line
   std::string trouble_;                     // told last
   Clock::time_point deadline_;              // to be connected by
+  Clock::time_point connectedAt_;
   Clock::time_point retryAt_;
   std::chrono::milliseconds retryAfter_;
 };

@@ -83,9 +83,17 @@ RecordsMessage readRecords(std::string_view message) {
   return chunk;
 }
 
-std::string messageOf(const Standing& standing) {
+std::string messageOf(const Standing& standing, std::uint64_t archive) {
   return R"({"session":)" + std::to_string(standing.session) + R"(,"lines":)" + std::to_string(standing.lines) +
-         R"(,"ended":)" + (standing.ended ? "true}" : "false}");
+         R"(,"ended":)" + (standing.ended ? "true" : "false") + R"(,"archive":)" + std::to_string(archive) + '}';
+}
+
+std::optional<std::uint64_t> archiveOf(std::string_view message) {
+  rapidjson::Document document;
+  document.Parse<rapidjson::kParseIterativeFlag>(message.data(), message.size());
+  if (document.HasParseError()) return std::nullopt;
+  const auto& archive = scoring::memberOf(document, "archive");
+  return archive.IsUint64() ? std::optional(archive.GetUint64()) : std::nullopt;
 }
 
 }  // namespace BX::range

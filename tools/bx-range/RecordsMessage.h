@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -37,6 +38,9 @@ struct Standing {
   bool operator==(const Standing&) const = default;
 };
 
-std::string messageOf(const Standing& standing);
+// As the run of an archive that has this number tells it.
+std::string messageOf(const Standing& standing, std::uint64_t archive);
+// The number in such a message; nothing when there is none.
+std::optional<std::uint64_t> archiveOf(std::string_view message);
 
 }  // namespace BX::range
