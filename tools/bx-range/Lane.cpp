@@ -121,7 +121,8 @@ void Lane::pause(int seconds) const {
 
 bool Lane::connect() try {
   device_.connect();
-  if (const auto advice = device_.targetAdvice(); !advice.empty()) tellTrouble(config_.port + ": " + advice);
+  const auto advice = device_.targetAdvice({"\"target\": FILE", "\"targetNumber\": "});
+  if (!advice.empty()) tellTrouble(config_.port + ": " + advice);
   setStatus(state::ready, 0);
   return true;
 } catch (const tool::Failure& failure) {

@@ -63,7 +63,8 @@ class TrainSession {
  private:
   void begin() {
     connect();
-    if (const auto advice = device_.targetAdvice(); !advice.empty()) recorder_.warn(options_.port + ": " + advice);
+    const auto advice = device_.targetAdvice({"--target FILE", "--target-number "});
+    if (!advice.empty()) recorder_.warn(options_.port + ": " + advice);
     recorder_.open();
     setLastWords([this] {
       return "bx: ended at once" + recorder_.kept() + "; " + std::to_string(recorder_.waiting()) + " more were waiting";

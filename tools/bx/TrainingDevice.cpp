@@ -39,7 +39,7 @@ void TrainingDevice::keepSettings() {
   if (configuration_.any() && !configuration_.device) configuration_.device = connection_->settings();
 }
 
-std::string TrainingDevice::targetAdvice() {
+std::string TrainingDevice::targetAdvice(const TargetWords& words) {
   if (configuration_.target || (targetNumber_ && configuration_.any())) return {};
   const auto inUse = connection_->device().reportedTargets();
   const std::string ring = std::to_string(inUse.ring);
@@ -49,18 +49,19 @@ std::string TrainingDevice::targetAdvice() {
            " in use, not of " + std::to_string(*targetNumber_);
   }
   if (configuration_.any()) {
-    return "no target is given, so none is in use from now on: --target FILE or --target-number N puts one in use";
+    return "no target is given, so none is in use from now on: " + words.file + " or " + words.number +
+           "N puts one in use";
   }
   if (inUse.ring != noTarget) {
     return "no target is given, but the device has ring target " + ring +
-           " in use: positions and distances are wrong from the second shot on; --target-number " + ring +
-           " or --target FILE tells it";
+           " in use: positions and distances are wrong from the second shot on; " + words.number + ring + " or " +
+           words.file + " tells it";
   }
   if (inUse.silhouette != noTarget) {
     return "no target is given, but the device has silhouette target " + std::to_string(inUse.silhouette) +
-           " in use: the session does not tell it; --target FILE does";
+           " in use: the session does not tell it; " + words.file + " does";
   }
-  return "no target is given, and the device tells of none in use: --target FILE uploads one";
+  return "no target is given, and the device tells of none in use: " + words.file + " uploads one";
 }
 
 // Changes nothing on the device.

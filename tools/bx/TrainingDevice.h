@@ -10,6 +10,12 @@
 
 namespace BX::tool {
 
+// How whoever uses it is told of a target: "--target FILE".
+struct TargetWords {
+  std::string file;
+  std::string number;  // without the number itself: "--target-number "
+};
+
 class TrainingDevice {
  public:
   // With `targetNumber` the device's own target is used, and nothing is uploaded.
@@ -27,7 +33,7 @@ class TrainingDevice {
   // What a session file begins with, but for its target.
   Json header() const;
   // What is wrong with the target in use, and what helps; empty: nothing is.
-  std::string targetAdvice();
+  std::string targetAdvice(const TargetWords& words);
   // When it is connected again, the same settings are written, those that were read included.
   void keepSettings();
 
