@@ -95,12 +95,22 @@ TEST_F(Gate, GoesOnWhereAKilledOneStopped) {
   const std::string before = spooled("spool");
   const std::string fewer = configWith("fewer", {"0"});
   fs::rename(folder_.path("spool"), folder_.path("fewer"));
+  const std::string taken = folder_.path("fewer/1_20261122T081500Z_6.jsonl");
+  std::ofstream(folder_.path("fewer/1_20261122T081500Z_5.jsonl")) << "{\"sessionNumber\":5}\n";
+  std::ofstream(taken) << "{\"sessionNumber\":6}\n";
   Program gate = start({"gate", "--skip-startup", fewer});
   for (const auto* const what : {"status", "session", "score"}) await(std::string("a/1/") + what, "");
+  fs::remove(taken);
   Program archive = start({"archive", fewer, folder_.path("db")});
-  await("a/1/archived", "\"ended\":true");  // though the lane is none of this gate's any more
+  // Though the lane is none of this gate's any more, and one of its sessions is gone.
+  const std::string& archived = witness_.last["bx/v1/hall/a/1/archived"].payload;
+  witness_.await([&] {
+    return archived.find("\"ended\":true") != std::string::npos && archived.find("\"session\":5,") == std::string::npos;
+  });
   gate.send(SIGINT);
-  EXPECT_EQ(gate.await().status, 0);
+  const auto outcome = gate.await();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, HasSubstr(taken + ": open: No such file or directory; what the archive does not"));
   const std::string after = spooled("fewer/done");
   for (const auto& line : test::linesOf(before)) EXPECT_THAT(after, HasSubstr(line + '\n'));
 }

@@ -90,8 +90,13 @@ bool Outlet::sendChunk(Publisher& publisher, const Chunk& chunk) try {
                                (chunk.isEnd ? ",\"end\":true}" : "}"),
                            false);
 } catch (const platform::OutputError& error) {
-  complain_(error.what());
-  return false;
+  if (!spool_.hasLost(names_.at(chunk.session)) || !sender_.drop()) {
+    complain_(error.what());
+    return false;
+  }
+  complain_(std::string(error.what()) + "; what the archive does not have of this session is lost");
+  names_.erase(chunk.session);
+  return true;
 }
 
 std::string Outlet::topicOf(const std::string& what) const {

@@ -35,6 +35,7 @@ class Outlet {
 
  private:
   void sendRetained(Publisher& publisher);
+  // False when no more can be sent now.
   bool sendChunk(Publisher& publisher, const Chunk& chunk);
   std::string topicOf(const std::string& what) const;
 

@@ -32,11 +32,8 @@ std::optional<SessionNumber> Sender::confirm(const Confirmation& confirmation, C
   if (session == sessions_.end()) return std::nullopt;
   const bool isInHand = session == sessions_.begin();
   if (isWhole(*session, confirmation)) {
-    sessions_.erase(session);
-    if (isInHand) {
-      confirmed_ = 0;
-      reconnect();
-    }
+    if (!isInHand) sessions_.erase(session);
+    if (isInHand) drop();
     return confirmation.session;
   }
   if (!isInHand || confirmation.lines == confirmed_) return std::nullopt;
@@ -48,6 +45,14 @@ std::optional<SessionNumber> Sender::confirm(const Confirmation& confirmation, C
   if (isBack || sent_ < confirmed_) reconnect();
   progress_ = now;
   return std::nullopt;
+}
+
+bool Sender::drop() {
+  if (!sessions_.front().isEnded) return false;
+  sessions_.pop_front();
+  confirmed_ = 0;
+  reconnect();
+  return true;
 }
 
 std::optional<Chunk> Sender::next(Clock::time_point now) {

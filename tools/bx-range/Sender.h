@@ -49,6 +49,8 @@ class Sender {
   void reconnect();
   // The session that is kept as a whole now, if there is one. What is not about our sessions is ignored.
   std::optional<SessionNumber> confirm(const Confirmation& confirmation, Clock::time_point now);
+  // Of the session in hand nothing more is sent, ever. False, and nothing is done, while it grows.
+  bool drop();
   // What is to be sent now, if anything is; it counts as sent.
   std::optional<Chunk> next(Clock::time_point now);
 

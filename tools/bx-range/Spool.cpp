@@ -93,6 +93,11 @@ std::vector<SpooledSession> Spool::recover() const {
   return sessions;
 }
 
+bool Spool::hasLost(const std::string& name) const {
+  std::error_code error;
+  return fs::exists(folder_ + "/lock", error) && fs::status(pathOf(name), error).type() == fs::file_type::not_found;
+}
+
 void Spool::finish(const std::string& name) const {
   std::error_code error;
   fs::rename(pathOf(name), donePath(name), error);

@@ -42,6 +42,8 @@ class Spool {
   // What earlier runs have left to send, by lane and start, the oldest first. A last line that was cut is cut off. To
   // be called before the first session of this run. Throws platform::OutputError.
   std::vector<SpooledSession> recover() const;
+  // Somebody has taken the session's file from a folder that is otherwise there.
+  bool hasLost(const std::string& name) const;
   // The archive has all of it.
   void finish(const std::string& name) const;
   // Back to those that are not archived; nothing when it is not kept any more.
