@@ -152,5 +152,23 @@ TEST_F(Gate, HasItsSessionsTakenByTheArchiveThatCameLast) {
   EXPECT_EQ(second.await().status, 0);
 }
 
+TEST_F(Gate, EndsWhenAnArchiveThatGoesOnConfirmingIsDone) {
+  Program gate = start({"gate", "--skip-startup", configWith("spool", {"0"})});
+  await("a/0/score", "\"shots\":1,");
+  gate.send(SIGTERM);
+  await("a/0/session", "\"lines\":");
+  const std::string& session = witness_.last["bx/v1/hall/a/0/session"].payload;
+  const std::string written = spooled("spool");
+  const auto lines = std::count(written.begin(), written.end(), '\n');
+  for (int step = 1; step <= 60; ++step) {  // twenty a second
+    witness_.broker.publish("bx/v1/hall/a/0/archived",
+                            session.substr(0, session.find(',')) + ",\"lines\":" + std::to_string(lines * step / 60) +
+                                ",\"ended\":" + (step < 60 ? "false}" : "true}"),
+                            false);
+    witness_.await([isOver = false]() mutable { return std::exchange(isOver, true); });
+  }
+  EXPECT_THAT(gate.await().err, HasSubstr("; 0 sessions not archived yet"));
+}
+
 }  // namespace
 }  // namespace BX::range

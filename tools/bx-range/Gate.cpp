@@ -29,7 +29,8 @@ using GateClock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds sendInterval{100};
 constexpr std::chrono::minutes pruneInterval{1};
-constexpr std::chrono::seconds lastPatience{2};  // for archive and broker, at the end
+constexpr std::chrono::seconds lastPatience{2};   // for archive and broker, at the end
+constexpr std::chrono::seconds mostPatience{30};  // for an archive that goes on confirming
 
 // A lane has some ten descriptors; what is allowed at first may be too few for a hundred of them.
 void allowManyDescriptors() {
@@ -46,6 +47,7 @@ class Gate {
 
  private:
   void recover();
+  void awaitArchive();
   BrokerSettings brokerSettings() const;
   std::string status(const std::string& state, const std::string& since) const;
   Outlet& outletOf(const std::string& lane);
@@ -60,6 +62,7 @@ class Gate {
   std::string beginNext(const std::string& name);
   bool areLanesOver() const;
   std::size_t waiting() const;
+  std::size_t unconfirmed() const;
   void tellSums() const;
 
   Tool& tool_;
@@ -124,11 +127,23 @@ Outlet& Gate::outletOf(const std::string& lane) {
 void Gate::run() {
   for (const auto& lane : lanes_) lane->start();
   broker_.run([this] { return !tool::interrupted() || !areLanesOver(); });
-  const auto end = GateClock::now() + lastPatience;
-  broker_.run([&] { return broker_.isConnected() && waiting() > 0 && GateClock::now() < end; });
+  awaitArchive();
   onTick();
   broker_.finish(lastPatience);
   tellSums();
+}
+
+// As long as it confirms one thing after another.
+void Gate::awaitArchive() {
+  const auto end = GateClock::now() + mostPatience;
+  auto patience = GateClock::now() + lastPatience;
+  std::size_t left = unconfirmed();
+  broker_.run([&] {
+    const auto now = GateClock::now();
+    if (unconfirmed() < left) patience = now + lastPatience;
+    left = unconfirmed();
+    return broker_.isConnected() && left > 0 && now < std::min(patience, end);
+  });
 }
 
 void Gate::onMessage(const Message& message) {
@@ -215,6 +230,12 @@ std::size_t Gate::waiting() const {
   std::size_t sessions = 0;
   for (const auto& [lane, outlet] : outlets_) sessions += outlet.waiting();
   return sessions;
+}
+
+std::size_t Gate::unconfirmed() const {
+  std::size_t count = 0;
+  for (const auto& [lane, outlet] : outlets_) count += outlet.unconfirmed();
+  return count;
 }
 
 void Gate::tellSums() const {

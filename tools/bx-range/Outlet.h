@@ -32,6 +32,8 @@ class Outlet {
   void send(Publisher& publisher);
   // Sessions that the archive does not have as a whole.
   std::size_t waiting() const { return sender_.waiting(); }
+  // Of them.
+  std::size_t unconfirmed() const { return sender_.unconfirmed(); }
 
  private:
   void sendRetained(Publisher& publisher);

@@ -47,6 +47,12 @@ std::optional<SessionNumber> Sender::confirm(const Confirmation& confirmation, C
   return std::nullopt;
 }
 
+std::size_t Sender::unconfirmed() const {
+  std::size_t count = sessions_.size();
+  for (const auto& session : sessions_) count += session.lines;
+  return count - confirmed_;
+}
+
 bool Sender::drop() {
   if (!sessions_.front().isEnded) return false;
   sessions_.pop_front();

@@ -56,6 +56,8 @@ class Sender {
 
   bool knows(SessionNumber session) const;
   std::size_t waiting() const { return sessions_.size(); }
+  // What the archive has not confirmed yet: lines, and ends of sessions.
+  std::size_t unconfirmed() const;
 
  private:
   struct Session {
