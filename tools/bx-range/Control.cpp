@@ -20,6 +20,7 @@ namespace BX::range {
 namespace {
 
 constexpr int patienceMs = 5000;
+constexpr int stopIntervalMs = 100;
 constexpr std::size_t mostBytes = 1024;
 
 [[noreturn]] void fail(const std::string& folder, const std::string& step) {
@@ -65,11 +66,22 @@ Control::Control(const std::string& folder, Handler handler)
 }
 
 Control::~Control() {
+  thread_.request_stop();
+  if (thread_.joinable()) thread_.join();
   ::unlink((folder_ + "/control").c_str());
   ::close(socket_);
 }
 
-void Control::poll() const {
+void Control::serve() {
+  thread_ = std::jthread([this](const std::stop_token& stop) {
+    pollfd socket = {socket_, POLLIN, 0};
+    while (!stop.stop_requested()) {
+      if (::poll(&socket, 1, stopIntervalMs) == 1) answer();
+    }
+  });
+}
+
+void Control::answer() const {
   std::array<char, mostBytes> text{};
   sockaddr_un sender{};
   socklen_t size = sizeof sender;

@@ -4,12 +4,13 @@
 
 #include <functional>
 #include <string>
+#include <thread>
 
 namespace BX::range {
 
 class Control {
  public:
-  // The reason; empty when it is done.
+  // The reason; empty when it is done. Called on the control's own thread.
   using Handler = std::function<std::string(const std::string& lane)>;
 
   // Throws Failure.
@@ -18,13 +19,16 @@ class Control {
   Control(const Control&) = delete;
   Control& operator=(const Control&) = delete;
 
-  // Answers what has come; never waits.
-  void poll() const;
+  // Answers what has come and what comes, on a thread of its own: the network's may hang in the look-up of a name.
+  void serve();
 
  private:
+  void answer() const;
+
   const std::string folder_;
   const Handler handler_;
   int socket_ = -1;
+  std::jthread thread_;
 };
 
 // What the gate answers; throws Failure when there is none that does within five seconds.

@@ -126,6 +126,7 @@ Outlet& Gate::outletOf(const std::string& lane) {
 
 void Gate::run() {
   for (const auto& lane : lanes_) lane->start();
+  control_.serve();
   broker_.run([this] { return !tool::interrupted() || !areLanesOver(); });
   awaitArchive();
   onTick();
@@ -197,7 +198,6 @@ void Gate::clear(const std::string& lane) {
 }
 
 void Gate::onTick() {
-  control_.poll();
   for (const auto& lane : lanes_) outletOf(lane->name()).take(lane->takeNews());
   const auto now = GateClock::now();
   // What a slow broker has not taken yet is not added to: the next chunks are longer for it.
