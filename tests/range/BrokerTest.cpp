@@ -8,14 +8,13 @@ namespace BX::range {
 namespace {
 
 TEST(Broker, BeginsEachConnectionWithNothingOfTheOneBefore) {
-  constexpr std::chrono::seconds patience(10);
   test::RealBroker real;
   test::Client sender(real, "sender", {}, {"t/will", "over", true});
   test::Client reader(real, "reader", {"t/#"});
   EXPECT_FALSE(sender.broker.publish("t/early", "x", false));
   sender.connect();
   EXPECT_TRUE(sender.broker.publish("t/kept", "1", true));
-  sender.broker.finish(patience);
+  sender.broker.finish(std::chrono::seconds(10));
   reader.await("t/kept", "1");
   EXPECT_TRUE(reader.last["t/kept"].isRetained);
   reader.await("t/will", "over");
@@ -27,7 +26,7 @@ TEST(Broker, BeginsEachConnectionWithNothingOfTheOneBefore) {
   sender.connect();
   reader.connect();
   sender.broker.publish("t/new", "3", false);
-  sender.broker.finish(patience);
+  sender.broker.finish(std::chrono::seconds(10));
   reader.await("t/new", "3");
   EXPECT_FALSE(reader.last.contains("t/early") || reader.last.contains("t/gone"));
 }
