@@ -64,10 +64,11 @@ class Archive {
     if (intake_.bytes() >= mostWaiting) commit();
   }
 
-  // Of two archives the first one ends: else the broker would throw them out in turn for ever.
+  // Of two archives the first one ends: else the broker would throw them out in turn for ever. What the second has
+  // confirmed is found there at the next connection; what comes otherwise is from none that has our name.
   void watch(const Message& message) {
     const auto archive = archiveOf(message.payload);
-    if (archive && rivals_.tells(message.topic, *archive)) broker_->leave();
+    if (archive && rivals_.tells(message.topic, *archive) && message.isRetained) broker_->leave();
   }
 
   void tick() {
