@@ -21,7 +21,7 @@ void apply(Sender& sender, const std::string& action, Clock::time_point now) {
   if (verb == "end") sender.end();
   if (verb == "reconnect") sender.reconnect();
   if (verb == "recall") sender.recall(number, lines);
-  if (verb == "confirm") sender.confirm({number, lines, end == "end"}, now);
+  if (verb == "confirm" || verb == "retained") sender.confirm({number, lines, end == "end", verb == "retained"}, now);
 }
 
 TEST(Sender, GoesNoFurtherThanItMayAndBackWhenNothingMoves) {

@@ -179,7 +179,7 @@ void Gate::onArchived(const std::string& lane, const Message& message) {
   const auto outlet = outlets_.find(lane);
   if (outlet == outlets_.end()) {
     broker_.publish(message.topic, {}, true);
-  } else if (const auto confirmation = confirmationOf(message.payload)) {
+  } else if (const auto confirmation = confirmationOf(message)) {
     outlet->second.confirm(*confirmation);
   }
 }

@@ -9,14 +9,15 @@
 
 namespace BX::range {
 
-std::optional<Confirmation> confirmationOf(const std::string& text) {
+std::optional<Confirmation> confirmationOf(const Message& message) {
   rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
+  document.Parse<rapidjson::kParseIterativeFlag>(message.payload.data(), message.payload.size());
   if (document.HasParseError()) return std::nullopt;
   const auto& session = scoring::memberOf(document, "session");
   const auto& lines = scoring::memberOf(document, "lines");
   if (!session.IsUint64() || !lines.IsUint64()) return std::nullopt;
-  return Confirmation{session.GetUint64(), lines.GetUint64(), scoring::memberOf(document, "ended").IsTrue()};
+  const bool isEnded = scoring::memberOf(document, "ended").IsTrue();
+  return Confirmation{session.GetUint64(), lines.GetUint64(), isEnded, message.isRetained};
 }
 
 Outlet::Outlet(const Spool& spool, const Topics& topics, Topic topic, std::function<void(const std::string&)> complain)

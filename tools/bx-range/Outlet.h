@@ -53,7 +53,7 @@ class Outlet {
   std::set<std::string> unsent_;  // of what is retained
 };
 
-// Nothing when the text is none.
-std::optional<Confirmation> confirmationOf(const std::string& text);
+// Nothing when the message is none.
+std::optional<Confirmation> confirmationOf(const Message& message);
 
 }  // namespace BX::range

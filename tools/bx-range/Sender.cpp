@@ -20,10 +20,9 @@ bool Sender::knows(SessionNumber session) const {
   return std::any_of(sessions_.begin(), sessions_.end(), [&](const Session& one) { return one.number == session; });
 }
 
-// A power cut may take lines from us that the archive has.
+// A power cut may take lines from us that the archive has: it ends the session with those.
 bool Sender::isWhole(const Session& session, const Confirmation& confirmation) {
-  return session.isEnded &&
-         (confirmation.isEnded ? confirmation.lines >= session.lines : confirmation.lines > session.lines);
+  return session.isEnded && confirmation.isEnded && !confirmation.isRetained && confirmation.lines >= session.lines;
 }
 
 std::optional<SessionNumber> Sender::confirm(const Confirmation& confirmation, Clock::time_point now) {

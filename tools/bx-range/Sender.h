@@ -22,11 +22,13 @@ struct Chunk {
   bool operator==(const Chunk&) const = default;
 };
 
-// What the archive tells of a session: the lines that it has committed, and whether it knows their end.
+// What the archive tells of a session: the lines that it has committed, and whether it knows their end. What the broker
+// has retained may be of a database that was lost since: it tells where to go on, but not that a session is kept.
 struct Confirmation {
   SessionNumber session = 0;
   std::size_t lines = 0;
   bool isEnded = false;
+  bool isRetained = false;
 };
 
 class Sender {
