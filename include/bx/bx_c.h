@@ -162,7 +162,8 @@ BX_C_API int32_t bx_set_session(bx_manager* m, const char* port, const char* jso
 /* Commands a mode, 1 to 255, that the functions below do not command by themselves; 1 exchange. */
 BX_C_API int32_t bx_set_mode(bx_manager* m, const char* port, int32_t mode, bx_cancel* c);
 
-/* Forgets the device's records and starts the stream; 1 exchange. */
+/* Forgets the device's records and starts the stream; 1 exchange. A line that is lost as soon as it streams is told by
+ * bx_take_records. */
 BX_C_API int32_t bx_start_training(bx_manager* m, const char* port, bx_cancel* c);
 /* All. Ends the stream, when one runs; the device's last records wait then. 1 exchange. */
 BX_C_API int32_t bx_stop_training(bx_manager* m, const char* port, bx_cancel* c);

@@ -21,7 +21,13 @@ struct Lane {
   const std::string& port;
   BXDevice& device;
   std::string text;
+  bool leavesRecords = false;  // a line that is lost since then is told when they are taken
 };
+
+bool isLost(const Lane& lane) {
+  const auto state = lane.manager.getDeviceState(lane.port);
+  return state && state->hungUp;
+}
 
 // `work` tells whether it was done, or nothing where each failure of the link counts. The first failure is the reason,
 // but in connecting the last one: what fails before may count for nothing there. A call that is ended with its manager
@@ -36,7 +42,9 @@ std::string operate(const Call& call, const std::string& port, const Work& work,
   if constexpr (std::is_void_v<std::invoke_result_t<Work, Lane&>>) {
     work(lane);
     if (failure.kind != link::FailureKind::None) fail(port, failure);
-    if (!turn.isRegistered()) throw Failed{BX_E_NO_DEVICE, port + ": the device was removed meanwhile"};
+    if (!turn.isRegistered() && !(lane.leavesRecords && isLost(lane))) {
+      throw Failed{BX_E_NO_DEVICE, port + ": the device was removed meanwhile"};
+    }
   } else if (!work(lane)) {
     fail(port, failure);
   }
@@ -243,10 +251,11 @@ int32_t bx_set_mode(bx_manager* m, const char* port, int32_t mode, bx_cancel* c)
 }
 
 int32_t bx_start_training(bx_manager* m, const char* port, bx_cancel* c) {
-  return operate(m, port, c, [](const Lane& lane) {
+  return operate(m, port, c, [](Lane& lane) {
     requireOpen(lane);
     lane.device.setError(false);
     lane.manager.startTraining(lane.port);
+    lane.leavesRecords = true;
   });
 }
 
