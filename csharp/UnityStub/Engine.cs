@@ -1,7 +1,6 @@
 // The classes of the engine that the Unity package uses, as far as it uses them: to compile it, and to run BxLane,
 // where there is no engine. Nothing is drawn.
 using System;
-using System.Diagnostics;
 
 namespace UnityEngine {
     public enum RuntimeInitializeLoadType { SubsystemRegistration = 4 }
@@ -29,9 +28,9 @@ namespace UnityEngine {
         public T AddComponent<T>() where T : MonoBehaviour, new() => new T();
     }
 
+    // Stands still but when it is set.
     public static class Time {
-        private static readonly Stopwatch Clock = Stopwatch.StartNew();
-        public static float unscaledTime => (float)Clock.Elapsed.TotalSeconds;
+        public static float unscaledTime { get; set; }
     }
 
     public static class Debug {

@@ -48,6 +48,8 @@ namespace Bx.Unity {
         public LaneStatus Status { get; private set; }
         /// <summary>Why it was lost the last time; empty when it was not.</summary>
         public string Reason { get; private set; }
+        /// <summary>What its device was doing, and what was counted, when records were last taken.</summary>
+        public DeviceState State { get; private set; }
 
         private readonly Record[] records = new Record[64];
         private int taken, told;
@@ -71,6 +73,7 @@ namespace Bx.Unity {
         internal void OnEnable() {
             Status = LaneStatus.Off;
             Reason = "";
+            State = default(DeviceState);
             taken = told = 0;
         }
 
@@ -129,12 +132,11 @@ namespace Bx.Unity {
 
         // A handler that throws ends an Update, and loses no record; one that disables the lane ends it, too.
         private void Poll() {
-            var streams = false;
             try {
                 while (manager != null) {
                     while (told < taken) Tell(records[told++]);
                     if (manager == null) return;
-                    streams = manager.GetState(port).Has(DeviceFlags.Streaming);
+                    State = manager.GetState(port);
                     told = 0;
                     taken = manager.TakeRecords(port, records);
                     if (taken == 0) break;
@@ -146,7 +148,7 @@ namespace Bx.Unity {
                 Fail("the library was shut down");
                 return;
             }
-            if (streams) streamedAt = Time.unscaledTime;
+            if (State.Has(DeviceFlags.Streaming)) streamedAt = Time.unscaledTime;
             else if (manager != null && Time.unscaledTime - streamedAt > EndSeconds) Fail("the stream has ended");
         }
 
