@@ -35,23 +35,27 @@ namespace Bx {
             });
         }
 
-        /// <summary>The same, and reports again and again meanwhile; the last time when it is done.</summary>
+        /// <summary>
+        /// The same, and reports again and again meanwhile, never twice at once; the last time when it is done.
+        /// </summary>
         internal static Body Reporting(Action report, Body body) {
             return (IntPtr cancel, out IntPtr json) => {
+                var gate = new object();
+                var ended = false;
                 Exception failure = null;
                 TimerCallback tick = _ => {
+                    if (!Monitor.TryEnter(gate)) return;
                     try {
-                        report();
+                        if (!ended) report();
                     } catch (Exception thrown) {
                         failure = thrown; // nobody would catch it on this thread
+                    } finally {
+                        Monitor.Exit(gate);
                     }
                 };
                 int status;
-                using (var ended = new ManualResetEvent(false)) {
-                    var timer = new Timer(tick, null, ReportMilliseconds, ReportMilliseconds);
-                    status = body(cancel, out json);
-                    if (timer.Dispose(ended)) ended.WaitOne();
-                }
+                using (new Timer(tick, null, ReportMilliseconds, ReportMilliseconds)) status = body(cancel, out json);
+                lock (gate) ended = true; // not every runtime's timer waits for what it runs
                 if (status < 0) return status;
                 report();
                 if (failure != null) throw failure;

@@ -184,7 +184,7 @@ namespace Bx.Tests {
         // A hang-up comes after its records, a handler that throws loses none, and a lane can be enabled anew at once.
         private static void TellsALanesEventsInUpdate() {
             var shots = string.Concat(Enumerable.Range(0, 256).Select(n => "CA6A" + n.ToString("X2") + Rest + "\n"));
-            using (var range = new Range("--rate 2000 --stream $F/stream --fault to-host:stream:250:hangup", 1, shots)) {
+            using (var range = new Range("--rate 1000 --stream $F/stream --fault to-host:stream:250:hangup", 1, shots)) {
                 var lane = new BxLane { Port = range.Port, RetrySeconds = 0 };
                 int connected = 0, told = 0, skipped = 0;
                 var reasons = "";

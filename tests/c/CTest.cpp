@@ -13,7 +13,7 @@ TEST(C, TravelsTheWholeRoad) {
     awk 'BEGIN { for (i = 0; i < 1000; ++i) { line = "CA" (i % 2 ? "6A" : "65"); for (j = 0; j < 28; ++j) line = line sprintf("%02X", rand() * 256); print line } }' >$FOLDER/random | 0 | |
     bx-sim --rate 2000 --stream $FOLDER/random
     TRACE=$FOLDER/trace $BX train $PORT && [ ! -e $FOLDER/trace ] | 0 | *** | ***
-    bx-sim --rate 100000 --fault to-host:stream:300:hangup
+    bx-sim --rate 2000 --fault to-host:stream:300:hangup
     $BX lose $PORT | 0 | *** | ***
     bx-sim --latency 80
     $BX cancel $PORT | 0 | | ***)");
