@@ -201,6 +201,7 @@ namespace Bx {
         /// </summary>
         public int TakeRecords(string port, Record[] records) {
             UIntPtr count;
+            if (records == null) throw new ArgumentNullException("records");
             Native.Check(Native.bx_take_records(handle, Name(port), records, (UIntPtr)records.Length, out count,
                                                 IntPtr.Zero), port);
             return (int)count;
@@ -210,6 +211,8 @@ namespace Bx {
         public int TakeRecords(string port, Record[] records, string[] documents) {
             UIntPtr taken;
             IntPtr json;
+            if (records == null) throw new ArgumentNullException("records");
+            if (documents == null) throw new ArgumentNullException("documents");
             var capacity = Math.Min(records.Length, documents.Length);
             Native.Check(Native.bx_take_records(handle, Name(port), records, (UIntPtr)capacity, out taken, out json),
                          port);

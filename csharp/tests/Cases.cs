@@ -95,6 +95,8 @@ namespace Bx.Tests {
                 Fails(BxStatus.Open, "/no/folder", () => Lifetime.SetTraceFile("/no/folder"));
                 Fails(BxStatus.Json, null, () => Lifetime.Score("[]", 0, 0, Gauge.Edge));
                 Throws<ArgumentNullException>(() => manager.ConnectAsync(null).Now());
+                Throws<ArgumentNullException>(() => manager.TakeRecords(port, null));
+                Throws<ArgumentNullException>(() => manager.TakeRecords(port, new Record[1], null));
                 Throws<ArgumentException>(() => manager.GetState(port + "\0"));
                 Throws<ArgumentException>(() => manager.GetState("\uD800"));
                 manager.AddAsync(port).Now();

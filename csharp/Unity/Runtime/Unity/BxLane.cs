@@ -102,7 +102,13 @@ namespace Bx.Unity {
 
         private void Open() {
             port = Port;
-            manager = new Manager();
+            try {
+                manager = new Manager();
+            } catch (Exception failure) {
+                var isMissing = failure is DllNotFoundException;
+                Fail(isMissing ? "the native library BX_DEVICE cannot be loaded" : ReasonOf(failure));
+                return;
+            }
             ending = new CancellationTokenSource();
             opening = OpenAsync(closing, manager, port, Session, RingTarget, ending.Token);
             Status = LaneStatus.Connecting;
@@ -158,7 +164,7 @@ namespace Bx.Unity {
         }
 
         private void Fail(string reason) {
-            manager.Dispose();
+            if (manager != null) manager.Dispose();
             manager = null;
             taken = told = 0;
             Reason = reason;
