@@ -12,7 +12,7 @@ namespace {
 
 using test::Folder;
 
-constexpr auto whole = R"({"broker": {"user": "gate-a", "passwordFile": "secret", "ca": "/ca.crt"},
+constexpr auto whole = R"({"broker": {"user": "gate-a", "passwordFile": "secret", "ca": "ca.crt"},
   "range": "hall", "machine": "a", "spool": "spool", "names": "names.json",
   "lanes": [{"name": "1", "port": "/dev/ttyUSB0", "device": "d.json", "target": "/t.json"},
             {"name": "2", "port": "tcp://line:4001", "targetNumber": 2}]})";
@@ -26,11 +26,12 @@ std::string written(const Folder& folder, const std::string& text) {
 TEST(Config, TakesPathsFromItsFolder) {
   const Folder folder;
   std::ofstream(folder.path("secret")) << "word\r\nanother\n";
+  std::ofstream(folder.path("ca.crt")) << "-----BEGIN CERTIFICATE-----\n";
   const Config config = readConfig(written(folder, whole), Role::Gate);
   const LaneConfig& lane = config.lanes.at(0);
   EXPECT_THAT((std::vector{config.broker.password, config.broker.ca, config.spool, config.names, lane.files.device,
                            lane.files.target, config.lanes.at(1).port}),
-              ::testing::ElementsAre("word", "/ca.crt", folder.path("spool"), folder.path("names.json"),
+              ::testing::ElementsAre("word", folder.path("ca.crt"), folder.path("spool"), folder.path("names.json"),
                                      folder.path("d.json"), "/t.json", "tcp://line:4001"));
   EXPECT_THAT((std::vector{config.broker.port, config.keepHours, config.lanes.at(1).targetNumber.value_or(0)}),
               ::testing::ElementsAre(8883, 72, 2));
@@ -45,7 +46,7 @@ TEST(Config, IsRefusedByKeyAndReason) {
       readConfig(path, Role::Gate);
       ADD_FAILURE() << "not refused";
     } catch (const tool::Failure& failure) {
-      EXPECT_EQ(failure.what(), path + ": " + row.at(1));
+      EXPECT_EQ(failure.what(), row.at(1).starts_with('/') ? folder.path(row[1].substr(1)) : path + ": " + row[1]);
     }
   }
 }

@@ -1,6 +1,7 @@
 """The broker of examples/range: what each account may do there, and a board that follows it in a real browser.
 Usage: example_test.py BX-RANGE; further arguments go to unittest."""
 import contextlib
+import getpass
 import json
 import pathlib
 import re
@@ -31,10 +32,14 @@ class Example(unittest.TestCase):
         with socket.create_server(("localhost", 0)) as free:
             self.port = str(free.getsockname()[1])
         subprocess.run([HERE / "../../examples/range/set-up", self.folder, "localhost", self.port], check=True)
+        # Copied to another machine; started by root it would become another user, who may not read what is here.
+        self.broker_folder = (self.folder / "broker").rename(self.folder.with_name("copy"))
+        with open(self.broker_folder / "mosquitto.conf", "a") as conf:
+            conf.write(f"user {getpass.getuser()}\n")
         self.broker = self.start_broker()
 
-    def start(self, awaited, *command):
-        process = subprocess.Popen(command, stdout=-1, stderr=subprocess.STDOUT, text=True)
+    def start(self, awaited, *command, folder=None):
+        process = subprocess.Popen(command, cwd=folder, stdout=-1, stderr=subprocess.STDOUT, text=True)
         self.addCleanup(process.communicate)
         self.addCleanup(process.kill)
         process.found = self.find(process, awaited)
@@ -44,7 +49,7 @@ class Example(unittest.TestCase):
         return next(filter(None, (re.search(pattern, line) for line in process.stdout)))[0]
 
     def start_broker(self):
-        return self.start("running$", "mosquitto", "-c", self.folder / "broker/mosquitto.conf")
+        return self.start("running$", "mosquitto", "-c", "mosquitto.conf", folder=self.broker_folder)
 
     def client(self, program, *arguments, account=None):
         secret = [] if account is None else ["-u", account, "-P", (self.folder / account / "password").read_text().strip()]

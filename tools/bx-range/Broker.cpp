@@ -19,6 +19,7 @@ using namespace std::chrono_literals;
 constexpr int qualityOfService = 1;
 constexpr int keepAliveSeconds = 10;  // the broker misses a client that is silent for half as long again
 constexpr auto connectPatience = 10s;
+constexpr auto noAnswer = "no answer within 10 s";  // either of them
 // Two clients of one name that throw each other out are not to do so all the time.
 constexpr auto lastingConnection = 10s;
 constexpr std::chrono::milliseconds firstRetry = 500ms;
@@ -28,6 +29,7 @@ void initialiseLibrary() { [[maybe_unused]] static const int initialised = mosqu
 
 // Of a call of the library; errno must still stand.
 std::string reasonOf(int code) {
+  if (code == MOSQ_ERR_KEEPALIVE) return noAnswer;  // the library has no words for it
   return code == MOSQ_ERR_ERRNO ? std::generic_category().message(errno) : mosquitto_strerror(code);
 }
 
@@ -92,7 +94,8 @@ struct Broker::Callbacks {
   }
 
   static void logged(mosquitto* /*client*/, void* object, int level, const char* text) {
-    if (level == MOSQ_LOG_ERR) of(object).detail_ = text;
+    std::string& detail = of(object).detail_;
+    if (level == MOSQ_LOG_ERR && detail.empty()) detail = text;  // the first is the cause of the others
   }
 };
 
@@ -221,7 +224,7 @@ void Broker::step(Clock::time_point until) {
   dispatch();
   if (!client_) return;  // the role has left
   if (!lossReason_.empty() || code != MOSQ_ERR_SUCCESS) return lose(lossReason_.empty() ? reason : lossReason_);
-  if (Clock::now() >= deadline_) lose("no answer within 10 s");
+  if (Clock::now() >= deadline_) lose(noAnswer);
 }
 
 void Broker::dispatch() {

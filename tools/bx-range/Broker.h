@@ -104,7 +104,7 @@ class Broker : public Publisher {
   std::map<int, std::string> unconfirmed_;  // topics of what the broker has not taken yet
   std::vector<Message> arrived_;            // for dispatch()
   std::string lossReason_;                  // told by a callback
-  std::string detail_;                      // the library's own last error line
+  std::string detail_;                      // the library's own first error line
   std::string trouble_;                     // told last
   Clock::time_point deadline_;              // to be connected by
   Clock::time_point connectedAt_;

@@ -9,7 +9,9 @@
 #include <string_view>
 
 #include "Topics.h"
+#include "bx/BXSerialLink.h"
 #include "platform/Utf8.h"
+#include "platform/serial/TcpName.h"
 #include "tools/bx/Documents.h"
 #include "tools/bx/InputFile.h"
 
@@ -89,6 +91,17 @@ std::string firstLineOf(const std::string& path) {
   return line;
 }
 
+// What is no certificate at all is told by the name of its file. Whether those that are there are whole, the connection
+// tells.
+void requireCertificates(const std::string& path) {
+  std::ifstream file = tool::openInput(path);
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  if (errno != 0) throw tool::Failure(tool::wrongUsage, path + ": read: " + std::generic_category().message(errno));
+  if (text.find("CERTIFICATE-----") == std::string::npos) {
+    throw tool::Failure(tool::wrongUsage, path + ": read: there is no certificate (PEM) in it");
+  }
+}
+
 BrokerAddress brokerOf(const std::string& file, const Value& value) {
   constexpr int portWithTls = 8883;
   const Reader reader(file, "broker.");
@@ -106,6 +119,7 @@ BrokerAddress brokerOf(const std::string& file, const Value& value) {
     broker.password = firstLineOf(passwordFile);
   }
   if (!broker.password.empty() && broker.user.empty()) reader.refuse("user", "is missing beside the password");
+  if (!broker.ca.empty()) requireCertificates(broker.ca);
   broker.port = port.value_or(broker.ca.empty() ? broker.port : portWithTls);
   return broker;
 }
@@ -121,6 +135,11 @@ LaneConfig laneOf(const std::string& file, const std::string& place, const Value
                       {"targetNumber", reader.number(lane.targetNumber, 0, 254)}});
   if (lane.name.empty()) reader.refuse("name", "is missing");
   if (lane.port.empty()) reader.refuse("port", "is missing");
+  try {
+    if (link::isTcpName(lane.port)) link::tcpNameIn(lane.port);
+  } catch (const link::OpenFailure& failure) {
+    reader.refuse("port", failure.what());
+  }
   if (lane.targetNumber && !lane.files.target.empty()) reader.refuse("targetNumber", "\"target\" is given as well");
   return lane;
 }

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "platform/serial/SerialPortTransport.h"
+#include "platform/serial/TcpName.h"
 #include "platform/serial/TcpTransport.h"
 
 namespace BX::link {
@@ -16,7 +17,7 @@ constexpr int lateReads = 64;
 
 std::unique_ptr<Transport> makeTransport(boost::asio::io_context& context, const std::string& port, unsigned baud) {
   if (auto transport = transportFor(port)) return transport;
-  if (TcpTransport::isNamed(port)) return std::make_unique<TcpTransport>(context, port);
+  if (isTcpName(port)) return std::make_unique<TcpTransport>(context, port);
   return std::make_unique<SerialPortTransport>(context, port, baud);
 }
 

@@ -1,13 +1,13 @@
 #include "platform/serial/TcpTransport.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 
 #include "platform/serial/Cancelling.h"
 #include "platform/serial/HostLookup.h"
 #include "platform/serial/Network.h"
 #include "platform/serial/PortBook.h"
+#include "platform/serial/TcpName.h"
 
 namespace BX::link {
 
@@ -17,14 +17,6 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 
 constexpr std::chrono::seconds openLimit{3};  // in all
-constexpr std::string_view scheme = "tcp://";
-
-struct Address {
-  std::string host;
-  std::string port;
-};
-
-OpenFailure badName(const std::string& reason) { return {FailureKind::NoSuchPort, "no tcp://HOST:PORT: " + reason}; }
 
 OpenFailure failureOf(const boost::system::error_code& error) {
   using Reason = asio::error::basic_errors;
@@ -41,34 +33,6 @@ OpenFailure failureOf(const boost::system::error_code& error) {
   }
   if (error == Reason::access_denied) return {FailureKind::NotPermitted, "permission denied"};
   return {FailureKind::System, error.message()};
-}
-
-bool isHostName(std::string_view host) {
-  return std::ranges::all_of(host, [](unsigned char c) { return c > ' ' && c != 0x7F && c != '/'; });
-}
-
-Address addressIn(std::string_view rest) {
-  constexpr auto npos = std::string_view::npos;
-  rest.remove_prefix(scheme.size());
-  const bool isBracketed = rest.starts_with('[');
-  const auto end = std::min(rest.size(), rest.find(isBracketed ? ']' : ':'));
-  const std::string host(isBracketed ? rest.substr(1, end - 1) : rest.substr(0, end));
-  if (isBracketed && end == rest.size()) throw badName("the ] is missing");
-  rest.remove_prefix(isBracketed ? end + 1 : end);
-  if (rest.find(':', 1) != npos) throw badName("an IPv6 address stands in brackets");
-  if (host.empty()) throw badName("the host is missing");
-  boost::system::error_code error;
-  if (isBracketed) asio::ip::make_address_v6(host, error);
-  if (error) throw badName("in the brackets stands no IPv6 address");
-  if (!isHostName(host)) throw badName("no host has such a name");
-  if (!rest.starts_with(':') || rest.size() == 1) throw badName("no port's number follows the host");
-  rest.remove_prefix(1);
-  std::uint16_t port = 0;
-  const auto read = std::from_chars(rest.data(), rest.data() + rest.size(), port);
-  if (read.ec != std::errc() || read.ptr != rest.data() + rest.size() || port == 0) {
-    throw badName('"' + std::string(rest) + "\" is no port's number (1 to 65535)");
-  }
-  return {host, std::to_string(port)};
 }
 
 }  // namespace
@@ -128,7 +92,7 @@ bool TcpTransport::runUntil(const std::function<bool()>& isDone, Clock::time_poi
 }
 
 TcpTransport::Endpoints TcpTransport::lookUp(Clock::time_point end) {
-  const Address address = addressIn(name_);
+  const TcpName address = tcpNameIn(name_);
   const HostLookup lookup(context_, address.host, address.port);
   if (!runUntil([&lookup] { return lookup.isDone(); }, end)) {
     throw OpenFailure(FailureKind::System, "no name server answers within " + secondsText(openLimit));

@@ -11,7 +11,6 @@
 #include <memory>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "bx/BXSerialLink.h"
@@ -22,9 +21,6 @@ namespace BX::link {
 // Every member, and every event, runs on the thread that runs `context`, one at a time.
 class TcpTransport : public Transport {
  public:
-  // Whether a port's name asks for one: tcp://HOST:PORT.
-  static bool isNamed(std::string_view port) { return port.starts_with("tcp://"); }
-
   TcpTransport(boost::asio::io_context& context, std::string port);
   ~TcpTransport() override;
   // Blocks for 3 s at most, looking up the host included, or until the calling thread is cancelled.

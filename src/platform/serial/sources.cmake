@@ -1,3 +1,4 @@
+list(APPEND codec_sources platform/serial/TcpName.cpp)
 list(APPEND serial_sources
   platform/serial/BXSerialCom.cpp
   platform/serial/Cancelling.cpp
