@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "tests/road/Program.h"
 #include "tools/bx-range/Broker.h"
@@ -32,7 +33,10 @@ class Client {
  public:
   Client(const RealBroker& real, const std::string& name, std::vector<std::string> topics, range::Message will = {})
       : broker(console_, {real.address(), name, std::move(topics), std::move(will)},
-               {[this](const range::Message& message) { last[message.topic] = message; },
+               {[this](const range::Message& message) {
+                  last[message.topic] = message;
+                  hasCome_ = hasCome_ || holds();
+                },
                 [this] { ++connections_; },
                 {}}) {}
 
@@ -42,15 +46,21 @@ class Client {
   void await(const std::function<bool()>& isSo) {
     broker.run([&] { return !isSo(); });
   }
-  // Until the topic's last message holds the text; an empty one: is empty.
+  // Until the topic's last message holds the text, or one that comes does; an empty one: is empty.
   void await(const std::string& topic, const std::string& text) {
-    await([&] {
-      const auto& payload = last[topic].payload;
-      return text.empty() ? payload.empty() : payload.find(text) != std::string::npos;
-    });
+    awaited_ = {topic, text};
+    hasCome_ = holds();
+    await([this] { return hasCome_; });
   }
 
  private:
+  bool holds() {
+    const auto& payload = last[awaited_.first].payload;
+    return awaited_.second.empty() ? payload.empty() : payload.find(awaited_.second) != std::string::npos;
+  }
+
+  std::pair<std::string, std::string> awaited_;  // topic and text
+  bool hasCome_ = false;
   tool::Console console_;
   int connections_ = 0;
 
