@@ -5,7 +5,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "tests/road/Program.h"
 #include "tools/bx-range/Broker.h"
@@ -35,7 +34,7 @@ class Client {
       : broker(console_, {real.address(), name, std::move(topics), std::move(will)},
                {[this](const range::Message& message) {
                   last[message.topic] = message;
-                  hasCome_ = hasCome_ || holds();
+                  watch_();
                 },
                 [this] { ++connections_; },
                 {}}) {}
@@ -48,19 +47,18 @@ class Client {
   }
   // Until the topic's last message holds the text, or one that comes does; an empty one: is empty.
   void await(const std::string& topic, const std::string& text) {
-    awaited_ = {topic, text};
-    hasCome_ = holds();
-    await([this] { return hasCome_; });
+    bool hasCome = false;
+    watch_ = [&] {
+      const auto& payload = last[topic].payload;
+      hasCome = hasCome || (text.empty() ? payload.empty() : payload.find(text) != std::string::npos);
+    };
+    watch_();
+    await([&] { return hasCome; });
+    watch_ = [] {};
   }
 
  private:
-  bool holds() {
-    const auto& payload = last[awaited_.first].payload;
-    return awaited_.second.empty() ? payload.empty() : payload.find(awaited_.second) != std::string::npos;
-  }
-
-  std::pair<std::string, std::string> awaited_;  // topic and text
-  bool hasCome_ = false;
+  std::function<void()> watch_ = [] {};
   tool::Console console_;
   int connections_ = 0;
 
