@@ -19,11 +19,18 @@ namespace Bx {
             var result = new TaskCompletionSource<string>(TaskCreationOptions.RunContinuationsAsynchronously);
             var thread = new Thread(() => {
                 Complete(result, port, token, body);
-                Count(-1);
+                lock (Gate) {
+                    --running;
+                    Monitor.PulseAll(Gate);
+                }
             });
             thread.IsBackground = true;
             thread.Name = "BX " + port;
-            Count(1);
+            lock (Gate) {
+                // Mono aborts when a thread is begun while it ends.
+                if (Lifetime.IsUnloading) throw new AppDomainUnloadedException();
+                ++running;
+            }
             thread.Start();
             return result.Task;
         }
@@ -71,13 +78,6 @@ namespace Bx {
             lock (Gate) {
                 while (running > 0 && Monitor.Wait(Gate, milliseconds)) {
                 }
-            }
-        }
-
-        private static void Count(int change) {
-            lock (Gate) {
-                running += change;
-                Monitor.PulseAll(Gate);
             }
         }
 

@@ -5,9 +5,9 @@ using System.Threading;
 using System.Threading.Tasks;
 
 namespace Bx.Tests {
-    internal sealed class LastReport : IProgress<DeviceState> {
-        public DeviceState Last;
-        public void Report(DeviceState state) => Last = state;
+    internal sealed class Report : IProgress<DeviceState> {
+        public Action<DeviceState> Tell;
+        void IProgress<DeviceState>.Report(DeviceState state) => Tell(state);
     }
 
     internal static class Checks {

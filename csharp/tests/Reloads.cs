@@ -14,14 +14,12 @@ namespace Bx.Tests {
                 for (var i = 0; i < 30; ++i) {
                     var domain = AppDomain.CreateDomain("play");
                     domain.SetData("ports", range.Ports);
-                    domain.SetData("waited", range.Folder + "/waited" + i);
                     domain.DoCallBack(Play);
                     clock.Restart();
                     AppDomain.Unload(domain);
                     shortest = Math.Min(shortest, clock.ElapsedMilliseconds);
-                    Checks.Holds(File.Exists(range.Folder + "/waited" + i));
                 }
-                Checks.Holds(shortest < 100);
+                Checks.Holds(shortest < 100 && File.ReadAllText(range.Port + ".waited").Length == 30);
                 Console.Error.WriteLine("passed 30 reloads, the last in {0} ms", clock.ElapsedMilliseconds);
             }
         }
@@ -34,27 +32,19 @@ namespace Bx.Tests {
             manager.StartTrainingAsync(ports[0]).Now();
             Checks.Until(() => manager.GetState(ports[0]).Records > 0);
             manager.ConnectAsync(ports[1]);
-            var lasting = new LastingReport();
-            manager.DownloadSessionAsync(ports[1], lasting);
-            lasting.Begun.WaitOne();
-            AppDomain.CurrentDomain.DomainUnload += (sender, none) => lasting.CheckEnd();
-        }
-
-        // A report that lasts on when its call was ended, unless the unloading does not wait for it.
-        private sealed class LastingReport : IProgress<DeviceState> {
-            public readonly ManualResetEvent Begun = new ManualResetEvent(false);
-            private readonly ManualResetEvent unloads = new ManualResetEvent(false);
-            private volatile bool ended;
-
-            public void Report(DeviceState state) {
-                Begun.Set();
-                ended = !unloads.WaitOne(20);
-            }
-
-            public void CheckEnd() {
-                if (ended) File.WriteAllText((string)AppDomain.CurrentDomain.GetData("waited"), "");
+            // A report that lasts on when its call was ended, unless the unloading does not wait for it.
+            var lasted = false;
+            ManualResetEvent begun = new ManualResetEvent(false), unloads = new ManualResetEvent(false);
+            manager.DownloadSessionAsync(ports[1], new Report { Tell = state => {
+                begun.Set();
+                Volatile.Write(ref lasted, !unloads.WaitOne(20));
+            } });
+            begun.WaitOne();
+            AppDomain.CurrentDomain.DomainUnload += (sender, none) => {
+                Checks.Throws<AppDomainUnloadedException>(() => manager.GetTargetsAsync(ports[0]));
+                if (Volatile.Read(ref lasted)) File.AppendAllText(ports[0] + ".waited", "1");
                 unloads.Set();
-            }
+            };
         }
     }
 }
