@@ -1,4 +1,4 @@
-#include "scoring/bx_score.h"
+#include "bx/bx_score.h"
 
 #include "c/Border.h"
 #include "scoring/Value.h"
