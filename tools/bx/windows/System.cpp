@@ -13,8 +13,10 @@ namespace BX::tool::system {
 
 namespace {
 
+constexpr UINT endedBySignal = 128;  // and the signal's number, as a shell tells it
+
 std::mutex mutex;
-std::function<void(int)> handler;  // of signals
+std::function<void(int)> handler;  // of signals; none at first
 
 HANDLE handleOf(int descriptor) {
   return GetStdHandle(descriptor == standardOutput ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
@@ -25,6 +27,7 @@ BOOL WINAPI onConsoleEvent(DWORD event) {
   const bool isKey = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
   {
     const std::scoped_lock lock(mutex);
+    if (!handler) ExitProcess(endedBySignal + SIGINT);
     handler(isKey ? SIGINT : SIGTERM);
   }
   // The window is closed or the user leaves: the program has a few seconds more, as long as this does not return.
@@ -35,6 +38,7 @@ BOOL WINAPI onConsoleEvent(DWORD event) {
 }  // namespace
 
 void prepareStreams() {
+  SetConsoleCtrlHandler(onConsoleEvent, TRUE);
   SetConsoleOutputCP(CP_UTF8);
   for (const int descriptor : {standardOutput, standardError}) {
     DWORD mode = 0;
@@ -59,8 +63,8 @@ bool isOutputRead() { return true; }
 bool takesError() { return true; }
 
 void onSignals(std::function<void(int signal)> handle) {
+  const std::scoped_lock lock(mutex);
   handler = std::move(handle);
-  SetConsoleCtrlHandler(onConsoleEvent, TRUE);
 }
 
 // In memory: there are no pseudo-terminals that a serial port could be.
