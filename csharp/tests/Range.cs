@@ -52,7 +52,10 @@ namespace Bx.Tests {
         }
 
         public void Dispose() {
-            if (!process.HasExited) process.Kill();
+            try {
+                process.Kill();
+            } catch (Exception) { // it has ended by itself, as it does when it hangs up
+            }
             process.WaitForExit();
             Directory.Delete(Folder, true);
         }
