@@ -2,11 +2,16 @@
 #include "tools/bx-range/Spool.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
+#include "platform/OutputFile.h"
 #include "tests/road/Program.h"
+#include "tests/support/Table.h"
 #include "tools/bx-range/SessionLines.h"
 
 namespace BX::range {
@@ -17,25 +22,39 @@ using test::readFile;
 
 void write(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::app) << text; }
 
-TEST(Spool, FindsWhatIsLeftInItsOrderAndCutsWhatACrashLeft) {
+// Tells what comes of each file of the table beside this.
+TEST(Spool, FindsWhatIsLeftCutsWhatACrashLeftAndPutsTheRestAside) {
   const Folder folder;
   const std::string path = folder.path("spool");
   std::filesystem::create_directories(path);
-  write(path + "/b-_1_20261122T081500Z_12.jsonl", "{\"a\":1}\n{\"b\":2}\n{\"c\"");
-  write(path + "/a_20261122T091500Z_3.jsonl", std::string("{}\n{}\n\0\0\0\n{}\n", 13));
-  write(path + "/a_20261122T081500Z_9.jsonl", "{\"start\":\"");
-  write(path + "/a_20261121T081500Z_11.jsonl", "{}\n");
-  write(path + "/notes.txt", "mine");
-  const Spool spool(path);
-  std::string found;
-  for (const auto& one : spool.recover()) {
-    found += one.lane + ' ' + std::to_string(one.number) + ' ' + std::to_string(one.lines) + '\n';
+  auto rows = test::rowsOf(test::textIn(BX_SOURCE_DIR "/tests/range/spool.txt"));
+  std::erase_if(rows, [](const auto& row) { return row[0].starts_with('#'); });
+  for (auto& row : rows) {
+    std::replace(row[1].begin(), row[1].end(), '$', '\n');
+    std::replace(row[1].begin(), row[1].end(), '^', '\0');
+    write(path + '/' + row[0], row[1]);
   }
-  EXPECT_EQ(found, "a 11 1\na 3 2\nb-_1 12 2\n");
-  EXPECT_EQ(readFile(path + "/b-_1_20261122T081500Z_12.jsonl"), "{\"a\":1}\n{\"b\":2}\n");
-  EXPECT_EQ(readFile(path + "/a_20261122T091500Z_3.jsonl"), "{}\n{}\n");
-  EXPECT_FALSE(std::filesystem::exists(path + "/a_20261122T081500Z_9.jsonl"));
-  EXPECT_EQ(readFile(path + "/notes.txt"), "mine");
+  ASSERT_EQ(::mkfifo((path + "/a_20261122T081500Z_1.jsonl").c_str(), 0600), 0);
+  const Spool spool(path);
+  std::string complaints, order;
+  std::map<std::string, std::size_t> found;
+  for (const auto& one : spool.recover("hall/a", [&](const std::string& text) { complaints += text + '\n'; })) {
+    order += one.lane + ' ' + std::to_string(one.number) + ' ';
+    found[one.name] = one.lines;
+  }
+  EXPECT_EQ(order, "a 11 a 3 b-_1 12 ");
+  for (const auto& row : rows) {
+    const std::string file = spool.pathOf(row[0]);
+    if (const auto session = found.find(row[0]); session != found.end()) {
+      EXPECT_EQ(std::to_string(session->second), row[2]) << row[0];
+      EXPECT_EQ(readFile(file), row[1].substr(0, row[1].rfind('\n') + 1));
+    } else if (row[2].starts_with(".damaged")) {
+      EXPECT_THAT(complaints, ::testing::HasSubstr(file + row[2] + '\n'));
+      EXPECT_EQ(readFile(file + row[2].substr(0, row[2].find(':'))), row[1]);
+    } else {
+      EXPECT_EQ(std::filesystem::exists(file) ? "let be" : "removed", row[2]) << row[0];
+    }
+  }
 }
 
 TEST(Spool, KeepsWhatIsArchivedForItsTimeAndGivesItBack) {
@@ -43,13 +62,22 @@ TEST(Spool, KeepsWhatIsArchivedForItsTimeAndGivesItBack) {
   const Spool spool(folder.path("spool"));
   const std::string name = sessionFileName("a_1", "2026-11-22T08:15:00Z", 7);
   EXPECT_EQ(name, "a_1_20261122T081500Z_7.jsonl");
-  write(spool.pathOf(name), "{}\n");
+  write(spool.pathOf(name), "{\"sessionNumber\":7}\n");
   spool.finish(name);
   spool.prune(std::chrono::hours(1));
   EXPECT_FALSE(spool.recall("a_1", 8));
   EXPECT_FALSE(spool.recall("a", 7));
+  EXPECT_EQ(spool.recover("hall/a", {}).size(), 0U);
   ASSERT_TRUE(spool.recall("a_1", 7));
-  EXPECT_EQ(readFile(spool.pathOf(name)), "{}\n");
+  EXPECT_EQ(readFile(spool.pathOf(name)), "{\"sessionNumber\":7}\n");
+  EXPECT_THROW(spool.recover("hall/b", {}), platform::OutputError);
+  EXPECT_EQ(spool.recover("hall/a", {}).size(), 1U);
+  spool.finish(name);
+  EXPECT_EQ(spool.recover("hall/b", {}).size(), 0U);  // nothing waits: it is taken over
+  write(folder.path("spool/done/" + name), "{}{\n");
+  EXPECT_THROW(spool.recall("a_1", 7), platform::OutputError);
+  EXPECT_FALSE(spool.recall("a_1", 7));
+  write(spool.pathOf(name), "{}\n");
   spool.finish(name);
   spool.prune(std::chrono::hours(0));
   EXPECT_FALSE(spool.recall("a_1", 7));

@@ -98,7 +98,10 @@ Gate::Gate(Tool& tool, Config config)
 }
 
 void Gate::recover() {
-  for (const auto& session : spool_.recover()) outletOf(session.lane).add(session);
+  const auto complain = [this](const std::string& text) { tool_.console.error(text); };
+  for (const auto& session : spool_.recover(config_.range + '/' + config_.machine, complain)) {
+    outletOf(session.lane).add(session);
+  }
   if (waiting() > 0) tool_.console.note(tool::counted(waiting(), "session") + " of earlier runs wait for the archive");
 }
 

@@ -3,25 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "morva/MORVADataTypeJSON.h"
-#include "scoring/Members.h"
-
 namespace BX::range {
-
-namespace {
-
-void requireHeader(std::string_view line, std::int64_t session) {
-  MORVA::MORVADataTypeJSON header;
-  if (!header.parseString(std::string(line)) || !header.getDocument().IsObject()) {
-    throw Unusable("its first line is no header of a session");
-  }
-  const auto& number = scoring::memberOf(header.getDocument(), "sessionNumber");
-  if (!number.IsInt64() || number.GetInt64() != session) {
-    throw Unusable("its header is that of another session");
-  }
-}
-
-}  // namespace
 
 void Intake::take(const std::string& machine, const std::string& lane, std::string_view message) {
   const RecordsMessage chunk = readRecords(message);

@@ -29,9 +29,8 @@ constexpr auto lost = "lost";          // the device went away while it trained
 }  // namespace state
 
 SessionNumber randomNumber() {
-  constexpr SessionNumber most = (SessionNumber{1} << 53) - 1;  // that every reader of JSON can hold
   std::random_device random;
-  return std::uniform_int_distribution<SessionNumber>(1, most)(random);
+  return std::uniform_int_distribution<SessionNumber>(1, highestSessionNumber)(random);
 }
 
 // As JSON has it.

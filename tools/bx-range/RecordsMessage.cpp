@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "morva/MORVADataTypeJSON.h"
 #include "scoring/Members.h"
 
 namespace BX::range {
@@ -81,6 +82,17 @@ RecordsMessage readRecords(std::string_view message) {
   chunk.problem = readEnvelope(envelope, chunk);
   if (chunk.problem.empty() && parts) chunk.problem = readLines(parts->lines, chunk.lines);
   return chunk;
+}
+
+void requireHeader(std::string_view line, std::int64_t session) {
+  MORVA::MORVADataTypeJSON header;
+  if (!header.parseString(std::string(line)) || !header.getDocument().IsObject()) {
+    throw Unusable("its first line is no header of a session");
+  }
+  const auto& number = memberOf(header.getDocument(), "sessionNumber");
+  if (!number.IsInt64() || number.GetInt64() != session) {
+    throw Unusable("its header is that of another session");
+  }
 }
 
 std::string messageOf(const Standing& standing, std::uint64_t archive) {

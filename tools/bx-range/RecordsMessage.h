@@ -28,6 +28,9 @@ struct RecordsMessage {
 // parser keeps how a number was written. Throws Unusable when the message does not even tell the session.
 RecordsMessage readRecords(std::string_view message);
 
+// Throws Unusable when line 0 is not that of this session.
+void requireHeader(std::string_view line, std::int64_t session);
+
 // The archive has these lines of a session for good.
 struct Standing {
   std::string machine;

@@ -38,7 +38,13 @@ SessionLines::~SessionLines() { ::close(descriptor_); }
 SessionLines::Extent SessionLines::scan() {
   Extent extent;
   moveTo(0);
-  for (std::string line; next(line) && isWhole(line);) extent = {line_, position_};
+  for (std::string line; !extent.isDamaged && next(line);) {
+    if (isWhole(line)) {
+      extent = {line_, position_};
+    } else {
+      extent.isDamaged = true;
+    }
+  }
   moveTo(0);
   return extent;
 }
@@ -63,7 +69,8 @@ void SessionLines::moveTo(std::size_t line) {
 
 bool SessionLines::next(std::string& line) {
   std::size_t end = 0;
-  while ((end = buffer_.find('\n', used_)) == std::string::npos) {
+  for (std::size_t searched = 0; (end = buffer_.find('\n', used_ + searched)) == std::string::npos;) {
+    searched = buffer_.size() - used_;
     if (!fill()) return false;
   }
   line.assign(buffer_, used_, end - used_);

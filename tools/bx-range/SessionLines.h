@@ -16,11 +16,12 @@ class SessionLines {
   SessionLines(const SessionLines&) = delete;
   SessionLines& operator=(const SessionLines&) = delete;
 
-  // Reads on to the end: how many whole lines there are, and how long they are together. What could not stand in a
-  // message, as a power cut may leave it, ends them.
+  // Reads on to the end, or to a line that is damaged: how many whole lines there are, and how long they are together.
+  // A last line without its line feed is only cut.
   struct Extent {
     std::size_t lines = 0;
     std::uint64_t bytes = 0;
+    bool isDamaged = false;  // the line after them
   };
   Extent scan();
 

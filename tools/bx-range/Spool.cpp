@@ -4,11 +4,14 @@
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
+#include <fstream>
+#include <set>
 #include <string_view>
 #include <system_error>
 #include <tuple>
 #include <utility>
 
+#include "RecordsMessage.h"
 #include "SessionLines.h"
 #include "Topics.h"
 #include "platform/Descriptors.h"
@@ -37,14 +40,17 @@ std::optional<SpooledSession> sessionOf(const std::string& name) {
   const char* const end = stem.data() + stem.size();
   const auto read = std::from_chars(stem.data() + last + 1, end, session.number);
   if (read.ec != std::errc() || read.ptr != end || !isName(session.lane)) return std::nullopt;
-  return session;
+  const bool isNumber = session.number > 0 && session.number <= highestSessionNumber;
+  return isNumber ? std::optional(session) : std::nullopt;
 }
 
 std::vector<SpooledSession> sessionsIn(const std::string& folder) {
   std::vector<SpooledSession> sessions;
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-    if (auto session = sessionOf(entry->path().filename().string())) sessions.push_back(std::move(*session));
+    std::error_code ignored;
+    auto session = sessionOf(entry->path().filename().string());
+    if (session && entry->is_regular_file(ignored)) sessions.push_back(std::move(*session));
   }
   if (error) throwSpoolError(folder, "read", error);
   const auto byName = [](const auto& session) { return std::tie(session.lane, session.name); };
@@ -52,12 +58,35 @@ std::vector<SpooledSession> sessionsIn(const std::string& folder) {
   return sessions;
 }
 
-// How many whole lines the file has, without what comes after them.
-std::size_t cutToWholeLines(const std::string& path) {
-  const auto extent = SessionLines(path).scan();
+// For people to look at. Throws the reason.
+[[noreturn]] void putAside(const std::string& path, const std::string& reason) {
   std::error_code error;
-  if (fs::file_size(path, error) != extent.bytes && !error) fs::resize_file(path, extent.bytes, error);
+  std::string place = path + ".damaged";
+  for (int i = 2; fs::exists(place, error); ++i) place = path + ".damaged" + std::to_string(i);
+  fs::rename(path, place, error);
+  if (error) throwSpoolError(path, "put aside", error);
+  throw platform::OutputError(place, "put aside", 0, reason);
+}
+
+// How many lines the session has, without one that a crash cut; a file that has none is removed. Throws
+// platform::OutputError: one that is damaged is put aside.
+std::size_t linesOf(const std::string& path, SessionNumber number) {
+  SessionLines file(path);
+  const auto extent = file.scan();
+  if (extent.isDamaged) putAside(path, "line " + std::to_string(extent.lines + 1) + " is damaged");
+  std::error_code error;
+  if (extent.lines == 0) {
+    fs::remove(path, error);
+  } else if (fs::file_size(path, error) != extent.bytes && !error) {
+    fs::resize_file(path, extent.bytes, error);
+  }
   if (error) throwSpoolError(path, "cut", error);
+  if (extent.lines == 0) return 0;
+  try {
+    requireHeader(file.read(0, 1).substr(1), static_cast<std::int64_t>(number));
+  } catch (const Unusable& problem) {
+    putAside(path, problem.what());
+  }
   return extent.lines;
 }
 
@@ -83,14 +112,38 @@ Spool::Spool(std::string folder) : folder_(std::move(folder)) {
 
 Spool::~Spool() { platform::closeDescriptor(lock_); }
 
-std::vector<SpooledSession> Spool::recover() const {
-  std::vector<SpooledSession> sessions = sessionsIn(folder_);
-  for (auto& session : sessions) session.lines = cutToWholeLines(pathOf(session.name));
-  std::erase_if(sessions, [this](const SpooledSession& session) {
-    std::error_code ignored;
-    return session.lines == 0 && fs::remove(pathOf(session.name), ignored);
-  });
+std::vector<SpooledSession> Spool::recover(const std::string& owner,
+                                           const std::function<void(const std::string&)>& complain) const {
+  std::vector<SpooledSession> sessions;
+  std::set<SessionNumber> numbers;
+  for (auto& session : sessionsIn(folder_)) {
+    const std::string path = pathOf(session.name);
+    try {
+      session.lines = linesOf(path, session.number);
+      if (session.lines == 0) continue;
+      if (!numbers.insert(session.number).second) putAside(path, "another file is of the same session");
+      sessions.push_back(std::move(session));
+    } catch (const platform::OutputError& error) {
+      complain(error.what());
+    }
+  }
+  claim(owner, sessions.empty());
   return sessions;
+}
+
+// Under another name its sessions would be archived a second time.
+void Spool::claim(const std::string& owner, bool isFree) const {
+  const std::string path = folder_ + "/owner";
+  std::string before;
+  std::getline(std::ifstream(path), before);
+  if (before == owner) return;
+  if (!isFree && !before.empty()) {
+    throw platform::OutputError(
+        folder_, "use", 0,
+        "sessions of " + before + " wait in it: let the gate of that name send them, or take another folder");
+  }
+  std::ofstream file(path);
+  if (!(file << owner << std::endl)) throwSpoolError(path, "write", {errno, std::generic_category()});
 }
 
 bool Spool::hasLost(const std::string& name) const {
@@ -107,10 +160,11 @@ void Spool::finish(const std::string& name) const {
 std::optional<SpooledSession> Spool::recall(const std::string& lane, SessionNumber number) const {
   for (auto& session : sessionsIn(folder_ + "/done")) {
     if (session.lane != lane || session.number != number) continue;
+    session.lines = linesOf(donePath(session.name), number);
+    if (session.lines == 0) continue;
     std::error_code error;
     fs::rename(donePath(session.name), pathOf(session.name), error);
     if (error) throwSpoolError(donePath(session.name), "move", error);
-    session.lines = cutToWholeLines(pathOf(session.name));
     return session;
   }
   return std::nullopt;
