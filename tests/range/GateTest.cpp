@@ -72,15 +72,29 @@ TEST_F(Gate, ArchivesEachSessionByteForByteAcrossTheBrokersDeath) {
   EXPECT_THAT(outcome.err, HasSubstr("3 sessions, "));
   await("a/status", "lost");
   await("a/0/session", "\"lines\":");
-  std::string exported;
-  for (const auto& entry : fs::directory_iterator(folder_.path("spool/done"))) {
-    const std::string name = entry.path().stem();
-    const auto session = start({"export", database, name.substr(name.rfind('_') + 1)}).await();
-    EXPECT_EQ(session.out, readFile(entry.path())) << session.err;
-    exported += session.out;
-  }
-  EXPECT_EQ(spooled("spool"), "");
-  EXPECT_EQ(std::count(exported.begin(), exported.end(), '\n') > 300, true);
+  const auto exported = [&](const std::string& spool) {
+    std::string all;
+    for (const auto& entry : fs::directory_iterator(folder_.path(spool + "/done"))) {
+      const std::string name = entry.path().stem();
+      const auto session = start({"export", database, name.substr(name.rfind('_') + 1)}).await();
+      EXPECT_EQ(session.out, readFile(entry.path())) << session.err;
+      all += session.out;
+    }
+    EXPECT_EQ(spooled(spool), "");
+    return std::count(all.begin(), all.end(), '\n');
+  };
+  const auto lines = exported("spool");
+  EXPECT_GT(lines, 300);
+  // The database is lost, the files are moved back, and the broker still holds that all of it is archived.
+  archive.send(SIGTERM);
+  archive.await();
+  fs::remove(database);
+  fs::rename(folder_.path("spool/done"), folder_.path("back"));
+  const std::string rest = configWith("back", {"gone"});
+  const Program anew = start({"archive", rest, database});
+  const Program sender = start({"gate", rest});
+  witness_.await([&] { return spooled("back").empty(); });
+  EXPECT_EQ(exported("back"), lines);
 }
 
 TEST_F(Gate, GoesOnWhereAKilledOneStopped) {
