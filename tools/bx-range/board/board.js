@@ -64,8 +64,8 @@ function takeNews({ broker, lanes: changed, faces: added }) {
 
 function showCounts() {
   const among = (state) => [...lanes.values()].filter((lane) => lane.state === state).length;
-  byId('counts').textContent = [counted(lanes.size, 'lane'), ...['training', 'lost'].filter(among)
-    .map((state) => `${among(state)} ${stateText(state).toLowerCase()}`)].join(' · ');
+  byId('counts').replaceChildren(html('span', {}, counted(lanes.size, 'lane')), ...Object.keys(stateWords).filter(among).map((state) =>
+    html('span', { 'data-state': state }, html('i', { class: 'state' }), `${among(state)} ${stateText(state).toLowerCase()}`)));
 }
 
 function showAddress() {

@@ -118,5 +118,5 @@ function fitTiles() {
   grid.classList.toggle('dense', size < 105);
   grid.style.setProperty('--columns', best.columns);
   grid.style.setProperty('--size', `${(size / 10).toFixed(2)}px`);
-  grid.style.setProperty('--height', fits ? `${Math.min(height / best.rows, 1.25 * size).toFixed(1)}px` : `${size}px`);
+  grid.style.setProperty('--height', fits ? `${Math.min(height / best.rows, 1.35 * size).toFixed(1)}px` : `${size}px`);
 }
