@@ -35,11 +35,15 @@ namespace Bx.Tests {
             // A report that lasts on when its call was ended, unless the unloading does not wait for it.
             var lasted = false;
             ManualResetEvent begun = new ManualResetEvent(false), unloads = new ManualResetEvent(false);
-            manager.DownloadSessionAsync(ports[1], new Report { Tell = state => {
+            var report = new Report { Tell = state => {
                 begun.Set();
                 Volatile.Write(ref lasted, !unloads.WaitOne(20));
-            } });
-            begun.WaitOne();
+            } };
+            // A download waits for the connection, unless it has come before it: then it fails, and reports nothing.
+            while (!begun.WaitOne(0)) {
+                var download = manager.DownloadSessionAsync(ports[1], report);
+                Checks.Until(() => download.IsCompleted || begun.WaitOne(0));
+            }
             AppDomain.CurrentDomain.DomainUnload += (sender, none) => {
                 Checks.Throws<AppDomainUnloadedException>(() => manager.GetTargetsAsync(ports[0]));
                 if (Volatile.Read(ref lasted)) File.AppendAllText(ports[0] + ".waited", "1");
