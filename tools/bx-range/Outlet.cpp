@@ -55,10 +55,11 @@ void Outlet::confirm(const Confirmation& confirmation) try {
     names_[session->number] = session->name;
     sender_.recall(session->number, session->lines);
   }
-  const auto kept = sender_.confirm(confirmation, Sender::Clock::now());
-  if (!kept) return;
-  const auto name = names_.extract(*kept);
-  spool_.finish(name.mapped());
+  const auto over = sender_.confirm(confirmation, Sender::Clock::now());
+  if (!over) return;
+  const std::string name = names_.extract(over->session).mapped();
+  if (over->isWhole) return spool_.finish(name);
+  spool_.putAside(name, "the archive has its end after " + std::to_string(confirmation.lines) + " lines");
 } catch (const platform::OutputError& error) {
   complain_(error.what());
 }

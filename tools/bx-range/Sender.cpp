@@ -20,20 +20,17 @@ bool Sender::knows(SessionNumber session) const {
   return std::any_of(sessions_.begin(), sessions_.end(), [&](const Session& one) { return one.number == session; });
 }
 
-// A power cut may take lines from us that the archive has: it ends the session with those.
-bool Sender::isWhole(const Session& session, const Confirmation& confirmation) {
-  return session.isEnded && confirmation.isEnded && !confirmation.isRetained && confirmation.lines >= session.lines;
-}
-
-std::optional<SessionNumber> Sender::confirm(const Confirmation& confirmation, Clock::time_point now) {
+std::optional<Sender::Over> Sender::confirm(const Confirmation& confirmation, Clock::time_point now) {
   const auto session = std::find_if(sessions_.begin(), sessions_.end(),
                                     [&](const Session& one) { return one.number == confirmation.session; });
   if (session == sessions_.end()) return std::nullopt;
   const bool isInHand = session == sessions_.begin();
-  if (isWhole(*session, confirmation)) {
+  if (session->isEnded && confirmation.isEnded && !confirmation.isRetained) {
+    // A power cut may have taken lines from us that the archive has.
+    const Over over{session->number, confirmation.lines >= session->lines};
     if (!isInHand) sessions_.erase(session);
     if (isInHand) drop();
-    return confirmation.session;
+    return over;
   }
   if (!isInHand || confirmation.lines == confirmed_) return std::nullopt;
   // Less than before, from an archive that was restored from a copy, or more than was sent, to another run of ours.

@@ -51,8 +51,12 @@ class Sender {
 
   // Again from what is confirmed.
   void reconnect();
-  // The session that is kept as a whole now, if there is one. What is not about our sessions is ignored.
-  std::optional<SessionNumber> confirm(const Confirmation& confirmation, Clock::time_point now);
+  // The session of which nothing more is to be sent now, if there is one. What is not about our sessions is ignored.
+  struct Over {
+    SessionNumber session = 0;
+    bool isWhole = false;  // false: the archive has its end already, after fewer lines
+  };
+  std::optional<Over> confirm(const Confirmation& confirmation, Clock::time_point now);
   // Of the session in hand nothing more is sent, ever. False, and nothing is done, while it grows.
   bool drop();
   // What is to be sent now, if anything is; it counts as sent.
@@ -69,8 +73,6 @@ class Sender {
     std::size_t lines = 0;
     bool isEnded = false;
   };
-
-  static bool isWhole(const Session& session, const Confirmation& confirmation);
 
   std::deque<Session> sessions_;  // not kept as a whole yet; the first one is in hand
   std::size_t confirmed_ = 0;     // of it

@@ -58,8 +58,7 @@ std::vector<SpooledSession> sessionsIn(const std::string& folder) {
   return sessions;
 }
 
-// For people to look at. Throws the reason.
-[[noreturn]] void putAside(const std::string& path, const std::string& reason) {
+[[noreturn]] void moveAside(const std::string& path, const std::string& reason) {
   std::error_code error;
   std::string place = path + ".damaged";
   for (int i = 2; fs::exists(place, error); ++i) place = path + ".damaged" + std::to_string(i);
@@ -73,7 +72,7 @@ std::vector<SpooledSession> sessionsIn(const std::string& folder) {
 std::size_t linesOf(const std::string& path, SessionNumber number) {
   SessionLines file(path);
   const auto extent = file.scan();
-  if (extent.isDamaged) putAside(path, "line " + std::to_string(extent.lines + 1) + " is damaged");
+  if (extent.isDamaged) moveAside(path, "line " + std::to_string(extent.lines + 1) + " is damaged");
   std::error_code error;
   if (extent.lines == 0) {
     fs::remove(path, error);
@@ -85,7 +84,7 @@ std::size_t linesOf(const std::string& path, SessionNumber number) {
   try {
     requireHeader(file.read(0, 1).substr(1), static_cast<std::int64_t>(number));
   } catch (const Unusable& problem) {
-    putAside(path, problem.what());
+    moveAside(path, problem.what());
   }
   return extent.lines;
 }
@@ -121,7 +120,7 @@ std::vector<SpooledSession> Spool::recover(const std::string& owner,
     try {
       session.lines = linesOf(path, session.number);
       if (session.lines == 0) continue;
-      if (!numbers.insert(session.number).second) putAside(path, "another file is of the same session");
+      if (!numbers.insert(session.number).second) moveAside(path, "another file is of the same session");
       sessions.push_back(std::move(session));
     } catch (const platform::OutputError& error) {
       complain(error.what());
@@ -156,6 +155,8 @@ void Spool::finish(const std::string& name) const {
   fs::rename(pathOf(name), donePath(name), error);
   if (error) throwSpoolError(pathOf(name), "move", error);
 }
+
+void Spool::putAside(const std::string& name, const std::string& reason) const { moveAside(pathOf(name), reason); }
 
 std::optional<SpooledSession> Spool::recall(const std::string& lane, SessionNumber number) const {
   for (auto& session : sessionsIn(folder_ + "/done")) {

@@ -52,6 +52,8 @@ class Spool {
   bool hasLost(const std::string& name) const;
   // The archive has all of it.
   void finish(const std::string& name) const;
+  // Under a name that is no session's. Throws platform::OutputError, which tells the reason.
+  [[noreturn]] void putAside(const std::string& name, const std::string& reason) const;
   // Back to those that are not archived; nothing when it is not kept any more. Throws platform::OutputError, also when
   // it had to be put aside.
   std::optional<SpooledSession> recall(const std::string& lane, SessionNumber number) const;
