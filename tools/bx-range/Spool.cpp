@@ -142,7 +142,7 @@ void Spool::claim(const std::string& owner, bool isFree) const {
         "sessions of " + before + " wait in it: let the gate of that name send them, or take another folder");
   }
   std::ofstream file(path);
-  if (!(file << owner << std::endl)) throwSpoolError(path, "write", {errno, std::generic_category()});
+  if (!(file << owner << '\n' << std::flush)) throwSpoolError(path, "write", {errno, std::generic_category()});
 }
 
 bool Spool::hasLost(const std::string& name) const {
