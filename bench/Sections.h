@@ -22,7 +22,7 @@ Rows measureDownloads(const Setting& setting);  // stored sessions over such lin
 Rows measureMemory(const Setting& setting);     // what they take
 Rows measureCodec(const Setting& setting);      // a record's decoding
 Rows measureFetching(const Setting& setting);   // taking streamed records out
-Rows measurePolling(const Setting& setting);   // the same through the C interface
+Rows measurePolling(const Setting& setting);    // the same through the C interface
 Rows measureRange(const Setting& setting);      // many devices at once
 Rows measureLatency(const Setting& setting);    // how soon a shot is there
 Rows measureGrowth(const Setting& setting);     // what more records, rows and devices cost

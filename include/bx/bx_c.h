@@ -146,9 +146,9 @@ BX_C_API int32_t bx_list_ports(char** json);
  * BX_E_ARGUMENT when the port is registered already. */
 BX_C_API int32_t bx_add(bx_manager* m, const char* port);
 /* All. Opens the port and connects the device: 2.5 s, or 0.5 s with `skip_startup` not 0, and up to 21 exchanges. What
- * fails, or is cancelled when it has begun, is removed and must be added again. `settings` (optional): an object with a member for each port that is
- * connected, its device settings; with `port` NULL it is given also when some have failed. Nothing is sent to a device
- * that is connected already. */
+ * fails, or is cancelled when it has begun, is removed and must be added again. `settings` (optional): an object with
+ * a member for each port that is connected, its device settings; with `port` NULL it is given also when some have
+ * failed. Nothing is sent to a device that is connected already. */
 BX_C_API int32_t bx_connect(bx_manager* m, const char* port, uint32_t skip_startup, bx_cancel* c, char** settings);
 /* All. Closes the port, which ends what runs on it, and removes the device; nothing is sent. 0.5 s. */
 BX_C_API int32_t bx_disconnect(bx_manager* m, const char* port);

@@ -29,8 +29,7 @@ Json TrainingDevice::settingsNow() const {
   auto& root = settings.getDocument();
   const auto& written = configuration_.device->getDocument();
   for (auto& member : root.GetObject()) {
-    const auto found = written.FindMember(member.name);
-    if (found != written.MemberEnd()) member.value.CopyFrom(found->value, root.GetAllocator());
+    if (written.HasMember(member.name)) member.value.CopyFrom(written[member.name], root.GetAllocator());
   }
   return settings;
 }
