@@ -27,9 +27,8 @@ Json TrainingDevice::settingsNow() const {
   Json settings = connection_->settings();
   if (!configuration_.device) return settings;
   auto& root = settings.getDocument();
-  const auto& written = configuration_.device->getDocument();
-  for (auto& member : root.GetObject()) {
-    if (written.HasMember(member.name)) member.value.CopyFrom(written[member.name], root.GetAllocator());
+  for (const auto& written : configuration_.device->getDocument().GetObject()) {
+    if (root.HasMember(written.name)) root[written.name].CopyFrom(written.value, root.GetAllocator());
   }
   return settings;
 }
