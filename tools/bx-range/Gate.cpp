@@ -137,16 +137,23 @@ void Gate::run() {
   tellSums();
 }
 
-// As long as it confirms one thing after another.
+// As long as it confirms one thing after another. What a slow broker has dropped is sent again meanwhile.
 void Gate::awaitArchive() {
   const auto end = GateClock::now() + mostPatience;
-  auto patience = GateClock::now() + lastPatience;
+  auto progress = GateClock::now();
+  bool isRepeated = false;
   std::size_t left = unconfirmed();
   broker_.run([&] {
     const auto now = GateClock::now();
-    if (unconfirmed() < left) patience = now + lastPatience;
+    if (unconfirmed() < left) {
+      progress = now;
+      isRepeated = false;
+    }
     left = unconfirmed();
-    return broker_.isConnected() && left > 0 && now < std::min(patience, end);
+    if (now - progress >= lastPatience / 2 && !std::exchange(isRepeated, true)) {
+      for (auto& [lane, outlet] : outlets_) outlet.reconnect();
+    }
+    return broker_.isConnected() && left > 0 && now < std::min(progress + lastPatience, end);
   });
 }
 

@@ -10,6 +10,11 @@ void Sender::reconnect() {
   isEndSent_ = false;
 }
 
+void Sender::resend(Clock::time_point now) {
+  reconnect();
+  progress_ = now;
+}
+
 void Sender::recall(SessionNumber session, std::size_t lines) {
   sessions_.push_front({session, lines, true});
   confirmed_ = 0;
@@ -32,7 +37,12 @@ std::optional<Sender::Over> Sender::confirm(const Confirmation& confirmation, Cl
     if (isInHand) drop();
     return over;
   }
-  if (!isInHand || confirmation.lines == confirmed_) return std::nullopt;
+  if (!isInHand) return std::nullopt;
+  if (confirmation.lines == confirmed_) {
+    // Something has come there, but nothing that it could use: what was to come before it is lost.
+    if (!confirmation.isRetained && now - progress_ >= gapPatience) resend(now);
+    return std::nullopt;
+  }
   // Less than before, from an archive that was restored from a copy, or more than was sent, to another run of ours.
   const std::size_t lines = std::min(confirmation.lines, session->lines);
   const bool isBack = lines < confirmed_;
@@ -62,10 +72,7 @@ std::optional<Chunk> Sender::next(Clock::time_point now) {
   const Session& session = sessions_.front();
   const bool isUnderWay = sent_ > confirmed_ || isEndSent_;
   if (!isUnderWay) progress_ = now;
-  if (now - progress_ >= patience) {
-    reconnect();
-    progress_ = now;
-  }
+  if (now - progress_ >= patience) resend(now);
   const std::size_t limit = std::min(session.lines, confirmed_ + ahead_);
   if (sent_ < limit) {
     const Chunk chunk{session.number, sent_, std::min(mostLines, limit - sent_), false};

@@ -39,7 +39,10 @@ class Sender {
 
   static constexpr std::size_t mostLines = 200;   // in a chunk
   static constexpr std::size_t mostAhead = 3000;  // lines beyond what is confirmed, at the end
+  // Without progress all is sent again from what is confirmed: when nobody answers, and when the archive tells that it
+  // still stands there although something has come.
   static constexpr std::chrono::seconds patience{5};
+  static constexpr std::chrono::seconds gapPatience{1};
 
   // Sessions are sent in the order in which they begin.
   void begin(SessionNumber session) { sessions_.push_back({session, 0, false}); }
@@ -73,6 +76,8 @@ class Sender {
     std::size_t lines = 0;
     bool isEnded = false;
   };
+
+  void resend(Clock::time_point now);
 
   std::deque<Session> sessions_;  // not kept as a whole yet; the first one is in hand
   std::size_t confirmed_ = 0;     // of it
