@@ -46,9 +46,9 @@ namespace Bx {
         }
 
         /// <summary>
-        /// Opens the port and connects the device: 2.5 s and up to 21 exchanges. When it fails, or is cancelled, the
-        /// device is removed and must be added again. Gives an object with the device's settings under the port's name.
-        /// Nothing is sent to a device that is connected already.
+        /// Opens the port and connects the device: 2.5 s and up to 21 exchanges. When it fails, or is cancelled when it
+        /// has begun, the device is removed and must be added again. Gives an object with the device's settings under
+        /// the port's name. Nothing is sent to a device that is connected already.
         /// </summary>
         public Task<string> ConnectAsync(string port, CancellationToken token = default(CancellationToken)) {
             return ConnectAsync(port, false, token);
