@@ -27,11 +27,11 @@ namespace Bx {
             thread.IsBackground = true;
             thread.Name = "BX " + port;
             lock (Gate) {
-                // Mono aborts when a thread is begun while it ends.
+                // Mono aborts when a thread is begun while its domain ends.
                 if (Lifetime.IsUnloading) throw new AppDomainUnloadedException();
+                thread.Start();
                 ++running;
             }
-            thread.Start();
             return result.Task;
         }
 
@@ -61,8 +61,12 @@ namespace Bx {
                     }
                 };
                 int status;
-                using (new Timer(tick, null, ReportMilliseconds, ReportMilliseconds)) status = body(cancel, out json);
-                lock (gate) ended = true; // not every runtime's timer waits for what it runs
+                try {
+                    using (new Timer(tick, null, ReportMilliseconds, ReportMilliseconds))
+                        status = body(cancel, out json);
+                } finally {
+                    lock (gate) ended = true; // not every runtime's timer waits for what it runs
+                }
                 if (status < 0) return status;
                 report();
                 if (failure != null) throw failure;

@@ -4,7 +4,8 @@ namespace Bx {
     /// <summary>
     /// The native library as a whole. Before the process ends, or the domain that has loaded this assembly is unloaded,
     /// as an engine's editor does whenever scripts have changed, everything native is ended: a thread that was left
-    /// inside would hold the unloading up.
+    /// inside would hold the unloading up. Calls that are begun meanwhile throw <see
+    /// cref="AppDomainUnloadedException"/>.
     /// </summary>
     public static class Lifetime {
         private static readonly object Gate = new object();
@@ -27,7 +28,11 @@ namespace Bx {
         /// sent. Returns once no thread is inside the library. Managers can be created again.
         /// </summary>
         public static void Shutdown() {
-            Native.bx_shutdown();
+            try {
+                Native.bx_shutdown();
+            } catch (DllNotFoundException) {
+                // then nothing runs that could be ended
+            }
         }
 
         /// <summary>Bits a second (115200 unless told otherwise) on the ports that are opened from now on.</summary>

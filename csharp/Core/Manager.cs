@@ -113,7 +113,10 @@ namespace Bx {
             return Calls.Run(port, token, cancel => Native.bx_set_mode(handle, name, mode, cancel));
         }
 
-        /// <summary>Forgets the device's records and starts the stream: 1 exchange.</summary>
+        /// <summary>
+        /// Forgets the device's records and starts the stream: 1 exchange. A line that is lost as soon as it streams is
+        /// told by <see cref="TakeRecords(string, Record[])"/>.
+        /// </summary>
         public Task StartTrainingAsync(string port, CancellationToken token = default(CancellationToken)) {
             var name = Name(port);
             return Calls.Run(port, token, cancel => Native.bx_start_training(handle, name, cancel));

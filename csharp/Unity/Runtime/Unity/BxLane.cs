@@ -102,6 +102,7 @@ namespace Bx.Unity {
 
         private void Open() {
             port = Port;
+            State = default(DeviceState);
             try {
                 manager = new Manager();
             } catch (Exception failure) {
@@ -167,6 +168,7 @@ namespace Bx.Unity {
             if (manager != null) manager.Dispose();
             manager = null;
             taken = told = 0;
+            State = default(DeviceState);
             Reason = reason;
             Status = LaneStatus.Lost;
             retryAt = Time.unscaledTime + RetrySeconds;
