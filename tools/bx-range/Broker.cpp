@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 constexpr int qualityOfService = 1;
 constexpr int keepAliveSeconds = 10;  // the broker misses a client that is silent for half as long again
 constexpr auto connectPatience = 10s;
-constexpr auto noAnswer = "no answer within 10 s";  // either of them
+constexpr auto noAnswer = "no answer within 10 s";  // to connect, or to a sign of life
 // Two clients of one name that throw each other out are not to do so all the time.
 constexpr auto lastingConnection = 10s;
 constexpr std::chrono::milliseconds firstRetry = 500ms;
@@ -216,6 +216,7 @@ void Broker::step(Clock::time_point until) {
       deadline_ == Clock::time_point::max()) {
     isConnected_ = true;
     connectedAt_ = Clock::now();
+    detail_.clear();
     if (std::exchange(wasConnected_, true) || !trouble_.empty()) console_.note(name() + ": connected");
     trouble_.clear();
     dispatch();

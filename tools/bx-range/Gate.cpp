@@ -75,8 +75,9 @@ class Gate {
   std::map<std::string, Outlet> outlets_;  // by lane, those that are no longer configured included
   Control control_;
   Broker broker_;
-  bool hasSpoken_ = false;      // the broker has sent us our own status
-  std::set<std::string> told_;  // complaints
+  bool hasSpoken_ = false;           // the broker has sent us our own status
+  std::set<std::uint64_t> earlier_;  // gates of whom it had a status before: a broker that was killed may go back to it
+  std::set<std::string> told_;       // complaints
   GateClock::time_point nextSend_;
   GateClock::time_point nextPrune_;
 };
@@ -131,6 +132,7 @@ void Gate::run() {
   for (const auto& lane : lanes_) lane->start();
   control_.serve();
   broker_.run([this] { return !tool::interrupted() || !areLanesOver(); });
+  onTick();
   awaitArchive();
   onTick();
   broker_.finish(lastPatience);
@@ -173,11 +175,13 @@ void Gate::onStatus(const std::string& text) {
   status.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
   if (status.HasParseError() || !status.IsObject()) return;
   const auto& instance = scoring::memberOf(status, "gate");
-  if (instance.IsUint64() && instance.GetUint64() == instance_) {
+  const auto gate = instance.IsUint64() ? instance.GetUint64() : 0;
+  if (gate == instance_) {
     hasSpoken_ = true;
     return;
   }
-  if (hasSpoken_) return broker_.leave();
+  if (!hasSpoken_) earlier_.insert(gate);
+  if (!earlier_.contains(gate)) return broker_.leave();
   const auto& lanes = scoring::memberOf(status, "lanes");
   if (!lanes.IsArray()) return;
   for (const auto& lane : lanes.GetArray()) {

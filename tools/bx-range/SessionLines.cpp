@@ -53,7 +53,10 @@ std::string SessionLines::read(std::size_t first, std::size_t count) {
   if (first != line_) moveTo(first);
   std::string text;
   std::string line;
-  for (std::size_t i = 0; i < count && next(line); ++i) text += (i == 0 ? "\n" : ",\n") + line;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!next(line)) throw platform::OutputError(path_, "read", 0, "has fewer lines than before");
+    text += (i == 0 ? "\n" : ",\n") + line;
+  }
   return text;
 }
 

@@ -113,9 +113,11 @@ Spool::~Spool() { platform::closeDescriptor(lock_); }
 
 std::vector<SpooledSession> Spool::recover(const std::string& owner,
                                            const std::function<void(const std::string&)>& complain) const {
+  auto found = sessionsIn(folder_);
+  claim(owner, found.empty());
   std::vector<SpooledSession> sessions;
   std::set<SessionNumber> numbers;
-  for (auto& session : sessionsIn(folder_)) {
+  for (auto& session : found) {
     const std::string path = pathOf(session.name);
     try {
       session.lines = linesOf(path, session.number);
@@ -126,7 +128,6 @@ std::vector<SpooledSession> Spool::recover(const std::string& owner,
       complain(error.what());
     }
   }
-  claim(owner, sessions.empty());
   return sessions;
 }
 
@@ -141,8 +142,14 @@ void Spool::claim(const std::string& owner, bool isFree) const {
         folder_, "use", 0,
         "sessions of " + before + " wait in it: let the gate of that name send them, or take another folder");
   }
-  std::ofstream file(path);
-  if (!(file << owner << '\n' << std::flush)) throwSpoolError(path, "write", {errno, std::generic_category()});
+  // A power cut leaves the one before, or this one.
+  const std::string next = path + ".new";
+  errno = EIO;
+  if (!(std::ofstream(next) << owner << '\n' << std::flush))
+    throwSpoolError(next, "write", {errno, std::generic_category()});
+  std::error_code error;
+  fs::rename(next, path, error);
+  if (error) throwSpoolError(path, "write", error);
 }
 
 bool Spool::hasLost(const std::string& name) const {
