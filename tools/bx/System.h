@@ -16,7 +16,7 @@ inline constexpr int standardOutput = 1;
 inline constexpr int standardError = 2;
 
 // Writing to a pipe that nobody reads, or more to a file than it may hold, fails from now on, and ends no program.
-// Terminals take UTF-8, and the sequences that move their cursor.
+// Terminals take UTF-8, and the sequences that move their cursor. A signal ends the program with 128 and its number.
 void prepareStreams();
 bool isTerminal(int descriptor);
 // Of the terminal on standard error, in columns; 0: not known.

@@ -15,8 +15,9 @@ namespace {
 
 constexpr UINT endedBySignal = 128;  // and the signal's number, as a shell tells it
 
-std::mutex mutex;
-std::function<void(int)> handler;  // of signals; none at first
+// Of signals; none at first. They outlive all threads.
+std::mutex& mutex = *new std::mutex;
+std::function<void(int)>& handler = *new std::function<void(int)>;
 
 HANDLE handleOf(int descriptor) {
   return GetStdHandle(descriptor == standardOutput ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
@@ -27,8 +28,9 @@ BOOL WINAPI onConsoleEvent(DWORD event) {
   const bool isKey = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
   {
     const std::scoped_lock lock(mutex);
-    if (!handler) ExitProcess(endedBySignal + SIGINT);
-    handler(isKey ? SIGINT : SIGTERM);
+    const int signal = isKey ? SIGINT : SIGTERM;
+    if (!handler) ExitProcess(endedBySignal + static_cast<UINT>(signal));
+    handler(signal);
   }
   // The window is closed or the user leaves: the program has a few seconds more, as long as this does not return.
   if (!isKey) Sleep(INFINITE);
