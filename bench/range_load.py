@@ -1,5 +1,5 @@
-"""What a full range costs: range_load.py FOLDER [SECONDS], the folder of bx-range and bx-sim. Two gates with 100 lanes
-each, which stream 100 records a second, on a broker with its defaults. Shares are of one processor, while all stream."""
+"""What a full range costs: range_load.py FOLDER [SECONDS], the folder of bx-range and bx-sim. Two gates with 100
+lanes each, which stream 100 records a second, on a broker with its defaults. Shares are of one processor."""
 import contextlib
 import json
 import os
@@ -36,7 +36,11 @@ def start_gate(gate):
 
 
 def await_that(condition):
+    end = time.monotonic() + 60
     while not condition():
+        if time.monotonic() > end:
+            log.seek(0)
+            raise SystemExit("bench-range: not within 60 s; the programs say:\n" + log.read())
         time.sleep(0.05)
 
 
@@ -69,21 +73,23 @@ with contextlib.ExitStack() as stack:
     parts = {"broker": (broker,), "archive": (archive,)}
     for gate, process in zip(GATES, gates):
         parts |= {f"network of gate {gate}": (process, process.pid), f"all of gate {gate}": (process,)}
-    begin, before, lines = time.monotonic(), {name: seconds_of(*part) for name, part in parts.items()}, lines_archived()[0]
+    begin, lines = time.monotonic(), lines_archived()[0]
+    before = {name: seconds_of(*part) for name, part in parts.items()}
     time.sleep(SECONDS)
-    spent, span = {name: seconds_of(*part) - before[name] for name, part in parts.items()}, time.monotonic() - begin
+    spent = {name: seconds_of(*part) - before[name] for name, part in parts.items()}
+    span = time.monotonic() - begin
     rate = (lines_archived()[0] - lines) / span
 
     end = time.monotonic()
     for process in gates:
         process.send_signal(signal.SIGINT)
-    await_that(lambda: lines_archived()[1] == len(GATES) * LANES or all(process.poll() is not None for process in gates))
+    await_that(lambda: lines_archived()[1] == len(GATES) * LANES or None not in [process.poll() for process in gates])
     after = time.monotonic() - end
     for process in gates:
         process.wait()
     log.seek(0)
     told = re.findall(r"sessions?, (\d+) records?, .*; (\d+) sessions? not archived yet", log.read())
-    print(f"{rate:.0f} records archived a second; {lines_archived()[1]} sessions whole {after:.2f} s after the gates were told to end")
+    print(f"{rate:.0f} records archived a second; {lines_archived()[1]} sessions whole {after:.2f} s after the end")
     print(f"records taken {sum(int(records) for records, _ in told)}, in the archive "
           f"{lines_archived()[0] - len(GATES) * LANES:.0f}; sessions left {sum(int(left) for _, left in told)}")
     for name, seconds in spent.items():

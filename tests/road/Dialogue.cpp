@@ -35,7 +35,7 @@ std::vector<std::string> typed(const std::string& command, const Words& words) {
   const std::string programs =
       R"(bx() { ")" BX_PROGRAM R"(" --skip-startup "$@"; }; bx-sim() { exec $VIA ")" BX_SIM_PROGRAM R"(" "$@"; }; )"
       // until a command succeeds, or the program behind has ended
-      R"(await() { until eval "$1" 2>/dev/null; do kill -0 $! 2>/dev/null || return; sleep 0.01; done; }; )"
+      R"(await() { until eval "$1" 2>/dev/null; do kill -0 $! 2>/dev/null || break; sleep 0.01; done; }; )"
       R"(on-terminal() { script --quiet --return --command ")" BX_PROGRAM R"( --skip-startup $*" /dev/null; }; )";
   shell.insert(shell.end(), {"bash", "-c", programs + replaced(command, "\\p", "|")});
   return shell;
