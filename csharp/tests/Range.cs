@@ -52,6 +52,7 @@ namespace Bx.Tests {
         }
 
         public void Dispose() {
+            foreach (var port in Ports) File.Delete(port); // the system gives its terminal's name to others
             try {
                 process.Kill();
             } catch (Exception) { // it has ended by itself, as it does when it hangs up
