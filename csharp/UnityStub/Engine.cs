@@ -28,7 +28,7 @@ namespace UnityEngine {
         public T AddComponent<T>() where T : MonoBehaviour, new() => new T();
     }
 
-    // Stands still but when it is set.
+    // Tests set it; it does not run by itself.
     public static class Time {
         public static float unscaledTime { get; set; }
     }

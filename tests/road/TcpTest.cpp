@@ -7,7 +7,7 @@
 namespace BX::test {
 namespace {
 
-// BX_TERMINAL has tests/windows/bx-sim, too, tell its terminal.
+// With BX_TERMINAL in its environment tests/windows/bx-sim tells its terminal, as the device of this system does.
 
 TEST(Tcp, CarriesWhatASerialPortDoes) {
   for (const char* rows : {"streamed", "written", "stored"}) {

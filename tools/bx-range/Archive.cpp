@@ -64,8 +64,9 @@ class Archive {
     if (intake_.bytes() >= mostWaiting) commit();
   }
 
-  // Of two archives the first one ends: else the broker would throw them out in turn for ever. What the second has
-  // confirmed is found there at the next connection; what comes otherwise is from none that has our name.
+  // Of two archives one ends: else the broker would throw them out in turn for ever. While the other one was connected,
+  // it has confirmed something, which is retained and comes at our next connection. A message that comes while we are
+  // connected cannot be its, since a name has one connection.
   void watch(const Message& message) {
     const auto archive = archiveOf(message.payload);
     if (archive && rivals_.tells(message.topic, *archive) && message.isRetained) broker_->leave();

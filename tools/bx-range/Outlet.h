@@ -32,7 +32,7 @@ class Outlet {
   void send(Publisher& publisher);
   // Sessions that the archive does not have as a whole.
   std::size_t waiting() const { return sender_.waiting(); }
-  // Of them.
+  // Their lines and ends that it has not confirmed.
   std::size_t unconfirmed() const { return sender_.unconfirmed(); }
 
  private:

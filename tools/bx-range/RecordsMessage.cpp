@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "Sender.h"
 #include "morva/MORVADataTypeJSON.h"
 #include "scoring/Members.h"
 
@@ -13,8 +14,8 @@ namespace {
 
 using scoring::memberOf;
 
-constexpr std::size_t largestMessage = std::size_t{16} << 20;    // the longest line that readers of session files take
-constexpr std::int64_t mostLines = (std::int64_t{1} << 53) - 1;  // and the highest session number
+constexpr std::size_t largestMessage = std::size_t{16} << 20;  // the longest line that readers of session files take
+constexpr std::int64_t highestNumber = highestSessionNumber;   // of lines, too
 constexpr std::string_view beforeLines = "\"lines\":[";
 
 struct Parts {
@@ -35,7 +36,7 @@ std::optional<Parts> takeApart(std::string_view message) {
 // Between 0 and the most that a double holds exactly.
 std::optional<std::int64_t> numberIn(const rapidjson::Value& envelope, const char* key) {
   const auto& value = memberOf(envelope, key);
-  if (!value.IsInt64() || value.GetInt64() < 0 || value.GetInt64() > mostLines) return std::nullopt;
+  if (!value.IsInt64() || value.GetInt64() < 0 || value.GetInt64() > highestNumber) return std::nullopt;
   return value.GetInt64();
 }
 

@@ -12,8 +12,8 @@
 namespace BX::range {
 
 using SessionNumber = std::uint64_t;
-inline constexpr SessionNumber highestSessionNumber =
-    (SessionNumber{1} << 53) - 1;  // that every reader of JSON can hold
+// The highest number that every reader of JSON can hold.
+inline constexpr SessionNumber highestSessionNumber = (SessionNumber{1} << 53) - 1;
 
 // Lines of a session file from `first` on, or its end: then `first` is the number of all its lines.
 struct Chunk {

@@ -10,7 +10,7 @@
 
 namespace BX::tool {
 
-// How whoever uses it is told of a target: "--target FILE".
+// What an advice calls the ways to give a target, such as "--target FILE".
 struct TargetWords {
   std::string file;
   std::string number;  // without the number itself: "--target-number "
